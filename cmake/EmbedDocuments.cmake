@@ -1,0 +1,17 @@
+# Script (cmake -P): turn skills/<name>/SKILL.md into one C++ source, texts as raw string literals.
+#   SOURCE_DIR  the folder that holds one folder per skill
+#   SKILLS      the skills' names, in the order in which the module lists them, separated by commas
+#   OUTPUT      the file to write
+string(REPLACE "," ";" names "${SKILLS}")
+set(entries "")
+foreach(name IN LISTS names)
+  file(READ "${SOURCE_DIR}/${name}/SKILL.md" text)
+  string(APPEND entries "    core::Document{\"${name}\", R\"SKILL(${text})SKILL\"},\n")
+endforeach()
+file(WRITE "${OUTPUT}"
+  "// Generated from the documents under skills/: edit those.\n"
+  "namespace tarnel::embedded {\n"
+  "constexpr std::array<core::Document, core::document_count> documents = {\n"
+  "${entries}"
+  "};\n"
+  "}  // namespace tarnel::embedded\n")

@@ -1,0 +1,21 @@
+#include "core/documents.hpp"
+
+#include "core/document_shape.hpp"
+#include "embedded_documents.inc"  // made from skills/ by the build: embedded::documents
+
+namespace tarnel::core {
+
+namespace {
+
+constexpr bool every_shape_holds() {
+    for (const Document& document : embedded::documents) check_shape(document);
+    return true;
+}
+
+static_assert(every_shape_holds(), "a document under skills/ has lost its shape");
+
+}  // namespace
+
+const std::array<Document, document_count> documents = embedded::documents;
+
+}  // namespace tarnel::core
