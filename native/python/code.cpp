@@ -1,0 +1,136 @@
+#include "python/code.hpp"
+
+#include <opcode.h>
+
+#include <algorithm>
+#include <span>
+#include <string>
+
+#include "python/boundary.hpp"
+
+namespace tarnel::python {
+
+namespace {
+
+constexpr char capsule_name[] = "tarnel.native_body";
+constexpr Py_ssize_t constants_of_code = 2;  // the docstring, which functions take from there, and the builtin
+constexpr Py_ssize_t builtin_index = 1;
+
+NativeBody* body_in(PyObject* capsule) noexcept {
+    return static_cast<NativeBody*>(PyCapsule_GetPointer(capsule, capsule_name));
+}
+
+void destroy_body(PyObject* capsule) noexcept { delete body_in(capsule); }
+
+// What the instructions call. Anyone can reach it through the code's constants, so it takes nothing for granted.
+PyObject* call_body(PyObject* capsule, PyObject* const* arguments, Py_ssize_t count) noexcept {
+    const NativeBody* native = body_in(capsule);
+    PyObject* globals = PyEval_GetGlobals();
+    if (count != native->parameters || globals == nullptr) {
+        PyErr_SetString(PyExc_TypeError, "this is the body of a function: call the function instead");
+        return nullptr;
+    }
+    if (Py_EnterRecursiveCall("") != 0) return nullptr;
+    PyObject* result = guarded([&] {
+        return native->body(Frame(globals, PyEval_GetBuiltins(), *native->texts,
+                                  std::span(arguments, static_cast<std::size_t>(count))));
+    });
+    Py_LeaveRecursiveCall();
+    return result;
+}
+
+PyMethodDef call_body_method = {"body", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(call_body)),
+                                METH_FASTCALL,
+                                "Runs the native body of a function, in the namespace of the code that calls it."};
+
+// RESUME; push the builtin; load the parameters; call; return.
+std::string instructions(int parameters) {
+    std::string code;
+    const auto emit = [&code](int opcode, int argument = 0) {
+        code += static_cast<char>(opcode);
+        code += static_cast<char>(argument);
+    };
+    emit(RESUME);
+    emit(PUSH_NULL);
+    emit(LOAD_CONST, builtin_index);
+    for (int i = 0; i < parameters; i++) emit(LOAD_FAST, i);
+    emit(CALL, parameters);
+    constexpr int caches_of_call = 3;
+    for (int i = 0; i < caches_of_call; i++) emit(CACHE);
+    emit(RETURN_VALUE);
+    return code;
+}
+
+// Line 1 for every code unit: an instruction without a line breaks those who format tracebacks.
+std::string line_table(std::size_t units) {
+    constexpr unsigned start_of_entry = 0x80;
+    constexpr unsigned no_columns = 13U << 3U;  // the kind of entry: a change of line, which is 0, and no columns
+    constexpr std::size_t longest_run = 8;
+    std::string table;
+    while (units > 0) {
+        const std::size_t run = std::min(units, longest_run);
+        table += static_cast<char>(start_of_entry | no_columns | static_cast<unsigned>(run - 1));
+        table += '\0';
+        units -= run;
+    }
+    return table;
+}
+
+Ref bytes(const std::string& content) {
+    return checked(PyBytes_FromStringAndSize(content.data(), static_cast<Py_ssize_t>(content.size())));
+}
+
+Ref parameter_names(const Parameters& parameters) {
+    Ref names = checked(PyTuple_New(parameters.size()));
+    Py_ssize_t index = 0;
+    for (const Parameter& parameter : parameters)
+        PyTuple_SET_ITEM(names.get(), index++, checked(PyUnicode_InternFromString(parameter.name)).release());
+    return names;
+}
+
+Ref capsule_of(std::unique_ptr<NativeBody> native) {
+    Ref capsule = checked(PyCapsule_New(native.get(), capsule_name, destroy_body));
+    // NOLINTNEXTLINE(bugprone-unused-return-value): the capsule owns it from here on
+    static_cast<void>(native.release());
+    return capsule;
+}
+
+}  // namespace
+
+Ref make_code(const Definition& definition, PyObject* file, const std::shared_ptr<const Texts>& texts) {
+    const int parameters = definition.parameters.size();
+    const int positional = definition.parameters.positional();
+    const Ref capsule = capsule_of(std::make_unique<NativeBody>(NativeBody{definition.body, parameters, texts, Ref()}));
+    const Ref builtin = checked(PyCFunction_New(&call_body_method, capsule));
+    const Ref doc = checked(PyUnicode_FromString(definition.doc));
+    const Ref constants = checked(PyTuple_Pack(constants_of_code, doc.get(), builtin.get()));
+    const Ref empty = checked(PyTuple_New(0));
+    const Ref variables = parameter_names(definition.parameters);
+    const Ref name = checked(PyUnicode_InternFromString(definition.name));
+    const std::string units = instructions(parameters);
+    const Ref unit_bytes = bytes(units);
+    const Ref lines = bytes(line_table(units.size() / 2));
+    const Ref exceptions = bytes("");
+
+    constexpr int flags = CO_OPTIMIZED | CO_NEWLOCALS | CO_FUTURE_ANNOTATIONS;
+    const int stack_size = parameters + 2;  // the call's null, the builtin and the arguments: less corrupts memory
+    constexpr int positional_only = 0;
+    constexpr int first_line = 1;
+    Ref code = checked(reinterpret_cast<PyObject*>(PyUnstable_Code_NewWithPosOnlyArgs(
+        positional, positional_only, parameters - positional, parameters, stack_size, flags, unit_bytes, constants,
+        empty, variables, empty, empty, file, name, name, first_line, lines, exceptions)));
+    body_in(capsule)->code = checked(PyWeakref_NewRef(code, nullptr));
+    return code;
+}
+
+const NativeBody* native_body_of(PyObject* code) noexcept {
+    PyObject* constants = reinterpret_cast<PyCodeObject*>(code)->co_consts;
+    if (PyTuple_GET_SIZE(constants) != constants_of_code) return nullptr;
+    PyObject* builtin = PyTuple_GET_ITEM(constants, builtin_index);
+    if (!PyCFunction_CheckExact(builtin) || PyCFunction_GET_FUNCTION(builtin) != call_body_method.ml_meth)
+        return nullptr;
+    const NativeBody* native = body_in(PyCFunction_GET_SELF(builtin));
+    return PyWeakref_GET_OBJECT(native->code.get()) == code ? native : nullptr;
+}
+
+}  // namespace tarnel::python

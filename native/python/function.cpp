@@ -1,0 +1,145 @@
+#include "python/function.hpp"
+
+#include <atomic>
+#include <stdexcept>
+
+#include "python/binding.hpp"
+#include "python/boundary.hpp"
+#include "python/code.hpp"
+
+namespace tarnel::python {
+
+namespace {
+
+// Short calls leave no frames to count against the recursion limit, and the C stack allows fewer of them than a host
+// may allow frames: from this depth on, calls go the interpreter's way.
+constexpr int max_nested_short_calls = 100;
+thread_local int nested_short_calls = 0;
+
+class NestedShortCall {
+  public:
+    NestedShortCall() noexcept { nested_short_calls++; }
+    NestedShortCall(const NestedShortCall&) = delete;
+    NestedShortCall(NestedShortCall&&) = delete;
+    NestedShortCall& operator=(const NestedShortCall&) = delete;
+    NestedShortCall& operator=(NestedShortCall&&) = delete;
+    ~NestedShortCall() { nested_short_calls--; }
+};
+
+// How the interpreter calls any function: the same for all of them, in every interpreter of the process.
+std::atomic<vectorcallfunc> interpreter_call = nullptr;
+
+class RecursiveCall {
+  public:
+    RecursiveCall() {
+        if (Py_EnterRecursiveCall("") != 0) throw PythonError{};
+    }
+    RecursiveCall(const RecursiveCall&) = delete;
+    RecursiveCall(RecursiveCall&&) = delete;
+    RecursiveCall& operator=(const RecursiveCall&) = delete;
+    RecursiveCall& operator=(RecursiveCall&&) = delete;
+    ~RecursiveCall() { Py_LeaveRecursiveCall(); }
+};
+
+// The short way: binds and runs the body without a frame. Whatever isn't simple is left to the interpreter, before
+// anything has happened that could be noticed.
+PyObject* call_function(PyObject* function, PyObject* const* arguments, size_t flags, PyObject* keywords) noexcept {
+    PyObject* code_object = PyFunction_GET_CODE(function);
+    const NativeBody* native = native_body_of(code_object);
+    if (native == nullptr || nested_short_calls >= max_nested_short_calls)
+        return interpreter_call.load(std::memory_order_relaxed)(function, arguments, flags, keywords);
+
+    // Binding and the body may run code that drops or changes the function: what they use is owned here.
+    const Ref keeps_function = Ref::borrow(function);
+    const Ref keeps_code = Ref::borrow(code_object);
+    const std::span given(arguments, static_cast<std::size_t>(PyVectorcall_NARGS(flags)));
+    bool handled = false;
+    PyObject* result = guarded([&]() -> Ref {
+        Binding binding;
+        const auto* code = reinterpret_cast<PyCodeObject*>(code_object);
+        handled = true;
+        if (!binding.bind(function, code, given, arguments + given.size(), keywords)) {
+            handled = false;
+            return {};
+        }
+        const RecursiveCall recursive;
+        const NestedShortCall nested;
+        PyObject* builtins = reinterpret_cast<PyFunctionObject*>(function)->func_builtins;
+        return native->body(Frame(PyFunction_GET_GLOBALS(function), builtins, *native->texts, binding.arguments()));
+    });
+    if (handled) return result;
+    return interpreter_call.load(std::memory_order_relaxed)(function, arguments, flags, keywords);
+}
+
+Ref file_of_module(PyObject* globals) {
+    PyObject* file = PyDict_GetItemString(globals, "__file__");
+    if (file != nullptr && PyUnicode_Check(file)) return Ref::borrow(file);
+    return checked(PyUnicode_FromString("<extension module>"));  // linked into an executable
+}
+
+Ref evaluate(const Default& value, PyObject* globals) {
+    switch (value.kind) {
+        case Default::Kind::absent:
+        case Default::Kind::none:
+            return Ref::borrow(Py_None);
+        case Default::Kind::no:
+            return Ref::borrow(Py_False);
+        case Default::Kind::empty_tuple:
+            return checked(PyTuple_New(0));
+        case Default::Kind::literal:
+            return checked(PyUnicode_InternFromString(value.text));
+        case Default::Kind::global: {
+            const Ref name = checked(PyUnicode_InternFromString(value.text));
+            return checked(PyObject_GetItem(globals, name));
+        }
+    }
+    throw std::logic_error("a default of an unknown kind");
+}
+
+void set_defaults(PyObject* function, const Parameters& parameters, PyObject* globals) {
+    const Ref positional = checked(PyList_New(0));
+    const Ref keyword_only = checked(PyDict_New());
+    for (const auto& [name, annotation, default_value, passing] : parameters) {
+        if (default_value.kind == Default::Kind::absent) continue;
+        const Ref value = evaluate(default_value, globals);
+        if (passing == Passing::keyword_only)
+            checked(PyDict_SetItemString(keyword_only, name, value));
+        else
+            checked(PyList_Append(positional, value));
+    }
+    const Ref defaults = checked(PyList_AsTuple(positional));
+    if (PyTuple_GET_SIZE(defaults.get()) > 0) checked(PyFunction_SetDefaults(function, defaults));
+    if (PyDict_GET_SIZE(keyword_only.get()) > 0) checked(PyFunction_SetKwDefaults(function, keyword_only));
+}
+
+void set_annotations(PyObject* function, const Definition& definition) {
+    const Ref annotations = checked(PyDict_New());
+    const auto set = [&annotations](const char* name, const char* text) {
+        const Ref annotation = checked(PyUnicode_InternFromString(text));
+        checked(PyDict_SetItemString(annotations, name, annotation));
+    };
+    for (const Parameter& parameter : definition.parameters) set(parameter.name, parameter.annotation);
+    set("return", definition.returns);
+    checked(PyFunction_SetAnnotations(function, annotations));
+}
+
+void take_the_short_way(PyObject* object) {
+    auto* function = reinterpret_cast<PyFunctionObject*>(object);
+    interpreter_call.store(function->vectorcall, std::memory_order_relaxed);
+    PyFunction_SetVectorcall(function, call_function);
+}
+
+}  // namespace
+
+void define(PyObject* globals, const Definition& definition, const std::shared_ptr<const Texts>& texts) {
+    const Ref file = file_of_module(globals);
+    const Ref code = make_code(definition, file, texts);
+    const Ref name = checked(PyUnicode_InternFromString(definition.name));
+    const Ref function = checked(PyFunction_NewWithQualName(code, globals, name));
+    set_defaults(function, definition.parameters, globals);
+    set_annotations(function, definition);
+    take_the_short_way(function);
+    checked(PyDict_SetItem(globals, name, function));
+}
+
+}  // namespace tarnel::python

@@ -1,0 +1,45 @@
+#include "python/objects.hpp"
+
+namespace tarnel::python {
+
+namespace {
+
+constexpr int pair_size = 2;
+
+// The iterator of what is unpacked; what can't be iterated gets the error that unpacking words itself.
+Ref iterator_to_unpack(PyObject* iterable) {
+    Ref iterator = Ref::steal(PyObject_GetIter(iterable));
+    if (iterator.get() != nullptr) return iterator;
+    const PyTypeObject* type = Py_TYPE(iterable);
+    if (PyErr_ExceptionMatches(PyExc_TypeError) != 0 && type->tp_iter == nullptr && PySequence_Check(iterable) == 0)
+        PyErr_Format(PyExc_TypeError, "cannot unpack non-iterable %.200s object", type->tp_name);
+    throw PythonError{};
+}
+
+Ref next_to_unpack(PyObject* iterator, int already) {
+    Ref item = Ref::steal(PyIter_Next(iterator));
+    if (item.get() != nullptr) return item;
+    if (PyErr_Occurred() == nullptr)
+        PyErr_Format(PyExc_ValueError, "not enough values to unpack (expected %d, got %d)", pair_size, already);
+    throw PythonError{};
+}
+
+}  // namespace
+
+Ref sorted(PyObject* iterable) {
+    Ref list = checked(PySequence_List(iterable));
+    checked(PyList_Sort(list));
+    return list;
+}
+
+std::pair<Ref, Ref> unpack_pair(PyObject* iterable) {
+    const Ref iterator = iterator_to_unpack(iterable);
+    Ref first = next_to_unpack(iterator, 0);
+    Ref second = next_to_unpack(iterator, 1);
+    const Ref surplus = Ref::steal(PyIter_Next(iterator));
+    if (surplus.get() != nullptr) PyErr_Format(PyExc_ValueError, "too many values to unpack (expected %d)", pair_size);
+    if (PyErr_Occurred() != nullptr) throw PythonError{};
+    return {std::move(first), std::move(second)};
+}
+
+}  // namespace tarnel::python

@@ -1,0 +1,60 @@
+// What expressions and loops of a Python body do with objects, with the interpreter's own results and errors.
+#pragma once
+
+#include <utility>
+
+#include "python/reference.hpp"
+
+namespace tarnel::python {
+
+[[nodiscard]] inline Ref none() noexcept { return Ref::borrow(Py_None); }
+
+inline bool is_none(PyObject* object) noexcept { return object == Py_None; }
+
+inline bool is_true(PyObject* object) { return checked(PyObject_IsTrue(object)) != 0; }
+
+// `item in container`
+inline bool contains(PyObject* container, PyObject* item) { return checked(PySequence_Contains(container, item)) != 0; }
+
+// `left OPERATOR right` in a test; `operation` is Py_EQ, Py_LT and so on. Identity is no shortcut.
+inline bool compare(PyObject* left, PyObject* right, int operation) {
+    const Ref answer = checked(PyObject_RichCompare(left, right, operation));
+    return is_true(answer);
+}
+
+// `sorted(iterable)`
+[[nodiscard]] Ref sorted(PyObject* iterable);
+
+// `first, second = iterable`
+[[nodiscard]] std::pair<Ref, Ref> unpack_pair(PyObject* iterable);
+
+// `for item in iterable`: a range over new references. Advancing runs the iterator's code, so any code.
+class Iteration {
+  public:
+    explicit Iteration(PyObject* iterable) : iterator_(checked(PyObject_GetIter(iterable))) {}
+
+    struct End {};
+    class Cursor {
+      public:
+        explicit Cursor(PyObject* iterator) : iterator_(iterator) { ++*this; }
+        const Ref& operator*() const noexcept { return item_; }
+        bool operator!=(End) const noexcept { return item_.get() != nullptr; }
+        Cursor& operator++() {
+            item_ = Ref::steal(PyIter_Next(iterator_));
+            if (item_.get() == nullptr && PyErr_Occurred() != nullptr) throw PythonError{};
+            return *this;
+        }
+
+      private:
+        PyObject* iterator_;
+        Ref item_;
+    };
+    [[nodiscard]] Cursor begin() const { return Cursor(iterator_); }
+    // NOLINTNEXTLINE(readability-convert-member-functions-to-static): range-based for calls it on the object
+    [[nodiscard]] End end() const noexcept { return {}; }
+
+  private:
+    Ref iterator_;
+};
+
+}  // namespace tarnel::python
