@@ -1,0 +1,155 @@
+// Installing: one skill into one directory, and every skill into every planned directory.
+#include "python/handling.hpp"
+#include "python/objects.hpp"
+#include "skill/functions.hpp"
+#include "skill/names.hpp"
+#include "skill/result.hpp"
+
+namespace tarnel::skill {
+
+namespace {
+
+using python::checked;
+using python::Frame;
+using python::is_true;
+using python::Iteration;
+using python::none;
+using python::Ref;
+
+// `_version_tuple(existing) >= _version_tuple(__version__)`
+bool is_current(const Frame& frame, PyObject* existing) {
+    const Ref installed_key = frame.call(name::_version_tuple, {existing});
+    const Ref to_key = frame.global(name::_version_tuple);
+    const Ref package_version = frame.global(name::package_version);
+    const Ref package_key = frame.call(to_key, {package_version});
+    return python::compare(installed_key, package_key, Py_GE);
+}
+
+// What is about to happen, and what has happened then.
+struct Wording {
+    Ref action;
+    Ref done;
+};
+
+Wording wording(const Frame& frame, PyObject* existing) {
+    Wording words;
+    if (is_true(existing)) {
+        const Ref target = frame.global(name::package_version);
+        words.action = checked(PyUnicode_FromFormat("update v%S -> v%S", existing, target.get()));
+        const Ref reached = frame.global(name::package_version);
+        words.done = checked(PyUnicode_FromFormat("updated to v%S", reached.get()));
+    } else {
+        const Ref target = frame.global(name::package_version);
+        words.action = checked(PyUnicode_FromFormat("install v%S", target.get()));
+        const Ref reached = frame.global(name::package_version);
+        words.done = checked(PyUnicode_FromFormat("installed v%S", reached.get()));
+    }
+    return words;
+}
+
+// Creates the skill's directory and writes its document, in place.
+void write_document(const Frame& frame, PyObject* path, PyObject* skill_name) {
+    const Ref directory = frame.attribute(path, name::parent);
+    static_cast<void>(
+        frame.call_method(directory, name::mkdir, {}, {{name::parents, Py_True}, {name::exist_ok, Py_True}}));
+    const Ref write_text = frame.attribute(path, name::write_text);
+    const Ref text = frame.call(name::render_skill_md, {}, {{name::skill_name, skill_name}});
+    static_cast<void>(frame.call(write_text, {text}, {{name::encoding, frame[literal::utf_8]}}));
+}
+
+Ref install_skill(const Frame& frame) {
+    const auto [scope, project_root, force, dry_run, skill_name, skills_dir, agents] = frame.arguments<7>();
+    const Ref path = frame.call(name::skill_target_path, {scope, project_root, skill_name, skills_dir});
+    const Ref is_there = frame.call_method(path, name::exists);
+    const Ref existing = is_true(is_there) ? frame.call(name::_installed_version, {path}) : none();
+    if (is_true(existing) && !is_true(force) && is_current(frame, existing)) {
+        const Record record(frame, scope, path);
+        const Ref message = checked(PyUnicode_FromFormat("already up to date (v%S)", existing.get()));
+        return record.finish(Outcome::reached, message, agents);
+    }
+    const auto [action, done] = wording(frame, existing);
+    if (is_true(dry_run)) {
+        const Record record(frame, scope, path);
+        const Ref message = checked(PyUnicode_FromFormat("would %U (dry run)", action.get()));
+        return record.finish(Outcome::reached, message, agents);
+    }
+    try {
+        write_document(frame, path, skill_name);
+    } catch (const python::PythonError&) {
+        const python::Handling failure(PyExc_OSError);
+        const Record record(frame, scope, path);
+        const Ref message = checked(PyUnicode_FromFormat("failed: %S", failure.error()));
+        return record.finish(Outcome::failed, message, agents);
+    }
+    const Record record(frame, scope, path);
+    return record.finish(Outcome::written, done, agents);
+}
+
+Ref install_skills(const Frame& frame) {
+    const auto [scope, project_root, agents, force, dry_run] = frame.arguments<5>();
+    const Ref plan = frame.call(name::skill_dir_plan, {agents, scope});
+    Ref results = checked(PyList_New(0));
+    const Ref entries = frame.call_method(plan, name::items);
+    for (const Ref& entry : Iteration(entries)) {
+        const auto [directory, keys] = python::unpack_pair(entry);
+        const Ref templates = frame.global(name::SKILL_TEMPLATES);
+        for (const Ref& skill_name : Iteration(templates)) {
+            const Ref install = frame.global(name::install_skill);
+            const Ref readers = checked(PySequence_Tuple(keys));
+            const Ref result = frame.call(install, {scope, project_root},
+                                          {{name::force, force},
+                                           {name::dry_run, dry_run},
+                                           {name::skill_name, skill_name},
+                                           {name::skills_dir, directory},
+                                           {name::agents, readers}});
+            checked(PyList_Append(results, result));
+        }
+    }
+    return results;
+}
+
+}  // namespace
+
+namespace function {
+
+constinit const python::Definition install_skill = {
+    .name = "install_skill",
+    .parameters = {{"scope", "str", python::literal("user")},
+                   {"project_root", "Path | None", python::none_by_default},
+                   {"force", "bool", python::false_by_default, python::Passing::keyword_only},
+                   {"dry_run", "bool", python::false_by_default, python::Passing::keyword_only},
+                   {"skill_name", "str", python::value_of("SKILL_DIR_NAME"), python::Passing::keyword_only},
+                   {"skills_dir", "str", python::literal(".claude/skills"), python::Passing::keyword_only},
+                   {"agents", "tuple[str, ...]", python::empty_tuple_by_default, python::Passing::keyword_only}},
+    .returns = "SkillResult",
+    .doc = R"(Install (or upgrade) one embedded skill into one skills directory.
+
+    An existing install is overwritten only when its stamped version is older
+    than the running package (or ``force``); a same-or-newer install is left
+    untouched so re-running init/install is always safe.
+    )",
+    .body = skill::install_skill,
+};
+
+constinit const python::Definition install_skills = {
+    .name = "install_skills",
+    .parameters = {{"scope", "str", python::literal("user")},
+                   {"project_root", "Path | None", python::none_by_default},
+                   {"agents", "Iterable[str]", python::value_of("DEFAULT_AGENTS"), python::Passing::keyword_only},
+                   {"force", "bool", python::false_by_default, python::Passing::keyword_only},
+                   {"dry_run", "bool", python::false_by_default, python::Passing::keyword_only}},
+    .returns = "list[SkillResult]",
+    .doc = R"(Install every embedded skill everywhere the given agents will find it.
+
+    Real files are written into each resolved directory, not symlinks: Cursor
+    only follows links whose target lives under ``.cursor``/``.claude``, VS Code
+    rejects a linked skills directory as outside the workspace, and on Windows a
+    junction inside a tracked tree cannot be committed and is a known hazard for
+    destructive git operations.
+    )",
+    .body = skill::install_skills,
+};
+
+}  // namespace function
+
+}  // namespace tarnel::skill

@@ -1,0 +1,163 @@
+// The module `skill`: what importing it binds, in order.
+#include <memory>
+
+#include "core/documents.hpp"
+#include "python/boundary.hpp"
+#include "python/imports.hpp"
+#include "skill/functions.hpp"
+#include "skill/names.hpp"
+#include "skill/result.hpp"
+
+namespace tarnel::skill {
+
+namespace {
+
+using python::checked;
+using python::Ref;
+
+constexpr char module_doc[] = R"(Embedded `tarnel` agent skill + installer.
+
+The skill is the adoption layer for agents that under-use the semantic index.
+Static instructions (CLAUDE.md, session-start context) decay over a long session;
+a skill's trigger description is put before the agent at the moment it decides
+how to go about a task. The text is a constant of this module rather than package
+data, so every form in which the host is distributed carries the same one, and
+``muvad-tarnel skill install --scope user|project`` puts it where agents look.
+
+Version stamping: the front matter carries the package version, and
+`install_skill` overwrites an existing file only when that file is older (or with
+``force=True``). So an upgrade refreshes the skill, and installing once more when
+nothing has changed leaves every copy as it is.
+)";
+
+class Namespace {
+  public:
+    explicit Namespace(PyObject* module) : dict_(PyModule_GetDict(module)) {}
+
+    [[nodiscard]] PyObject* dict() const noexcept { return dict_; }
+    [[nodiscard]] Ref operator[](const char* name) const {
+        const Ref key = checked(PyUnicode_InternFromString(name));
+        return checked(PyObject_GetItem(dict_, key));
+    }
+    void bind(const char* name, const Ref& value) const { checked(PyDict_SetItemString(dict_, name, value)); }
+    void bind_text(const char* name, std::string_view utf8) const {
+        bind(name, checked(PyUnicode_FromStringAndSize(utf8.data(), static_cast<Py_ssize_t>(utf8.size()))));
+    }
+    void import(const char* module) const { bind(module, python::import_module(dict_, module)); }
+    void import_from(const char* module, const char* name) const {
+        bind(name, python::import_from(dict_, module, name));
+    }
+
+  private:
+    PyObject* dict_;
+};
+
+void bind_imports(const Namespace& module) {
+    module.import_from("__future__", "annotations");
+    module.import("itertools");
+    module.import("re");
+    module.import_from("collections.abc", "Iterable");
+    module.import_from("dataclasses", "dataclass");
+    module.import_from("pathlib", "Path");
+    module.import_from("muvad_tarnel", "__version__");
+    module.import_from("muvad_tarnel.setup.config", "AGENT_CONFIG");
+}
+
+struct DocumentNames {
+    const char* skill_name;
+    const char* text;
+};
+constexpr std::array<DocumentNames, core::document_count> document_names = {
+    {{"SKILL_DIR_NAME", "_SKILL_TEMPLATE"},
+     {"MAP_SKILL_DIR_NAME", "_MAP_SKILL_TEMPLATE"},
+     {"WIKI_SKILL_DIR_NAME", "_WIKI_SKILL_TEMPLATE"}}};
+
+void bind_documents(const Namespace& module, PyObject* annotations) {
+    for (std::size_t i = 0; i < core::document_count; i++) {
+        module.bind_text(document_names[i].skill_name, core::documents[i].name);
+        module.bind_text(document_names[i].text, core::documents[i].text);
+    }
+    const Ref templates = checked(PyDict_New());
+    for (const auto& [skill_name, text] : document_names) {
+        const Ref key = module[skill_name];
+        const Ref value = module[text];
+        checked(PyDict_SetItem(templates, key, value));
+    }
+    module.bind("SKILL_TEMPLATES", templates);
+    const Ref annotation = checked(PyUnicode_InternFromString("dict[str, str]"));
+    checked(PyDict_SetItemString(annotations, "SKILL_TEMPLATES", annotation));
+}
+
+// `tuple[int, int, int, tuple[str, ...]]`
+Ref score_alias() {
+    auto* tuple = reinterpret_cast<PyObject*>(&PyTuple_Type);
+    auto* integer = reinterpret_cast<PyObject*>(&PyLong_Type);
+    const Ref texts_items = checked(Py_BuildValue("(OO)", &PyUnicode_Type, Py_Ellipsis));
+    const Ref texts_type = checked(PyObject_GetItem(tuple, texts_items));
+    const Ref items = checked(Py_BuildValue("(OOOO)", integer, integer, integer, texts_type.get()));
+    return checked(PyObject_GetItem(tuple, items));
+}
+
+// `re.compile(pattern, re.MULTILINE)`
+Ref version_pattern(const Namespace& module) {
+    const Ref re = module["re"];
+    const Ref compile = checked(PyObject_GetAttrString(re, "compile"));
+    const Ref flags = checked(PyObject_GetAttrString(re, "MULTILINE"));
+    return checked(PyObject_CallFunction(compile, "sO", R"(^version:\s*([0-9][\w.\-]*)\s*$)", flags.get()));
+}
+
+void execute(const Namespace& module) {
+    const auto interned = std::make_shared<const python::Texts>(texts);
+    const auto define = [&](const python::Definition& definition) {
+        python::define(module.dict(), definition, interned);
+    };
+    constexpr long exhaustive_search_limit = 12;  // candidate directories
+
+    const Ref annotations = checked(PyDict_New());
+    module.bind("__annotations__", annotations);
+    bind_imports(module);
+    bind_documents(module, annotations);
+    define(function::render_skill_md);
+    define(function::skill_capable_agents);
+    define(function::_agent_roots);
+    module.bind("_EXHAUSTIVE_SEARCH_LIMIT", checked(PyLong_FromLong(exhaustive_search_limit)));
+    module.bind("_Score", score_alias());
+    define(function::_score);
+    define(function::resolve_skill_dirs);
+    define(function::skill_dir_plan);
+    define_skill_result(module.dict());
+    module.bind("_VERSION_RE", version_pattern(module));
+    define(function::_installed_version);
+    define(function::_version_tuple);
+    module.bind("DEFAULT_AGENTS", checked(Py_BuildValue("(s)", "claude")));
+    define(function::_scope_base);
+    define(function::skill_target_path);
+    define(function::install_skill);
+    define(function::install_skills);
+    define(function::_reading_agents);
+    define(function::skill_status);
+    define(function::shadowed_skills);
+}
+
+int execute_slot(PyObject* module) noexcept {
+    const Ref done = Ref::steal(python::guarded([module] {
+        execute(Namespace(module));
+        return python::Ref::borrow(Py_None);
+    }));
+    return done.get() == nullptr ? -1 : 0;
+}
+
+PyModuleDef_Slot slots[] = {{Py_mod_exec, reinterpret_cast<void*>(execute_slot)},
+                            {Py_mod_multiple_interpreters, Py_MOD_PER_INTERPRETER_GIL_SUPPORTED},
+                            {0, nullptr}};
+
+// The module has no state of its own: what its functions need hangs on the functions, which may outlive it.
+PyModuleDef definition = {
+    PyModuleDef_HEAD_INIT, "skill", module_doc, 0, nullptr, slots, nullptr, nullptr, nullptr,
+};
+
+}  // namespace
+
+}  // namespace tarnel::skill
+
+PyMODINIT_FUNC PyInit_skill() { return PyModuleDef_Init(&tarnel::skill::definition); }

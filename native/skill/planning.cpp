@@ -1,0 +1,171 @@
+// The choice of directories: every agent finds each skill, through one directory if it can be.
+#include "python/objects.hpp"
+#include "skill/functions.hpp"
+#include "skill/names.hpp"
+#include "skill/roots.hpp"
+
+namespace tarnel::skill {
+
+using python::checked;
+using python::contains;
+using python::Frame;
+using python::is_none;
+using python::is_true;
+using python::Iteration;
+using python::none;
+using python::Ref;
+
+namespace {
+
+// How one agent sees a selection of directories.
+struct Sightings {
+    Py_ssize_t count = 0;
+    Py_ssize_t first = 0;  // the smallest position, among the agent's directories, of one that is selected
+};
+
+Sightings sightings(PyObject* directories, PyObject* chosen) {
+    Sightings seen;
+    Py_ssize_t position = 0;
+    for (const Ref& directory : Iteration(directories)) {
+        if (contains(chosen, directory) && seen.count++ == 0) seen.first = position;
+        position++;
+    }
+    return seen;
+}
+
+Ref _score(const Frame& frame) {
+    const auto [selection, agent_roots] = frame.arguments<2>();
+    const Ref chosen = checked(PySet_New(selection));
+    Py_ssize_t duplicates = 0;
+    Py_ssize_t native_rank = 0;
+    const Ref tuples = frame.call_method(agent_roots, name::values);
+    for (const Ref& directories : Iteration(tuples)) {
+        const Sightings seen = sightings(directories, chosen);
+        if (seen.count == 0) return none();
+        duplicates += seen.count - 1;
+        native_rank += seen.first;
+    }
+    const Py_ssize_t size = checked(PyObject_Size(selection));
+    return checked(Py_BuildValue("(nnnO)", duplicates, native_rank, size, selection));
+}
+
+bool contains_any(PyObject* container, PyObject* items) {
+    for (const Ref& item : Iteration(items))
+        if (contains(container, item)) return true;
+    return false;
+}
+
+// For each agent in turn its native directory, unless it already finds the skill. Not scored: the quick choice.
+Ref quick_choice(const Frame& frame, PyObject* agent_roots) {
+    const Ref chosen = checked(PyList_New(0));
+    const Ref tuples = frame.call_method(agent_roots, name::values);
+    const Ref first = checked(PyLong_FromLong(0));
+    for (const Ref& directories : Iteration(tuples)) {
+        if (contains_any(chosen, directories)) continue;
+        const Ref native = checked(PyObject_GetItem(directories, first));
+        checked(PyList_Append(chosen, native));
+    }
+    const Ref distinct = checked(PySet_New(chosen));
+    return python::sorted(distinct);
+}
+
+// The selection of the best score among all that can be made of the candidates, a sorted list.
+Ref best_choice(const Frame& frame, PyObject* candidates, PyObject* agent_roots) {
+    Ref best = none();
+    Ref best_selection = checked(PyList_New(0));
+    const Py_ssize_t count = PyList_GET_SIZE(candidates);
+    for (Py_ssize_t size = 1; size <= count; size++) {
+        const Ref itertools = frame.global(name::itertools);
+        const Ref size_object = checked(PyLong_FromSsize_t(size));
+        const Ref selections = frame.call_method(itertools, name::combinations, {candidates, size_object});
+        for (const Ref& selection : Iteration(selections)) {
+            checked(PyErr_CheckSignals());  // with large tables this takes long enough to want to stop it
+            Ref score = frame.call(name::_score, {selection, agent_roots});
+            if (is_none(score)) continue;
+            if (!is_none(best) && !python::compare(score, best, Py_LT)) continue;
+            best = std::move(score);
+            best_selection = checked(PySequence_List(selection));
+        }
+    }
+    return python::sorted(best_selection);
+}
+
+Ref resolve_skill_dirs(const Frame& frame) {
+    const auto [agent_keys, scope] = frame.arguments<2>();
+    const Ref agent_roots = frame.call(name::_agent_roots, {agent_keys, scope});
+    if (!is_true(agent_roots)) return checked(PyList_New(0));
+    const Ref candidates = distinct_directories(frame, agent_roots);
+    const Ref count = checked(PyLong_FromSsize_t(PyList_GET_SIZE(candidates.get())));
+    const Ref limit = frame.global(name::exhaustive_search_limit);
+    if (python::compare(count, limit, Py_GT)) return quick_choice(frame, agent_roots);
+    return best_choice(frame, candidates, agent_roots);
+}
+
+Ref skill_dir_plan(const Frame& frame) {
+    const auto [agent_keys, scope] = frame.arguments<2>();
+    const Ref agent_roots = frame.call(name::_agent_roots, {agent_keys, scope});
+    Ref plan = checked(PyDict_New());
+    const Ref chosen = frame.call(name::resolve_skill_dirs, {agent_keys, scope});
+    for (const Ref& directory : Iteration(chosen)) {
+        const Ref readers = readers_of(frame, directory, agent_roots);
+        checked(PyDict_SetItem(plan, directory, readers));
+    }
+    return plan;
+}
+
+}  // namespace
+
+namespace function {
+
+constinit const python::Definition _score = {
+    .name = "_score",
+    .parameters = {{"selection", "tuple[str, ...]"}, {"agent_roots", "dict[str, tuple[str, ...]]"}},
+    .returns = "_Score | None",
+    .doc = R"(Rank a candidate directory set. Lower is better; None if it misses an agent.
+
+    Ordered by:
+
+    1. Fewest agents that would discover the skill from two directories at once.
+    2. Most-native directories — an agent's own root beats a compatibility root,
+       so a Cursor-only install lands in ``.cursor/skills`` rather than in a
+       ``.claude/`` directory belonging to an agent nobody here uses.
+    3. Fewest directories, then the paths themselves, so the result is stable.
+    )",
+    .body = skill::_score,
+};
+
+constinit const python::Definition resolve_skill_dirs = {
+    .name = "resolve_skill_dirs",
+    .parameters = {{"agent_keys", "Iterable[str]"}, {"scope", "str", python::literal("project")}},
+    .returns = "list[str]",
+    .doc = R"(The directories to install skills into so each agent discovers them once.
+
+    Agents share skill roots: Cursor and Copilot both read ``.claude/skills``,
+    which Claude Code also (only) reads. So the naive one-directory-per-agent
+    install puts the same skill somewhere two agents can both see it, and they
+    surface it twice.
+
+    Pick the directory set where no agent sees the skill twice, preferring each
+    agent's native root, then the fewest directories. With Claude configured,
+    that collapses to ``.claude/skills`` — which Cursor and Copilot read too —
+    plus ``.windsurf/skills``, because Windsurf's read of ``.claude/skills`` is
+    behind a settings gate we cannot see (a duplicate there is visible and
+    name-deduped; a miss would be silent).
+
+    Returned paths are relative to the project root, or to the home directory
+    when ``scope="user"``.
+    )",
+    .body = skill::resolve_skill_dirs,
+};
+
+constinit const python::Definition skill_dir_plan = {
+    .name = "skill_dir_plan",
+    .parameters = {{"agent_keys", "Iterable[str]"}, {"scope", "str", python::literal("project")}},
+    .returns = "dict[str, list[str]]",
+    .doc = "Which agents each chosen directory serves — for install output and tests.",
+    .body = skill::skill_dir_plan,
+};
+
+}  // namespace function
+
+}  // namespace tarnel::skill

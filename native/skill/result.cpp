@@ -1,0 +1,75 @@
+#include "skill/result.hpp"
+
+#include "skill/names.hpp"
+
+namespace tarnel::skill {
+
+using python::checked;
+using python::Frame;
+using python::Ref;
+
+namespace {
+
+struct Field {
+    const char* name;
+    const char* annotation;
+};
+constexpr Field fields[] = {{"success", "bool"}, {"scope", "str"},      {"path", "str"},
+                            {"message", "str"},  {"installed", "bool"}, {"agents", "tuple[str, ...]"}};
+
+void set(PyObject* mapping, const char* key, PyObject* value) { checked(PyDict_SetItemString(mapping, key, value)); }
+
+void set_text(PyObject* mapping, const char* key, const char* text) {
+    const Ref value = checked(PyUnicode_InternFromString(text));
+    set(mapping, key, value);
+}
+
+// What the class's body would leave: its names in order of their binding.
+Ref class_namespace(PyObject* globals) {
+    Ref names = checked(PyDict_New());
+    const Ref module_name = Ref::borrow(PyDict_GetItemString(globals, "__name__"));
+    if (module_name.get() != nullptr) set(names, "__module__", module_name);
+    set_text(names, "__doc__", "Outcome of a skill install/status operation.");
+    set_text(names, "__qualname__", "SkillResult");
+    const Ref annotations = checked(PyDict_New());
+    for (const auto& [name, annotation] : fields) set_text(annotations, name, annotation);
+    set(names, "__annotations__", annotations);
+    set(names, "installed", Py_False);
+    const Ref no_agents = checked(PyTuple_New(0));
+    set(names, "agents", no_agents);
+    return names;
+}
+
+}  // namespace
+
+void define_skill_result(PyObject* globals) {
+    const Ref names = class_namespace(globals);
+    const Ref undecorated =
+        checked(PyObject_CallFunction(reinterpret_cast<PyObject*>(&PyType_Type), "s()O", "SkillResult", names.get()));
+    const Ref dataclass = Ref::borrow(PyDict_GetItemString(globals, "dataclass"));
+    const Ref decorated = checked(PyObject_CallOneArg(dataclass, undecorated));
+    set(globals, "SkillResult", decorated);
+}
+
+Record::Record(const Frame& frame, PyObject* scope, PyObject* path)
+    : frame_(frame), scope_(scope), class_(frame.global(name::SkillResult)), path_(checked(PyObject_Str(path))) {}
+
+Ref Record::finish(Outcome outcome, PyObject* message, PyObject* agents) const {
+    PyObject* success = outcome == Outcome::failed ? Py_False : Py_True;
+    if (outcome == Outcome::written)
+        return frame_.call(class_, {},
+                           {{name::success, success},
+                            {name::scope, scope_},
+                            {name::path, path_},
+                            {name::message, message},
+                            {name::installed, Py_True},
+                            {name::agents, agents}});
+    return frame_.call(class_, {},
+                       {{name::success, success},
+                        {name::scope, scope_},
+                        {name::path, path_},
+                        {name::message, message},
+                        {name::agents, agents}});
+}
+
+}  // namespace tarnel::skill

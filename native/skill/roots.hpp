@@ -1,0 +1,14 @@
+// What can be asked of an agent roots mapping: agent key to the directories that the agent reads at one scope.
+#pragma once
+
+#include "python/frame.hpp"
+
+namespace tarnel::skill {
+
+// Every distinct directory that any of the agents reads, ascending: a new list.
+[[nodiscard]] python::Ref distinct_directories(const python::Frame& frame, PyObject* agent_roots);
+
+// The keys of the agents that read the directory, in the mapping's order: a new list.
+[[nodiscard]] python::Ref readers_of(const python::Frame& frame, PyObject* directory, PyObject* agent_roots);
+
+}  // namespace tarnel::skill

@@ -1,0 +1,90 @@
+// Shadowing: skills that some agent finds at user scope as well as at project scope.
+#include "python/objects.hpp"
+#include "skill/functions.hpp"
+#include "skill/names.hpp"
+
+namespace tarnel::skill {
+
+namespace {
+
+using python::checked;
+using python::Frame;
+using python::is_true;
+using python::Iteration;
+using python::Ref;
+
+// The directories that agents read at one scope, and whether a skill lies in them.
+class ScopeCopies {
+  public:
+    ScopeCopies(const Frame& frame, PyObject* scope, PyObject* agents, PyObject* project_root)
+        : frame_(frame),
+          scope_(scope),
+          project_root_(project_root),
+          agent_roots_(frame.call(name::_agent_roots, {agents, scope})) {}
+
+    [[nodiscard]] bool hold(PyObject* skill_name, PyObject* agent) const {
+        const Ref nothing = checked(PyTuple_New(0));
+        const Ref directories = frame_.call_method(agent_roots_, name::get, {agent, nothing});
+        for (const Ref& directory : Iteration(directories)) {
+            const Ref path = frame_.call(name::skill_target_path, {scope_, project_root_, skill_name, directory});
+            const Ref is_there = frame_.call_method(path, name::exists);
+            if (is_true(is_there)) return true;
+        }
+        return false;
+    }
+
+  private:
+    const Frame& frame_;
+    PyObject* scope_;
+    PyObject* project_root_;
+    Ref agent_roots_;
+};
+
+bool is_shadowed(PyObject* skill_name, PyObject* agents, const ScopeCopies& user, const ScopeCopies& project) {
+    for (const Ref& agent : Iteration(agents))
+        if (user.hold(skill_name, agent) && project.hold(skill_name, agent)) return true;
+    return false;
+}
+
+Ref shadowed_skills(const Frame& frame) {
+    const auto [project_root, agents] = frame.arguments<2>();
+    auto* dict_type = reinterpret_cast<PyObject*>(&PyDict_Type);
+    const Ref distinct = frame.call_method(dict_type, name::fromkeys, {agents});
+    const Ref keys = checked(PySequence_List(distinct));
+    const ScopeCopies user(frame, frame[literal::user], keys, project_root);
+    const ScopeCopies project(frame, frame[literal::project], keys, project_root);
+    Ref shadowed = checked(PyList_New(0));
+    const Ref templates = frame.global(name::SKILL_TEMPLATES);
+    for (const Ref& skill_name : Iteration(templates))
+        if (is_shadowed(skill_name, keys, user, project)) checked(PyList_Append(shadowed, skill_name));
+    return shadowed;
+}
+
+}  // namespace
+
+namespace function {
+
+constinit const python::Definition shadowed_skills = {
+    .name = "shadowed_skills",
+    .parameters = {{"project_root", "Path | None", python::none_by_default},
+                   {"agents", "Iterable[str]", python::value_of("DEFAULT_AGENTS"), python::Passing::keyword_only}},
+    .returns = "list[str]",
+    .doc = R"(Skills an agent would load from user scope while a project copy also exists.
+
+    Claude Code gives personal skills precedence over project ones, so a stale
+    user-scope copy silently shadows the project copy this repo just installed —
+    the project skill looks installed and never runs. Worth saying out loud.
+
+    Shadowing is a property of an AGENT, not of a path: it happens whenever *any*
+    directory an agent reads at user scope and *any* directory it reads at project
+    scope both hold the same skill name. Windsurf and Copilot use different roots
+    per scope (`~/.codeium/windsurf/skills` vs `.windsurf/skills`), and Cursor's
+    user-scope read of `~/.claude/skills` collides with its project-scope
+    `.cursor/skills` — so comparing directory names finds none of those.
+    )",
+    .body = skill::shadowed_skills,
+};
+
+}  // namespace function
+
+}  // namespace tarnel::skill

@@ -1,0 +1,117 @@
+// Status: what is installed in every directory that the agents read.
+#include "python/objects.hpp"
+#include "skill/functions.hpp"
+#include "skill/names.hpp"
+#include "skill/result.hpp"
+#include "skill/roots.hpp"
+
+namespace tarnel::skill {
+
+namespace {
+
+using python::checked;
+using python::Frame;
+using python::is_none;
+using python::is_true;
+using python::Iteration;
+using python::Ref;
+
+Ref _reading_agents(const Frame& frame) {
+    const auto [skills_dir, agent_roots] = frame.arguments<2>();
+    const Ref readers = readers_of(frame, skills_dir, agent_roots);
+    return checked(PyList_AsTuple(readers));
+}
+
+// `_version_tuple(version) < _version_tuple(__version__)`
+bool is_outdated(const Frame& frame, PyObject* version) {
+    const Ref installed_key = frame.call(name::_version_tuple, {version});
+    const Ref to_key = frame.global(name::_version_tuple);
+    const Ref package_version = frame.global(name::package_version);
+    const Ref package_key = frame.call(to_key, {package_version});
+    return python::compare(installed_key, package_key, Py_LT);
+}
+
+Ref note_on(const Frame& frame, PyObject* version) {
+    if (!is_true(version)) return Ref::borrow(frame[literal::not_installed]);
+    const bool outdated = is_outdated(frame, version);
+    Ref note = checked(PyUnicode_FromFormat("v%S", version));
+    if (!outdated) return note;
+    const Ref package_version = frame.global(name::package_version);
+    return checked(PyUnicode_FromFormat("%U (update available: v%S)", note.get(), package_version.get()));
+}
+
+// What is reported for one scope.
+class ScopeStatus {
+  public:
+    ScopeStatus(const Frame& frame, PyObject* scope, PyObject* agents)
+        : frame_(frame), scope_(scope), agent_roots_(frame.call(name::_agent_roots, {agents, scope})) {
+        const Ref chosen = frame.call(name::resolve_skill_dirs, {agents, scope});
+        targets_ = checked(PySet_New(chosen));
+    }
+
+    void append_to(PyObject* results, PyObject* project_root) const {
+        const Ref directories = distinct_directories(frame_, agent_roots_);
+        for (const Ref& directory : Iteration(directories)) {
+            const Ref templates = frame_.global(name::SKILL_TEMPLATES);
+            for (const Ref& skill_name : Iteration(templates))
+                append_skill(results, project_root, directory, skill_name);
+        }
+    }
+
+  private:
+    void append_skill(PyObject* results, PyObject* project_root, PyObject* directory, PyObject* skill_name) const {
+        const Ref path = frame_.call(name::skill_target_path, {scope_, project_root, skill_name, directory});
+        const Ref version = frame_.call(name::_installed_version, {path});
+        if (is_none(version) && !python::contains(targets_, directory)) return;
+        const Ref note = note_on(frame_, version);
+        const Record record(frame_, scope_, path);
+        const Ref readers = frame_.call(name::_reading_agents, {directory, agent_roots_});
+        const Ref result = record.finish(Outcome::reached, note, readers);
+        checked(PyList_Append(results, result));
+    }
+
+    const Frame& frame_;
+    PyObject* scope_;
+    Ref agent_roots_;
+    Ref targets_;
+};
+
+Ref skill_status(const Frame& frame) {
+    const auto [project_root, agents] = frame.arguments<2>();
+    Ref results = checked(PyList_New(0));
+    for (const python::Text scope : {literal::user, literal::project})
+        ScopeStatus(frame, frame[scope], agents).append_to(results, project_root);
+    return results;
+}
+
+}  // namespace
+
+namespace function {
+
+constinit const python::Definition _reading_agents = {
+    .name = "_reading_agents",
+    .parameters = {{"skills_dir", "str"}, {"agent_roots", "dict[str, tuple[str, ...]]"}},
+    .returns = "tuple[str, ...]",
+    .doc = "Requested agents that read a directory (not just those it was chosen for).",
+    .body = skill::_reading_agents,
+};
+
+constinit const python::Definition skill_status = {
+    .name = "skill_status",
+    .parameters = {{"project_root", "Path | None", python::none_by_default},
+                   {"agents", "Iterable[str]", python::value_of("DEFAULT_AGENTS"), python::Passing::keyword_only}},
+    .returns = "list[SkillResult]",
+    .doc = R"(Installed skill versions across every directory these agents read.
+
+    Reports the directories an install would write, plus any *other* directory an
+    agent reads that already holds a skill. That second class is the interesting
+    one: Cursor reads `~/.claude/skills`, so a copy installed there for Claude is
+    live for Cursor too — listing only Cursor's own directory would report "not
+    installed" for a skill the agent is loading right now, and invite a duplicate.
+    )",
+    .body = skill::skill_status,
+};
+
+}  // namespace function
+
+}  // namespace tarnel::skill

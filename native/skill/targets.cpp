@@ -1,0 +1,69 @@
+// Where a skill's document lives.
+#include "python/objects.hpp"
+#include "skill/functions.hpp"
+#include "skill/names.hpp"
+
+namespace tarnel::skill {
+
+namespace {
+
+using python::checked;
+using python::compare;
+using python::Frame;
+using python::Ref;
+
+Ref _scope_base(const Frame& frame) {
+    const auto [scope, project_root] = frame.arguments<2>();
+    if (compare(scope, frame[literal::user], Py_EQ)) {
+        const Ref path_type = frame.global(name::Path);
+        return frame.call_method(path_type, name::home);
+    }
+    if (compare(scope, frame[literal::project], Py_EQ)) {
+        const Ref path_type = frame.global(name::Path);
+        if (python::is_true(project_root)) return frame.call(path_type, {project_root});
+        const Ref path_type_again = frame.global(name::Path);  // as `Path(project_root or Path.cwd())` does
+        const Ref current = frame.call_method(path_type_again, name::cwd);
+        return frame.call(path_type, {current});
+    }
+    PyErr_Format(PyExc_ValueError, "unknown skill scope: %R (use 'user' or 'project')", scope);
+    throw python::PythonError{};
+}
+
+Ref skill_target_path(const Frame& frame) {
+    const auto [scope, project_root, skill_name, skills_dir] = frame.arguments<4>();
+    Ref path = frame.call(name::_scope_base, {scope, project_root});
+    for (PyObject* component : {skills_dir, skill_name, frame[literal::document_file]})
+        path = checked(PyNumber_TrueDivide(path, component));
+    return path;
+}
+
+}  // namespace
+
+namespace function {
+
+constinit const python::Definition _scope_base = {
+    .name = "_scope_base",
+    .parameters = {{"scope", "str"}, {"project_root", "Path | None", python::none_by_default}},
+    .returns = "Path",
+    .doc = "Root that a scope's skill directories are relative to.",
+    .body = skill::_scope_base,
+};
+
+constinit const python::Definition skill_target_path = {
+    .name = "skill_target_path",
+    .parameters = {{"scope", "str"},
+                   {"project_root", "Path | None", python::none_by_default},
+                   {"skill_name", "str", python::value_of("SKILL_DIR_NAME")},
+                   {"skills_dir", "str", python::literal(".claude/skills")}},
+    .returns = "Path",
+    .doc = R"(Where one skill lives, under one agent's skills directory.
+
+    The directory name IS the skill's identity: Claude Code derives the command
+    name from it, and Cursor requires it to equal the frontmatter ``name``.
+    )",
+    .body = skill::skill_target_path,
+};
+
+}  // namespace function
+
+}  // namespace tarnel::skill
