@@ -1,0 +1,6 @@
+"""Runs the command line as `python -m muvad_tarnel`."""
+
+from muvad_tarnel.cli import main
+
+if __name__ == "__main__":
+    main()
