@@ -8,7 +8,7 @@
 
 #include <memory>
 
-#include "python/function.hpp"
+#include "python/definition.hpp"
 
 namespace tarnel::python {
 

@@ -1,69 +1,11 @@
 // Functions of the interpreter's own kind whose bodies are native.
 #pragma once
 
-#include <array>
-#include <cstddef>
-#include <initializer_list>
 #include <memory>
 
-#include "python/frame.hpp"
+#include "python/definition.hpp"
 
 namespace tarnel::python {
-
-// A native body: runs with every parameter bound. Throws PythonError when a Python exception is set.
-using Body = Ref (*)(const Frame& frame);
-
-// A parameter's default, evaluated once, when the function is made.
-struct Default {
-    enum class Kind { absent, none, no, empty_tuple, literal, global };
-    Kind kind = Kind::absent;
-    const char* text = nullptr;  // of a literal: the string; of a global: its name in the module's namespace
-};
-inline constexpr Default required{};
-inline constexpr Default none_by_default{Default::Kind::none};
-inline constexpr Default false_by_default{Default::Kind::no};
-inline constexpr Default empty_tuple_by_default{Default::Kind::empty_tuple};
-constexpr Default literal(const char* text) noexcept { return {Default::Kind::literal, text}; }
-constexpr Default value_of(const char* global) noexcept { return {Default::Kind::global, global}; }
-
-enum class Passing { positional_or_keyword, keyword_only };
-
-struct Parameter {
-    const char* name = nullptr;
-    const char* annotation = nullptr;
-    Default default_value = required;
-    Passing passing = Passing::positional_or_keyword;
-};
-
-// The parameters of one function, the keyword-only ones last.
-class Parameters {
-  public:
-    // One too many doesn't compile: no place is left for it.
-    consteval Parameters(std::initializer_list<Parameter> parameters) noexcept {
-        for (const Parameter& parameter : parameters) {
-            all_[size_++] = parameter;
-            if (parameter.passing == Passing::positional_or_keyword) positional_ = size_;
-        }
-    }
-    [[nodiscard]] const Parameter* begin() const noexcept { return all_.data(); }
-    [[nodiscard]] const Parameter* end() const noexcept { return all_.data() + size_; }
-    [[nodiscard]] int size() const noexcept { return static_cast<int>(size_); }
-    [[nodiscard]] int positional() const noexcept { return static_cast<int>(positional_); }
-
-  private:
-    std::array<Parameter, max_parameters> all_{};
-    std::size_t size_ = 0;
-    std::size_t positional_ = 0;
-};
-
-// All that makes a function: a `def` statement in other words.
-struct Definition {
-    const char* name = nullptr;
-    Parameters parameters = {};
-    const char* returns = nullptr;  // the return annotation
-    const char* doc = nullptr;      // UTF-8
-    Body body = nullptr;
-};
 
 // Makes the function over `globals`, a module's namespace, with the defaults evaluated now, and binds it there under
 // its name. The function needs nothing of the module but that namespace; it shares `texts` with the others.

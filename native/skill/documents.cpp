@@ -1,15 +1,9 @@
 // The skill documents, stamped with a version.
-#include "python/objects.hpp"
-#include "skill/functions.hpp"
-#include "skill/names.hpp"
+#include "skill/body.hpp"
 
 namespace tarnel::skill {
 
 namespace {
-
-using python::checked;
-using python::Frame;
-using python::Ref;
 
 Ref render_skill_md(const Frame& frame) {
     const auto [version, skill_name] = frame.arguments<2>();

@@ -1,7 +1,7 @@
 // The module's functions, in the order of its namespace. Each is defined in the file of its subject.
 #pragma once
 
-#include "python/function.hpp"
+#include "python/definition.hpp"
 
 namespace tarnel::skill::function {
 

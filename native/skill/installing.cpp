@@ -1,29 +1,12 @@
 // Installing: one skill into one directory, and every skill into every planned directory.
 #include "python/handling.hpp"
-#include "python/objects.hpp"
-#include "skill/functions.hpp"
-#include "skill/names.hpp"
+#include "skill/body.hpp"
 #include "skill/result.hpp"
+#include "skill/stamps.hpp"
 
 namespace tarnel::skill {
 
 namespace {
-
-using python::checked;
-using python::Frame;
-using python::is_true;
-using python::Iteration;
-using python::none;
-using python::Ref;
-
-// `_version_tuple(existing) >= _version_tuple(__version__)`
-bool is_current(const Frame& frame, PyObject* existing) {
-    const Ref installed_key = frame.call(name::_version_tuple, {existing});
-    const Ref to_key = frame.global(name::_version_tuple);
-    const Ref package_version = frame.global(name::package_version);
-    const Ref package_key = frame.call(to_key, {package_version});
-    return python::compare(installed_key, package_key, Py_GE);
-}
 
 // What is about to happen, and what has happened then.
 struct Wording {
@@ -62,7 +45,7 @@ Ref install_skill(const Frame& frame) {
     const Ref path = frame.call(name::skill_target_path, {scope, project_root, skill_name, skills_dir});
     const Ref is_there = frame.call_method(path, name::exists);
     const Ref existing = is_true(is_there) ? frame.call(name::_installed_version, {path}) : none();
-    if (is_true(existing) && !is_true(force) && is_current(frame, existing)) {
+    if (is_true(existing) && !is_true(force) && compare_with_package(frame, existing, Py_GE)) {
         const Record record(frame, scope, path);
         const Ref message = checked(PyUnicode_FromFormat("already up to date (v%S)", existing.get()));
         return record.finish(Outcome::reached, message, agents);
@@ -75,7 +58,7 @@ Ref install_skill(const Frame& frame) {
     }
     try {
         write_document(frame, path, skill_name);
-    } catch (const python::PythonError&) {
+    } catch (const PythonError&) {
         const python::Handling failure(PyExc_OSError);
         const Record record(frame, scope, path);
         const Ref message = checked(PyUnicode_FromFormat("failed: %S", failure.error()));
@@ -91,7 +74,7 @@ Ref install_skills(const Frame& frame) {
     Ref results = checked(PyList_New(0));
     const Ref entries = frame.call_method(plan, name::items);
     for (const Ref& entry : Iteration(entries)) {
-        const auto [directory, keys] = python::unpack_pair(entry);
+        const auto [directory, keys] = unpack_pair(entry);
         const Ref templates = frame.global(name::SKILL_TEMPLATES);
         for (const Ref& skill_name : Iteration(templates)) {
             const Ref install = frame.global(name::install_skill);

@@ -3,6 +3,7 @@
 
 #include "core/documents.hpp"
 #include "python/boundary.hpp"
+#include "python/function.hpp"
 #include "python/imports.hpp"
 #include "skill/functions.hpp"
 #include "skill/names.hpp"

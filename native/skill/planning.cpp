@@ -1,19 +1,8 @@
 // The choice of directories: every agent finds each skill, through one directory if it can be.
-#include "python/objects.hpp"
-#include "skill/functions.hpp"
-#include "skill/names.hpp"
+#include "skill/body.hpp"
 #include "skill/roots.hpp"
 
 namespace tarnel::skill {
-
-using python::checked;
-using python::contains;
-using python::Frame;
-using python::is_none;
-using python::is_true;
-using python::Iteration;
-using python::none;
-using python::Ref;
 
 namespace {
 
@@ -66,7 +55,7 @@ Ref quick_choice(const Frame& frame, PyObject* agent_roots) {
         checked(PyList_Append(chosen, native));
     }
     const Ref distinct = checked(PySet_New(chosen));
-    return python::sorted(distinct);
+    return sorted(distinct);
 }
 
 // The selection of the best score among all that can be made of the candidates, a sorted list.
@@ -82,12 +71,12 @@ Ref best_choice(const Frame& frame, PyObject* candidates, PyObject* agent_roots)
             checked(PyErr_CheckSignals());  // with large tables this takes long enough to want to stop it
             Ref score = frame.call(name::_score, {selection, agent_roots});
             if (is_none(score)) continue;
-            if (!is_none(best) && !python::compare(score, best, Py_LT)) continue;
+            if (!is_none(best) && !compare(score, best, Py_LT)) continue;
             best = std::move(score);
             best_selection = checked(PySequence_List(selection));
         }
     }
-    return python::sorted(best_selection);
+    return sorted(best_selection);
 }
 
 Ref resolve_skill_dirs(const Frame& frame) {
@@ -97,7 +86,7 @@ Ref resolve_skill_dirs(const Frame& frame) {
     const Ref candidates = distinct_directories(frame, agent_roots);
     const Ref count = checked(PyLong_FromSsize_t(PyList_GET_SIZE(candidates.get())));
     const Ref limit = frame.global(name::exhaustive_search_limit);
-    if (python::compare(count, limit, Py_GT)) return quick_choice(frame, agent_roots);
+    if (compare(count, limit, Py_GT)) return quick_choice(frame, agent_roots);
     return best_choice(frame, candidates, agent_roots);
 }
 

@@ -1,32 +1,24 @@
 // Which agents can take skills, and where each of them reads skills: the only reader of the host's agent table.
 #include "skill/roots.hpp"
 
-#include "python/objects.hpp"
-#include "skill/functions.hpp"
-#include "skill/names.hpp"
+#include "skill/body.hpp"
 
 namespace tarnel::skill {
-
-using python::checked;
-using python::Frame;
-using python::is_true;
-using python::Iteration;
-using python::Ref;
 
 Ref distinct_directories(const Frame& frame, PyObject* agent_roots) {
     const Ref distinct = checked(PySet_New(nullptr));
     const Ref tuples = frame.call_method(agent_roots, name::values);
     for (const Ref& directories : Iteration(tuples))
         for (const Ref& directory : Iteration(directories)) checked(PySet_Add(distinct, directory));
-    return python::sorted(distinct);
+    return sorted(distinct);
 }
 
 Ref readers_of(const Frame& frame, PyObject* directory, PyObject* agent_roots) {
     Ref readers = checked(PyList_New(0));
     const Ref pairs = frame.call_method(agent_roots, name::items);
     for (const Ref& pair : Iteration(pairs)) {
-        const auto [key, directories] = python::unpack_pair(pair);
-        if (python::contains(directories, directory)) checked(PyList_Append(readers, key));
+        const auto [key, directories] = unpack_pair(pair);
+        if (contains(directories, directory)) checked(PyList_Append(readers, key));
     }
     return readers;
 }
@@ -38,7 +30,7 @@ Ref skill_capable_agents(const Frame& frame) {
     const Ref table = frame.global(name::AGENT_CONFIG);
     const Ref rows = frame.call_method(table, name::items);
     for (const Ref& row : Iteration(rows)) {
-        const auto [key, record] = python::unpack_pair(row);
+        const auto [key, record] = unpack_pair(row);
         const Ref directories = frame.attribute(record, name::skills_project_roots);
         if (is_true(directories)) checked(PyList_Append(keys, key));
     }
@@ -53,8 +45,8 @@ Ref _agent_roots(const Frame& frame) {
     for (const Ref& key : Iteration(distinct_keys)) {
         const Ref table = frame.global(name::AGENT_CONFIG);
         const Ref record = frame.call_method(table, name::get, {key});
-        if (python::is_none(record)) continue;
-        const bool at_user_scope = python::compare(scope, frame[literal::user], Py_EQ);
+        if (is_none(record)) continue;
+        const bool at_user_scope = compare(scope, frame[literal::user], Py_EQ);
         const Ref directories =
             frame.attribute(record, at_user_scope ? name::skills_user_roots : name::skills_project_roots);
         if (is_true(directories)) checked(PyDict_SetItem(roots, key, directories));

@@ -1,17 +1,9 @@
 // Shadowing: skills that some agent finds at user scope as well as at project scope.
-#include "python/objects.hpp"
-#include "skill/functions.hpp"
-#include "skill/names.hpp"
+#include "skill/body.hpp"
 
 namespace tarnel::skill {
 
 namespace {
-
-using python::checked;
-using python::Frame;
-using python::is_true;
-using python::Iteration;
-using python::Ref;
 
 // The directories that agents read at one scope, and whether a skill lies in them.
 class ScopeCopies {

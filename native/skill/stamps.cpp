@@ -1,19 +1,20 @@
 // Version stamps: read from installed documents, and ordered.
+#include "skill/stamps.hpp"
+
 #include "python/handling.hpp"
-#include "python/objects.hpp"
-#include "skill/functions.hpp"
-#include "skill/names.hpp"
+#include "skill/body.hpp"
 
 namespace tarnel::skill {
 
-namespace {
+bool compare_with_package(const Frame& frame, PyObject* version, int operation) {
+    const Ref installed_key = frame.call(name::_version_tuple, {version});
+    const Ref to_key = frame.global(name::_version_tuple);
+    const Ref package_version = frame.global(name::package_version);
+    const Ref package_key = frame.call(to_key, {package_version});
+    return compare(installed_key, package_key, operation);
+}
 
-using python::checked;
-using python::Frame;
-using python::is_true;
-using python::Iteration;
-using python::none;
-using python::Ref;
+namespace {
 
 constexpr Py_ssize_t searched_characters = 2000;  // at the head of an installed document
 
@@ -24,7 +25,7 @@ Ref head_of_file(const Frame& frame, PyObject* path) {
         const Ref end = checked(PyLong_FromSsize_t(searched_characters));
         const Ref head = checked(PySlice_New(nullptr, end, nullptr));
         return checked(PyObject_GetItem(text, head));
-    } catch (const python::PythonError&) {
+    } catch (const PythonError&) {
         const python::Handling unreadable(PyExc_OSError);
         return {};
     }

@@ -1,20 +1,12 @@
 // Status: what is installed in every directory that the agents read.
-#include "python/objects.hpp"
-#include "skill/functions.hpp"
-#include "skill/names.hpp"
+#include "skill/body.hpp"
 #include "skill/result.hpp"
 #include "skill/roots.hpp"
+#include "skill/stamps.hpp"
 
 namespace tarnel::skill {
 
 namespace {
-
-using python::checked;
-using python::Frame;
-using python::is_none;
-using python::is_true;
-using python::Iteration;
-using python::Ref;
 
 Ref _reading_agents(const Frame& frame) {
     const auto [skills_dir, agent_roots] = frame.arguments<2>();
@@ -22,18 +14,9 @@ Ref _reading_agents(const Frame& frame) {
     return checked(PyList_AsTuple(readers));
 }
 
-// `_version_tuple(version) < _version_tuple(__version__)`
-bool is_outdated(const Frame& frame, PyObject* version) {
-    const Ref installed_key = frame.call(name::_version_tuple, {version});
-    const Ref to_key = frame.global(name::_version_tuple);
-    const Ref package_version = frame.global(name::package_version);
-    const Ref package_key = frame.call(to_key, {package_version});
-    return python::compare(installed_key, package_key, Py_LT);
-}
-
 Ref note_on(const Frame& frame, PyObject* version) {
     if (!is_true(version)) return Ref::borrow(frame[literal::not_installed]);
-    const bool outdated = is_outdated(frame, version);
+    const bool outdated = compare_with_package(frame, version, Py_LT);
     Ref note = checked(PyUnicode_FromFormat("v%S", version));
     if (!outdated) return note;
     const Ref package_version = frame.global(name::package_version);
@@ -62,7 +45,7 @@ class ScopeStatus {
     void append_skill(PyObject* results, PyObject* project_root, PyObject* directory, PyObject* skill_name) const {
         const Ref path = frame_.call(name::skill_target_path, {scope_, project_root, skill_name, directory});
         const Ref version = frame_.call(name::_installed_version, {path});
-        if (is_none(version) && !python::contains(targets_, directory)) return;
+        if (is_none(version) && !contains(targets_, directory)) return;
         const Ref note = note_on(frame_, version);
         const Record record(frame_, scope_, path);
         const Ref readers = frame_.call(name::_reading_agents, {directory, agent_roots_});

@@ -1,16 +1,9 @@
 // Where a skill's document lives.
-#include "python/objects.hpp"
-#include "skill/functions.hpp"
-#include "skill/names.hpp"
+#include "skill/body.hpp"
 
 namespace tarnel::skill {
 
 namespace {
-
-using python::checked;
-using python::compare;
-using python::Frame;
-using python::Ref;
 
 Ref _scope_base(const Frame& frame) {
     const auto [scope, project_root] = frame.arguments<2>();
@@ -20,13 +13,13 @@ Ref _scope_base(const Frame& frame) {
     }
     if (compare(scope, frame[literal::project], Py_EQ)) {
         const Ref path_type = frame.global(name::Path);
-        if (python::is_true(project_root)) return frame.call(path_type, {project_root});
+        if (is_true(project_root)) return frame.call(path_type, {project_root});
         const Ref path_type_again = frame.global(name::Path);  // as `Path(project_root or Path.cwd())` does
         const Ref current = frame.call_method(path_type_again, name::cwd);
         return frame.call(path_type, {current});
     }
     PyErr_Format(PyExc_ValueError, "unknown skill scope: %R (use 'user' or 'project')", scope);
-    throw python::PythonError{};
+    throw PythonError{};
 }
 
 Ref skill_target_path(const Frame& frame) {
