@@ -16,6 +16,6 @@ static_assert(every_shape_holds(), "a document under skills/ has lost its shape"
 
 }  // namespace
 
-const std::array<Document, document_count> documents = embedded::documents;
+constinit const std::array<Document, document_count> documents = embedded::documents;
 
 }  // namespace tarnel::core

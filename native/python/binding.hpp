@@ -27,7 +27,7 @@ class Binding {
     Binding& operator=(const Binding&) = delete;
     Binding& operator=(Binding&&) = delete;
     ~Binding() {
-        for (PyObject* value : values_) Py_XDECREF(value);
+        for (PyObject* value : values_) const Ref owned = Ref::steal(value);
     }
 
   private:

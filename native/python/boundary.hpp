@@ -5,6 +5,7 @@
 #include <new>
 
 #include "python/reference.hpp"
+#include "python/thread.hpp"
 
 namespace tarnel::python {
 
@@ -14,11 +15,16 @@ PyObject* guarded(Body&& body) noexcept {
     try {
         return body().release();
     } catch (const PythonError&) {
+        if (PyErr_Occurred() == nullptr) PyErr_NoMemory();  // 3.12.1 forgets to say so in a few places
         return nullptr;
     } catch (const std::bad_alloc&) {
         return PyErr_NoMemory();
     } catch (const std::exception& error) {
         PyErr_SetString(PyExc_SystemError, error.what());
+        return nullptr;
+    } catch (...) {  // nothing of ours: most likely the end of this thread
+        rest_unless_attached();
+        PyErr_SetString(PyExc_SystemError, "a C++ exception of an unknown type");
         return nullptr;
     }
 }

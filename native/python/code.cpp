@@ -7,6 +7,7 @@
 #include <string>
 
 #include "python/boundary.hpp"
+#include "python/recursion.hpp"
 
 namespace tarnel::python {
 
@@ -30,13 +31,11 @@ PyObject* call_body(PyObject* capsule, PyObject* const* arguments, Py_ssize_t co
         PyErr_SetString(PyExc_TypeError, "this is the body of a function: call the function instead");
         return nullptr;
     }
-    if (Py_EnterRecursiveCall("") != 0) return nullptr;
-    PyObject* result = guarded([&] {
+    return guarded([&] {
+        const RecursiveCall recursive;
         return native->body(Frame(globals, PyEval_GetBuiltins(), *native->texts,
                                   std::span(arguments, static_cast<std::size_t>(count))));
     });
-    Py_LeaveRecursiveCall();
-    return result;
 }
 
 PyMethodDef call_body_method = {"body", reinterpret_cast<PyCFunction>(reinterpret_cast<void (*)()>(call_body)),

@@ -1,7 +1,5 @@
 #include "python/frame.hpp"
 
-#include <stdexcept>
-
 namespace tarnel::python {
 
 namespace {

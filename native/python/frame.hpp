@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <initializer_list>
 #include <span>
+#include <stdexcept>
 #include <vector>
 
 #include "python/reference.hpp"
@@ -40,7 +41,8 @@ class Frame {
 
     // The arguments, one per parameter in the order of the signature.
     template <std::size_t count>
-    [[nodiscard]] std::array<PyObject*, count> arguments() const noexcept {
+    [[nodiscard]] std::array<PyObject*, count> arguments() const {
+        if (arguments_.size() != count) throw std::logic_error("a body takes as many arguments as it has parameters");
         std::array<PyObject*, count> all{};
         for (std::size_t i = 0; i < count; i++) all[i] = arguments_[i];
         return all;

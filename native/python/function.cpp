@@ -6,6 +6,8 @@
 #include "python/binding.hpp"
 #include "python/boundary.hpp"
 #include "python/code.hpp"
+#include "python/objects.hpp"
+#include "python/recursion.hpp"
 
 namespace tarnel::python {
 
@@ -29,21 +31,9 @@ class NestedShortCall {
 // How the interpreter calls any function: the same for all of them, in every interpreter of the process.
 std::atomic<vectorcallfunc> interpreter_call = nullptr;
 
-class RecursiveCall {
-  public:
-    RecursiveCall() {
-        if (Py_EnterRecursiveCall("") != 0) throw PythonError{};
-    }
-    RecursiveCall(const RecursiveCall&) = delete;
-    RecursiveCall(RecursiveCall&&) = delete;
-    RecursiveCall& operator=(const RecursiveCall&) = delete;
-    RecursiveCall& operator=(RecursiveCall&&) = delete;
-    ~RecursiveCall() { Py_LeaveRecursiveCall(); }
-};
-
 // The short way: binds and runs the body without a frame. Whatever isn't simple is left to the interpreter, before
-// anything has happened that could be noticed.
-PyObject* call_function(PyObject* function, PyObject* const* arguments, size_t flags, PyObject* keywords) noexcept {
+// anything has happened that could be noticed. Not noexcept, for that way may end the thread.
+PyObject* call_function(PyObject* function, PyObject* const* arguments, size_t flags, PyObject* keywords) {
     PyObject* code_object = PyFunction_GET_CODE(function);
     const NativeBody* native = native_body_of(code_object);
     if (native == nullptr || nested_short_calls >= max_nested_short_calls)
@@ -71,12 +61,6 @@ PyObject* call_function(PyObject* function, PyObject* const* arguments, size_t f
     return interpreter_call.load(std::memory_order_relaxed)(function, arguments, flags, keywords);
 }
 
-Ref file_of_module(PyObject* globals) {
-    PyObject* file = PyDict_GetItemString(globals, "__file__");
-    if (file != nullptr && PyUnicode_Check(file)) return Ref::borrow(file);
-    return checked(PyUnicode_FromString("<extension module>"));  // linked into an executable
-}
-
 Ref evaluate(const Default& value, PyObject* globals) {
     switch (value.kind) {
         case Default::Kind::absent:
@@ -88,10 +72,8 @@ Ref evaluate(const Default& value, PyObject* globals) {
             return checked(PyTuple_New(0));
         case Default::Kind::literal:
             return checked(PyUnicode_InternFromString(value.text));
-        case Default::Kind::global: {
-            const Ref name = checked(PyUnicode_InternFromString(value.text));
-            return checked(PyObject_GetItem(globals, name));
-        }
+        case Default::Kind::global:
+            return item(globals, value.text);
     }
     throw std::logic_error("a default of an unknown kind");
 }

@@ -1,14 +1,12 @@
-// Import statements, run through the interpreter's `__import__` as those of a Python module are.
+// Import statements.
 #pragma once
 
 #include "python/reference.hpp"
 
 namespace tarnel::python {
 
-// `import module`, for a top-level module: gives it. `globals` is the importing module's namespace.
-[[nodiscard]] Ref import_module(PyObject* globals, const char* module);
-
-// `from module import name`, absolute: gives the value. A missing name is an ImportError.
-[[nodiscard]] Ref import_from(PyObject* globals, const char* module, const char* name);
+// Runs the statements in the namespace `globals`, as those of a Python module are run: through `__import__`, with the
+// interpreter's own errors. `file` is the name that tracebacks show.
+void run_imports(PyObject* globals, PyObject* file, const char* statements);
 
 }  // namespace tarnel::python

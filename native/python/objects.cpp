@@ -26,6 +26,24 @@ Ref next_to_unpack(PyObject* iterator, int already) {
 
 }  // namespace
 
+Ref item(PyObject* dict, const char* key) {
+    const Ref name = checked(PyUnicode_InternFromString(key));
+    return checked(PyObject_GetItem(dict, name));
+}
+
+Ref item_if_any(PyObject* dict, const char* key) {
+    const Ref name = checked(PyUnicode_InternFromString(key));
+    Ref value = Ref::borrow(PyDict_GetItemWithError(dict, name));
+    if (value.get() == nullptr && PyErr_Occurred() != nullptr) throw PythonError{};
+    return value;
+}
+
+Ref file_of_module(PyObject* globals) {
+    Ref file = item_if_any(globals, "__file__");
+    if (file.get() != nullptr && PyUnicode_Check(file.get())) return file;
+    return checked(PyUnicode_FromString("<extension module>"));  // linked into an executable
+}
+
 Ref sorted(PyObject* iterable) {
     Ref list = checked(PySequence_List(iterable));
     checked(PyList_Sort(list));

@@ -8,7 +8,7 @@ namespace tarnel::skill {
 
 namespace {
 
-// What is about to happen, and what has happened then.
+// What is about to happen, and what has happened then. Each text looks the version up for itself.
 struct Wording {
     Ref action;
     Ref done;
@@ -17,8 +17,9 @@ struct Wording {
 Wording wording(const Frame& frame, PyObject* existing) {
     Wording words;
     if (is_true(existing)) {
+        const Ref found = checked(PyObject_Str(existing));
         const Ref target = frame.global(name::package_version);
-        words.action = checked(PyUnicode_FromFormat("update v%S -> v%S", existing, target.get()));
+        words.action = checked(PyUnicode_FromFormat("update v%U -> v%S", found.get(), target.get()));
         const Ref reached = frame.global(name::package_version);
         words.done = checked(PyUnicode_FromFormat("updated to v%S", reached.get()));
     } else {

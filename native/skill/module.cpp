@@ -1,10 +1,13 @@
 // The module `skill`: what importing it binds, in order.
+#include <array>
 #include <memory>
+#include <string_view>
 
 #include "core/documents.hpp"
 #include "python/boundary.hpp"
 #include "python/function.hpp"
 #include "python/imports.hpp"
+#include "python/objects.hpp"
 #include "skill/functions.hpp"
 #include "skill/names.hpp"
 #include "skill/result.hpp"
@@ -31,38 +34,31 @@ Version stamping: the front matter carries the package version, and
 nothing has changed leaves every copy as it is.
 )";
 
+constexpr char imports[] = R"(from __future__ import annotations
+import itertools
+import re
+from collections.abc import Iterable
+from dataclasses import dataclass
+from pathlib import Path
+from muvad_tarnel import __version__
+from muvad_tarnel.setup.config import AGENT_CONFIG
+)";
+
+// The module's namespace, in the making.
 class Namespace {
   public:
     explicit Namespace(PyObject* module) : dict_(PyModule_GetDict(module)) {}
 
     [[nodiscard]] PyObject* dict() const noexcept { return dict_; }
-    [[nodiscard]] Ref operator[](const char* name) const {
-        const Ref key = checked(PyUnicode_InternFromString(name));
-        return checked(PyObject_GetItem(dict_, key));
-    }
+    [[nodiscard]] Ref operator[](const char* name) const { return python::item(dict_, name); }
     void bind(const char* name, const Ref& value) const { checked(PyDict_SetItemString(dict_, name, value)); }
     void bind_text(const char* name, std::string_view utf8) const {
         bind(name, checked(PyUnicode_FromStringAndSize(utf8.data(), static_cast<Py_ssize_t>(utf8.size()))));
-    }
-    void import(const char* module) const { bind(module, python::import_module(dict_, module)); }
-    void import_from(const char* module, const char* name) const {
-        bind(name, python::import_from(dict_, module, name));
     }
 
   private:
     PyObject* dict_;
 };
-
-void bind_imports(const Namespace& module) {
-    module.import_from("__future__", "annotations");
-    module.import("itertools");
-    module.import("re");
-    module.import_from("collections.abc", "Iterable");
-    module.import_from("dataclasses", "dataclass");
-    module.import_from("pathlib", "Path");
-    module.import_from("muvad_tarnel", "__version__");
-    module.import_from("muvad_tarnel.setup.config", "AGENT_CONFIG");
-}
 
 struct DocumentNames {
     const char* skill_name;
@@ -114,9 +110,12 @@ void execute(const Namespace& module) {
     };
     constexpr long exhaustive_search_limit = 12;  // candidate directories
 
+    // As when a Python module is executed; creating the data class would put it in the middle.
+    module.bind("__builtins__", Ref::borrow(PyEval_GetBuiltins()));
     const Ref annotations = checked(PyDict_New());
     module.bind("__annotations__", annotations);
-    bind_imports(module);
+    const Ref file = python::file_of_module(module.dict());
+    python::run_imports(module.dict(), file, imports);
     bind_documents(module, annotations);
     define(function::render_skill_md);
     define(function::skill_capable_agents);

@@ -1,5 +1,6 @@
 // The strings that the module's bodies use, in one list: `name::` those that are names (globals in the order of the
 // module's namespace, then attributes, methods and keywords), `literal::` the others.
+// Each is called what it says, but for the three names that C++ reserves (two underscores, or one and a capital).
 #pragma once
 
 #include <array>
@@ -10,7 +11,6 @@
 #define TARNEL_TEXTS(X)                                          \
     X(name, itertools, "itertools")                              \
     X(name, re, "re")                                            \
-    X(name, dataclass, "dataclass")                              \
     X(name, Path, "Path")                                        \
     X(name, package_version, "__version__")                      \
     X(name, AGENT_CONFIG, "AGENT_CONFIG")                        \

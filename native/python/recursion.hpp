@@ -1,0 +1,25 @@
+// The interpreter's count of nested calls.
+#pragma once
+
+#include "python/reference.hpp"
+#include "python/thread.hpp"
+
+namespace tarnel::python {
+
+// Counts one call while it lives. Throws RecursionError when there are too many.
+class RecursiveCall {
+  public:
+    RecursiveCall() {
+        if (Py_EnterRecursiveCall("") != 0) throw PythonError{};
+    }
+    RecursiveCall(const RecursiveCall&) = delete;
+    RecursiveCall(RecursiveCall&&) = delete;
+    RecursiveCall& operator=(const RecursiveCall&) = delete;
+    RecursiveCall& operator=(RecursiveCall&&) = delete;
+    ~RecursiveCall() {
+        rest_unless_attached();
+        Py_LeaveRecursiveCall();
+    }
+};
+
+}  // namespace tarnel::python

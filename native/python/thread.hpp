@@ -1,0 +1,26 @@
+// Threads that the interpreter has ended.
+//
+// While the interpreter shuts down, CPython 3.12 ends a daemon thread that asks for the GIL by `pthread_exit`. On glibc
+// that unwinds the stack as an exception does, past every destructor and into every `catch (...)`, but without the GIL:
+// no object may be touched any more, and leaving a handler or a noexcept function would end the process. So whatever
+// such a thread reaches first makes it rest until the process is gone.
+#pragma once
+
+#include <unistd.h>
+
+#include "python/capi.hpp"
+
+namespace tarnel::python {
+
+// Whether this thread may touch objects.
+inline bool is_attached() noexcept { return _PyThreadState_UncheckedGet() != nullptr; }
+
+[[noreturn]] inline void rest() noexcept {
+    for (;;) static_cast<void>(pause());
+}
+
+inline void rest_unless_attached() noexcept {
+    if (!is_attached()) rest();
+}
+
+}  // namespace tarnel::python
