@@ -1,12 +1,14 @@
-// Import statements.
+// Import statements, run as those of a Python module are: through `__import__`, with the interpreter's own errors.
 #pragma once
 
 #include "python/reference.hpp"
 
 namespace tarnel::python {
 
-// Runs the statements in the namespace `globals`, as those of a Python module are run: through `__import__`, with the
-// interpreter's own errors. `file` is the name that tracebacks show.
-void run_imports(PyObject* globals, PyObject* file, const char* statements);
+// `import module`, for a top-level module, in the namespace `globals`.
+void import_module(PyObject* globals, const char* module);
+
+// `from module import name`, absolute, in the namespace `globals`.
+void import_from(PyObject* globals, const char* module, const char* name);
 
 }  // namespace tarnel::python

@@ -34,16 +34,6 @@ Version stamping: the front matter carries the package version, and
 nothing has changed leaves every copy as it is.
 )";
 
-constexpr char imports[] = R"(from __future__ import annotations
-import itertools
-import re
-from collections.abc import Iterable
-from dataclasses import dataclass
-from pathlib import Path
-from muvad_tarnel import __version__
-from muvad_tarnel.setup.config import AGENT_CONFIG
-)";
-
 // The module's namespace, in the making.
 class Namespace {
   public:
@@ -59,6 +49,17 @@ class Namespace {
   private:
     PyObject* dict_;
 };
+
+void bind_imports(PyObject* globals) {
+    python::import_from(globals, "__future__", "annotations");
+    python::import_module(globals, "itertools");
+    python::import_module(globals, "re");
+    python::import_from(globals, "collections.abc", "Iterable");
+    python::import_from(globals, "dataclasses", "dataclass");
+    python::import_from(globals, "pathlib", "Path");
+    python::import_from(globals, "muvad_tarnel", "__version__");
+    python::import_from(globals, "muvad_tarnel.setup.config", "AGENT_CONFIG");
+}
 
 struct DocumentNames {
     const char* skill_name;
@@ -114,8 +115,7 @@ void execute(const Namespace& module) {
     module.bind("__builtins__", Ref::borrow(PyEval_GetBuiltins()));
     const Ref annotations = checked(PyDict_New());
     module.bind("__annotations__", annotations);
-    const Ref file = python::file_of_module(module.dict());
-    python::run_imports(module.dict(), file, imports);
+    bind_imports(module.dict());
     bind_documents(module, annotations);
     define(function::render_skill_md);
     define(function::skill_capable_agents);
