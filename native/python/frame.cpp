@@ -35,14 +35,18 @@ Texts::Texts(std::span<const char* const> utf8) {
     for (const char* text : utf8) strings_.push_back(checked(PyUnicode_InternFromString(text)));
 }
 
-Ref Frame::global(Text name) const {
-    PyObject* key = texts_[name];
-    const bool plain = PyDict_CheckExact(globals_) && PyDict_CheckExact(builtins_);
-    for (PyObject* scope : {globals_, builtins_}) {
-        Ref value = plain ? item_of_dict(scope, key) : item_of_mapping(scope, key);
+Ref look_up(PyObject* globals, PyObject* builtins, PyObject* name) {
+    const bool plain = PyDict_CheckExact(globals) && PyDict_CheckExact(builtins);
+    for (PyObject* scope : {globals, builtins}) {
+        Ref value = plain ? item_of_dict(scope, name) : item_of_mapping(scope, name);
         if (value.get() != nullptr) return value;
     }
-    throw_name_error(key);
+    throw_name_error(name);
+}
+
+Ref look_up(PyObject* globals, const char* name) {
+    const Ref key = checked(PyUnicode_InternFromString(name));
+    return look_up(globals, PyEval_GetBuiltins(), key);
 }
 
 Ref Frame::call(PyObject* callable, std::initializer_list<PyObject*> positional,

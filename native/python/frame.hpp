@@ -33,6 +33,12 @@ struct Keyword {
     PyObject* value;
 };
 
+// The value of a global name: the namespace's, else the builtins', else NameError.
+[[nodiscard]] Ref look_up(PyObject* globals, PyObject* builtins, PyObject* name);
+
+// The same for the statements of a module that is being executed; the name in UTF-8.
+[[nodiscard]] Ref look_up(PyObject* globals, const char* name);
+
 // Borrows everything it is made of; whoever makes it keeps that alive while the body runs.
 class Frame {
   public:
@@ -50,8 +56,7 @@ class Frame {
 
     [[nodiscard]] PyObject* operator[](Text text) const noexcept { return texts_[text]; }
 
-    // The value of a global name: the namespace's, else the builtins', else NameError.
-    [[nodiscard]] Ref global(Text name) const;
+    [[nodiscard]] Ref global(Text name) const { return look_up(globals_, builtins_, texts_[name]); }
 
     // `object.name`
     [[nodiscard]] Ref attribute(PyObject* object, Text name) const {

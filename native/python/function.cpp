@@ -73,7 +73,7 @@ Ref evaluate(const Default& value, PyObject* globals) {
         case Default::Kind::literal:
             return checked(PyUnicode_InternFromString(value.text));
         case Default::Kind::global:
-            return item(globals, value.text);
+            return look_up(globals, value.text);
     }
     throw std::logic_error("a default of an unknown kind");
 }

@@ -9,7 +9,11 @@ namespace {
 constexpr int absolute = 0;  // the level of an import that isn't relative to the package
 
 Ref imported(PyObject* globals, const char* module, PyObject* names) {
-    const Ref import = item(PyEval_GetBuiltins(), "__import__");
+    const Ref import = item_if_any(PyEval_GetBuiltins(), "__import__");
+    if (import.get() == nullptr) {
+        PyErr_SetString(PyExc_ImportError, "__import__ not found");
+        throw PythonError{};
+    }
     return checked(PyObject_CallFunction(import, "sOOOi", module, globals, globals, names, absolute));
 }
 

@@ -26,11 +26,6 @@ Ref next_to_unpack(PyObject* iterator, int already) {
 
 }  // namespace
 
-Ref item(PyObject* dict, const char* key) {
-    const Ref name = checked(PyUnicode_InternFromString(key));
-    return checked(PyObject_GetItem(dict, name));
-}
-
 Ref item_if_any(PyObject* dict, const char* key) {
     const Ref name = checked(PyUnicode_InternFromString(key));
     Ref value = Ref::borrow(PyDict_GetItemWithError(dict, name));

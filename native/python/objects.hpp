@@ -22,10 +22,7 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
     return is_true(answer);
 }
 
-// `dict[key]` for a dict and a key in UTF-8; a missing one is a KeyError.
-[[nodiscard]] Ref item(PyObject* dict, const char* key);
-
-// The same, but null without an error when the key is missing.
+// `dict.get(key)` for a dict and a key in UTF-8, but null when the key is missing.
 [[nodiscard]] Ref item_if_any(PyObject* dict, const char* key);
 
 // The file name that tracebacks through a module show, from its namespace.

@@ -7,7 +7,6 @@
 #include "python/boundary.hpp"
 #include "python/function.hpp"
 #include "python/imports.hpp"
-#include "python/objects.hpp"
 #include "skill/functions.hpp"
 #include "skill/names.hpp"
 #include "skill/result.hpp"
@@ -40,7 +39,7 @@ class Namespace {
     explicit Namespace(PyObject* module) : dict_(PyModule_GetDict(module)) {}
 
     [[nodiscard]] PyObject* dict() const noexcept { return dict_; }
-    [[nodiscard]] Ref operator[](const char* name) const { return python::item(dict_, name); }
+    [[nodiscard]] Ref operator[](const char* name) const { return python::look_up(dict_, name); }
     void bind(const char* name, const Ref& value) const { checked(PyDict_SetItemString(dict_, name, value)); }
     void bind_text(const char* name, std::string_view utf8) const {
         bind(name, checked(PyUnicode_FromStringAndSize(utf8.data(), static_cast<Py_ssize_t>(utf8.size()))));

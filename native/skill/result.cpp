@@ -1,6 +1,5 @@
 #include "skill/result.hpp"
 
-#include "python/objects.hpp"
 #include "skill/names.hpp"
 
 namespace tarnel::skill {
@@ -28,7 +27,7 @@ void set_text(PyObject* mapping, const char* key, const char* text) {
 // What the class's body would leave: its names in order of their binding.
 Ref class_namespace(PyObject* globals) {
     Ref names = checked(PyDict_New());
-    const Ref module_name = python::item(globals, "__name__");
+    const Ref module_name = python::look_up(globals, "__name__");
     set(names, "__module__", module_name);
     set_text(names, "__doc__", "Outcome of a skill install/status operation.");
     set_text(names, "__qualname__", "SkillResult");
@@ -47,7 +46,7 @@ void define_skill_result(PyObject* globals) {
     const Ref names = class_namespace(globals);
     const Ref undecorated =
         checked(PyObject_CallFunction(reinterpret_cast<PyObject*>(&PyType_Type), "s()O", "SkillResult", names.get()));
-    const Ref dataclass = python::item(globals, "dataclass");
+    const Ref dataclass = python::look_up(globals, "dataclass");
     const Ref decorated = checked(PyObject_CallOneArg(dataclass, undecorated));
     set(globals, "SkillResult", decorated);
 }
