@@ -8,6 +8,11 @@ namespace tarnel::skill {
 
 namespace {
 
+bool is_current(const Frame& frame, PyObject* existing) {
+    const Ref same_or_newer = compare_with_package(frame, existing, Py_GE);
+    return is_true(same_or_newer);
+}
+
 // What is about to happen, and what has happened then. Each text looks the version up for itself.
 struct Wording {
     Ref action;
@@ -46,7 +51,7 @@ Ref install_skill(const Frame& frame) {
     const Ref path = frame.call(name::skill_target_path, {scope, project_root, skill_name, skills_dir});
     const Ref is_there = frame.call_method(path, name::exists);
     const Ref existing = is_true(is_there) ? frame.call(name::_installed_version, {path}) : none();
-    if (is_true(existing) && !is_true(force) && compare_with_package(frame, existing, Py_GE)) {
+    if (is_true(existing) && !is_true(force) && is_current(frame, existing)) {
         const Record record(frame, scope, path);
         const Ref message = checked(PyUnicode_FromFormat("already up to date (v%S)", existing.get()));
         return record.finish(Outcome::reached, message, agents);

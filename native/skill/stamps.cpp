@@ -6,12 +6,12 @@
 
 namespace tarnel::skill {
 
-bool compare_with_package(const Frame& frame, PyObject* version, int operation) {
+Ref compare_with_package(const Frame& frame, PyObject* version, int operation) {
     const Ref installed_key = frame.call(name::_version_tuple, {version});
     const Ref to_key = frame.global(name::_version_tuple);
     const Ref package_version = frame.global(name::package_version);
     const Ref package_key = frame.call(to_key, {package_version});
-    return compare(installed_key, package_key, operation);
+    return checked(PyObject_RichCompare(installed_key, package_key, operation));
 }
 
 namespace {

@@ -5,7 +5,8 @@
 
 namespace tarnel::skill {
 
-// `_version_tuple(version) OPERATOR _version_tuple(__version__)`; `operation` is Py_GE, Py_LT and so on.
-[[nodiscard]] bool compare_with_package(const python::Frame& frame, PyObject* version, int operation);
+// `_version_tuple(version) OPERATOR _version_tuple(__version__)`, not yet tested for truth; `operation` is Py_GE, Py_LT
+// and so on.
+[[nodiscard]] python::Ref compare_with_package(const python::Frame& frame, PyObject* version, int operation);
 
 }  // namespace tarnel::skill

@@ -16,9 +16,9 @@ Ref _reading_agents(const Frame& frame) {
 
 Ref note_on(const Frame& frame, PyObject* version) {
     if (!is_true(version)) return Ref::borrow(frame[literal::not_installed]);
-    const bool outdated = compare_with_package(frame, version, Py_LT);
+    const Ref outdated = compare_with_package(frame, version, Py_LT);
     Ref note = checked(PyUnicode_FromFormat("v%S", version));
-    if (!outdated) return note;
+    if (!is_true(outdated)) return note;
     const Ref package_version = frame.global(name::package_version);
     return checked(PyUnicode_FromFormat("%U (update available: v%S)", note.get(), package_version.get()));
 }
