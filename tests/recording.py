@@ -1,0 +1,220 @@
+"""Objects that report what is done to them, for comparing two implementations step by step.
+
+Two implementations do the same if, given equal objects, they take equal steps to equal ends. A recorder numbers the
+steps, and can let any of them fail or answer differently.
+"""
+
+import operator
+import os
+import re
+import sys
+from collections.abc import Callable
+from dataclasses import dataclass, field
+from types import FunctionType, SimpleNamespace
+from typing import Any
+
+
+class Stop(BaseException):
+    """An error that is no Exception; also the end of a run of too many steps."""
+
+
+class Refused(OSError):  # noqa: N818  # named like its siblings
+    """An OSError whose text is a step of its own."""
+
+    recorder: "Recorder"
+
+    def __str__(self) -> str:
+        return str(self.recorder.step("text of the error", (), {}, lambda: "refused"))
+
+
+# Descriptions, from which each run builds objects of its own.
+
+
+@dataclass(frozen=True)
+class Failure:
+    """An error to be raised."""
+
+    kind: type[BaseException]
+    arguments: tuple[Any, ...] = ()
+
+
+@dataclass(frozen=True)
+class Watched:
+    """A value behind a witness."""
+
+    value: Any
+
+
+@dataclass(frozen=True)
+class Subclassed:
+    """A text, tuple, list or dict of a subclass that reports the use of its methods."""
+
+    value: Any
+
+
+@dataclass(frozen=True)
+class OneShot:
+    """An iterator over the values."""
+
+    values: tuple[Any, ...]
+
+
+@dataclass
+class Recorder:
+    """The steps of one run; `answers` replaces the results of steps, by their numbers."""
+
+    answers: dict[int, Any] = field(default_factory=dict)
+    takes_witnesses: frozenset[int] = frozenset()  # identities; any other callee is given what witnesses stand for
+    steps: list[Any] = field(default_factory=list)
+    witnesses: int = 0
+    muted: bool = False
+
+    def step(self, event: str, arguments: Any, keywords: Any, act: Callable[[], Any], *, wrap: bool = False) -> Any:
+        if self.muted:
+            return act()
+        number = len(self.steps)
+        if number >= 20_000:
+            raise Stop
+        handled = sys.exception()
+        self.steps.append((event, self.account((arguments, keywords, type(handled), handled and handled.args))))
+        result = self.build(self.answers[number]) if number in self.answers else act()
+        return self.watch(event, result) if wrap else result
+
+    def account(self, value: Any) -> Any:
+        """What can be told of a value; telling it counts as no step."""
+        self.muted = True
+        try:
+            return account(value)
+        finally:
+            self.muted = False
+
+    def watch(self, label: str, value: Any) -> Any:
+        if value is None or type(value) is Witness:
+            return value
+        self.witnesses += 1
+        return Witness(self, f"<{self.witnesses}: {label}>", value)
+
+    def build(self, value: Any) -> Any:
+        """The object of a description; whatever holds descriptions is built anew as well."""
+        match value:
+            case Failure():
+                error = value.kind(*value.arguments)
+                vars(error)["recorder"] = self
+                raise error
+            case Watched():
+                value = self.watch("given", self.build(value.value))
+            case Subclassed():
+                value = REPORTING[type(value.value)](self.build(value.value))
+                value.recorder = self
+            case OneShot():
+                value = iter([self.build(item) for item in value.values])
+            case SimpleNamespace():
+                value = SimpleNamespace(**self.build(vars(value)))
+            case tuple() | list():
+                value = type(value)(self.build(item) for item in value)
+            case dict():
+                value = {self.build(key): self.build(item) for key, item in value.items()}
+        return value
+
+
+def _target(value: Any) -> Any:
+    return value._target if type(value) is Witness else value
+
+
+class Witness:
+    """Reports each use of the object it stands for and passes it on; what comes of it has a witness as well."""
+
+    __slots__ = ("_label", "_recorder", "_target")
+
+    def __init__(self, recorder: Recorder, label: str, target: Any) -> None:
+        self._recorder = recorder
+        self._label = label
+        self._target = target
+
+    def __getattr__(self, name: str) -> Any:
+        return self._recorder.step(f"{self._label}.{name}", (), {}, lambda: getattr(self._target, name), wrap=True)
+
+    def __call__(self, *arguments: Any, **keywords: Any) -> Any:
+        def act() -> Any:
+            if id(self._target) in self._recorder.takes_witnesses:
+                return self._target(*arguments, **keywords)
+            return self._target(*map(_target, arguments), **{name: _target(value) for name, value in keywords.items()})
+
+        return self._recorder.step(f"{self._label}()", arguments, keywords, act, wrap=True)
+
+
+def _add_operators() -> None:
+    # The interpreter takes no witness for the answer of the first of these.
+    plain: dict[str, Any] = {function.__name__: function for function in (bool, format, hash, int, len, repr, str)}
+    plain |= {"contains": operator.contains, "fspath": os.fspath}
+    wrapped: dict[str, Any] = {"iter": iter, "next": next, "rtruediv": lambda target, other: other / target}
+    wrapped |= {name: getattr(operator, name) for name in ("eq", "ge", "getitem", "gt", "le", "lt", "ne", "truediv")}
+    for name, function in (plain | wrapped).items():
+
+        def method(self: Any, *others: Any, name: str = name, function: Any = function) -> Any:
+            def act() -> Any:
+                return function(self._target, *map(_target, others))
+
+            return self._recorder.step(f"{self._label}.{name}", others, {}, act, wrap=name in wrapped)
+
+        setattr(Witness, f"__{name}__", method)
+
+
+_add_operators()
+
+
+def _reporting(base: type) -> Any:
+    methods: dict[str, Any] = {}
+    silent = {"__new__", "__init__", "__getattribute__", "fromkeys", "maketrans", "__class_getitem__"}
+    for name, original in vars(base).items():
+        if not callable(original) or name in silent:
+            continue
+
+        def method(self: Any, *others: Any, name: str = name, original: Any = original, **keywords: Any) -> Any:
+            return self.recorder.step(
+                f"{base}.{name}", (self, *others), keywords, lambda: original(self, *others, **keywords)
+            )
+
+        methods[name] = method
+    return type(f"Reporting{base.__name__}", (base,), methods)
+
+
+REPORTING = {base: _reporting(base) for base in (str, tuple, list, dict)}
+
+
+class Names(dict[str, Any]):
+    """A namespace that does not hold the module's names, but reports and answers when one is looked up."""
+
+    recorder: Recorder
+    supplied: dict[str, Any]
+
+    def __getitem__(self, name: str) -> Any:
+        if name in self.supplied:
+            return self.recorder.step(f"lookup {name}", (), {}, lambda: self.supplied[name])
+        return super().__getitem__(name)
+
+
+def account(value: Any) -> Any:
+    """What can be told of a value: the same for the same values of two implementations."""
+    kind = type(value)
+    told: Any
+    if kind is Witness:
+        told = value._label
+    elif isinstance(value, BaseException):
+        named = [getattr(value, name, None) for name in ("name", "obj", "__notes__", "__suppress_context__")]
+        told = [str(value), *map(account, [value.args, named, value.__cause__, value.__context__])]
+    elif isinstance(value, str):
+        told = str.__str__(value)
+    elif isinstance(value, tuple):
+        told = [account(item) for item in tuple.__iter__(value)]
+    elif isinstance(value, list):
+        told = [account(item) for item in list.__iter__(value)]
+    elif isinstance(value, dict):
+        told = [(account(key), account(item)) for key, item in dict.items(value)]
+    elif kind.__name__ == "SkillResult":
+        told = account(vars(value))
+    elif isinstance(value, FunctionType | type):
+        told = value.__qualname__
+    else:
+        told = re.sub(r" at 0x\w+", "", repr(value))
+    return kind.__name__, told

@@ -1,0 +1,286 @@
+"""The module's functions as function objects: nothing tells them from those that the interpreter makes.
+
+Most tests ask the same of the plain-Python twin's function. A call takes one of two ways: the extension's short one, or
+the interpreter's own, which it takes once a copy has replaced the function's code object.
+"""
+
+import contextlib
+import dis
+import gc
+import inspect
+import io
+import itertools
+import sys
+import threading
+import traceback
+import weakref
+from collections.abc import Callable, Iterator
+from pathlib import Path
+from types import CodeType, FrameType, FunctionType, ModuleType
+
+import pytest
+
+import plain_skill
+from fresh_module import fresh_module
+from muvad_tarnel.setup import skill
+
+PLAIN = {n: f for n, f in inspect.getmembers(plain_skill, inspect.isfunction) if f.__module__ == plain_skill.__name__}
+NATIVE: dict[str, FunctionType] = {name: getattr(skill, name) for name in PLAIN}
+MODULES: list[ModuleType] = [skill, plain_skill]
+
+
+def outcome(function: Callable[..., object], /, *arguments: object, **keywords: object) -> object:
+    try:
+        return function(*arguments, **keywords)
+    except (TypeError, ValueError, LookupError, AttributeError, NameError, ArithmeticError) as error:
+        return type(error), str(error), getattr(error, "name", None)
+
+
+def both(name: str, /, *arguments: object, **keywords: object) -> object:
+    """The call's outcome, which is the twin's too."""
+    found = outcome(NATIVE[name], *arguments, **keywords)
+    assert found == outcome(PLAIN[name], *arguments, **keywords), (name, arguments, list(keywords))
+    return found
+
+
+@pytest.fixture(params=["short", "long"])
+def way(request: pytest.FixtureRequest, monkeypatch: pytest.MonkeyPatch) -> str:
+    """The way that calls take in this test, which runs once for each."""
+    for function in NATIVE.values() if request.param == "long" else ():
+        monkeypatch.setattr(function, "__code__", function.__code__.replace())
+    return str(request.param)
+
+
+@pytest.mark.parametrize("name", PLAIN)
+class TestEachFunction:
+    def test_has_code_that_tools_can_read(self, name: str) -> None:
+        code = NATIVE[name].__code__
+        instructions = [step for step in dis.get_instructions(code) if step.opname != "CACHE"]
+        loads = [step.argval for step in instructions if step.opname == "LOAD_FAST"]
+        assert loads == list(inspect.signature(PLAIN[name]).parameters) == list(code.co_varnames)
+        depths = itertools.accumulate(dis.stack_effect(step.opcode, step.arg) for step in instructions)
+        assert max(depths) <= code.co_stacksize
+        assert [position[0] for position in code.co_positions()] == [1] * (len(code.co_code) // 2)
+        dis.dis(code, adaptive=True, file=io.StringIO())
+        with pytest.raises(OSError, match="source"):
+            inspect.getsource(code)
+
+    def test_has_a_body_among_its_constants_that_is_safe_to_call(self, name: str) -> None:
+        code, fitting = NATIVE[name].__code__, len(NATIVE[name].__code__.co_varnames)
+        (body,) = filter(callable, code.co_consts)
+        for count in {*range(10)} - {fitting}:
+            with pytest.raises(TypeError, match="body"):
+                body(*range(count))
+        outcome(body, *"x" * fitting)
+
+
+class Incomparable(str):
+    """A name that can't be compared with one of equal hash."""
+
+    __slots__ = ()
+    __hash__ = str.__hash__
+
+    def __eq__(self, other: object) -> bool:
+        raise ZeroDivisionError
+
+
+class Trail(tuple[object, ...]):
+    """Stands for a path: all that it was joined from."""
+
+    __slots__ = ()
+
+    def __truediv__(self, part: object) -> "Trail":
+        return Trail((*self, part))
+
+
+@pytest.fixture
+def _echoes(monkeypatch: pytest.MonkeyPatch) -> None:
+    """Have skill_target_path and install_skills give back what their parameters are bound to."""
+    for module in MODULES:
+        monkeypatch.setattr(module, "_scope_base", lambda scope, root: Trail((scope, root)))
+        monkeypatch.setattr(module, "skill_dir_plan", lambda agents, scope: {(agents, scope): "x"})
+        monkeypatch.setattr(module, "install_skill", lambda *args, **keywords: (args, keywords))
+
+
+Call = tuple[tuple[object, ...], dict[str, object]]
+KEYWORDS: list[dict[str, object]] = [{}, {"skills_dir": "d"}, {str(b"skill_name", "ascii"): "n"}, {"unknown": 1}]
+TARGET_CALLS: list[Call] = [(tuple(range(count)), keywords) for count in range(6) for keywords in KEYWORDS]
+TARGET_CALLS += [((1, 2), {Incomparable("skill_name"): "n"}), ((), {"skill_name": "n", "scope": "s"})]
+INSTALL_CALLS: list[Call] = [((), {}), ((1, 2, 3), {}), (("s",), {"force": 1, "agents": (), "project_root": "r"})]
+
+
+@pytest.mark.usefixtures("_echoes")
+class TestBinding:
+    def test_takes_the_defaults_as_they_stand(self, monkeypatch: pytest.MonkeyPatch) -> None:
+        for defaults in ((1, 2, 3), (4, 5, 6, 7), (8,), (), None, (*range(9),)):
+            for module in MODULES:
+                monkeypatch.setattr(module.skill_target_path, "__defaults__", defaults)
+            for arguments, keywords in TARGET_CALLS:
+                both("skill_target_path", *arguments, **keywords)
+
+    def test_takes_the_keyword_defaults_as_they_stand(self, monkeypatch: pytest.MonkeyPatch) -> None:
+        given: list[dict[str, object] | None] = [
+            {"dry_run": 1, "force": 2, "agents": (3,)},
+            {"force": 4, "surplus": 5},
+            None,
+            {Incomparable("force"): 1, "dry_run": 2, "agents": ()},
+        ]
+        for defaults in given:
+            for module in MODULES:
+                monkeypatch.setattr(module.install_skills, "__kwdefaults__", defaults)
+            for value in ("as given", "changed in place"):
+                if defaults is not None:
+                    defaults["dry_run"] = value
+                for arguments, keywords in INSTALL_CALLS:
+                    both("install_skills", *arguments, **keywords)
+
+    @pytest.mark.parametrize("other", ["install_skills", "_version_tuple", "skill_capable_agents"])
+    def test_is_to_the_code_that_the_function_has_now(self, other: str, monkeypatch: pytest.MonkeyPatch) -> None:
+        calls = [*TARGET_CALLS, *INSTALL_CALLS, (("1.2",), {})]
+        others = NATIVE[other].__code__
+        codes: list[CodeType] = [others, PLAIN[other].__code__, others.replace(co_name="renamed")]
+        before = [both("skill_target_path", *arguments, **keywords) for arguments, keywords in calls]
+        monkeypatch.setattr(plain_skill.skill_target_path, "__code__", PLAIN[other].__code__)
+        for code in codes:
+            monkeypatch.setattr(skill.skill_target_path, "__code__", code)
+            assert [both("skill_target_path", *arguments, **keywords) for arguments, keywords in calls] != before
+
+    @pytest.mark.parametrize("own_way", ["short", "long"])
+    def test_owns_all_that_is_replaced_meanwhile(self, own_way: str) -> None:
+        class Default:
+            pass
+
+        def replace(*_: object) -> None:
+            function.__defaults__ = function.__kwdefaults__ = None
+            function.__code__ = plain_skill.install_skills.__code__
+            assert None not in [reference() for reference in owned]
+            raise ZeroDivisionError(own_way)
+
+        function = fresh_module(skill.__file__).install_skills
+        function.__globals__["skill_dir_plan"] = replace
+        function.__defaults__ = (None, Default())
+        function.__kwdefaults__ = {"agents": (), "force": Default(), "dry_run": False}
+        if own_way == "long":
+            function.__code__ = function.__code__.replace()
+        values = (function.__defaults__[1], function.__kwdefaults__["force"], function.__code__)
+        owned = [*map(weakref.ref, values)]
+        del values
+        with pytest.raises(ZeroDivisionError, match=own_way):
+            function("s")
+        assert [reference() for reference in owned] == [None] * 3
+
+
+def test_code_runs_in_the_namespace_of_each_function_made_of_it() -> None:
+    base = {"_scope_base": lambda *arguments: Trail(arguments)}
+    namespaces: list[dict[str, object]] = [
+        {"__builtins__": base},
+        {"__builtins__": {}},
+        {Incomparable("_scope_base"): 0},
+    ]
+    for namespace in namespaces:
+        copies = [FunctionType(module.skill_target_path.__code__, namespace) for module in MODULES]
+        assert outcome(copies[0], *"srnd") == outcome(copies[1], *"srnd")
+
+
+def test_tracebacks_show_the_calls_that_went_the_interpreters_way(way: str) -> None:
+    for _ in range(12_000):  # failures add up to nothing that would change the next call's way
+        outcome(skill.skill_target_path, "nowhere")
+    with pytest.raises(ValueError, match="unknown skill scope: 'nowhere'") as caught:
+        skill.skill_target_path("nowhere")
+    found = [
+        (frame.f_code.co_name, line, frame.f_locals)
+        for frame, line in traceback.walk_tb(caught.tb)
+        if frame.f_code.co_filename == skill.__file__
+    ]
+    given = {"scope": "nowhere", "project_root": None}
+    by_default = {"skill_name": "tarnel", "skills_dir": ".claude/skills"}
+    shown = [("skill_target_path", 1, given | by_default), ("_scope_base", 1, given)]
+    assert found == (shown if way == "long" else [])
+
+
+@pytest.mark.parametrize("watch", [sys.settrace, sys.setprofile])
+def test_calls_that_are_watched_go_as_they_do_unwatched(watch: Callable[[object], None], way: str) -> None:
+    def note(frame: FrameType, event: str, _: object) -> object:
+        frame.f_trace_opcodes = True
+        events.append(f"{event} {frame.f_code.co_name}")
+        return note
+
+    name, calls = "_version_tuple", [("1.2",), (3,), ()] * 3
+    events: list[str] = []
+    expected = [both(name, *arguments) for arguments in calls]
+    watch(note)
+    found = [outcome(NATIVE[name], *arguments) for arguments in calls]
+    watch(None)
+    assert found == expected == [both(name, *arguments) for arguments in calls]
+    assert "call outcome" in events
+    assert (f"call {name}" in events) == (way == "long"), "short calls have no frames to be seen"
+
+
+@contextlib.contextmanager
+def recursion_limit(limit: int) -> Iterator[None]:
+    usual = sys.getrecursionlimit()
+    sys.setrecursionlimit(limit)
+    yield
+    sys.setrecursionlimit(usual)
+
+
+@pytest.mark.parametrize("limit", [1000, 10**6])
+def test_endless_recursion_leaves_the_interpreter_well(limit: int, way: str, monkeypatch: pytest.MonkeyPatch) -> None:
+    def recurse() -> None:
+        with pytest.raises(RecursionError, match=r"^maximum recursion depth exceeded$") as caught:
+            skill.skill_target_path("user")
+        frames.append(len([*traceback.walk_tb(caught.tb)]))
+
+    frames: list[int] = []
+    with monkeypatch.context() as patch, recursion_limit(limit):
+        patch.setattr(skill, "_scope_base", skill.skill_target_path)
+        for _ in range(5):
+            recurse()
+            thread = threading.Thread(target=recurse)
+            thread.start()
+            thread.join()
+    assert len(frames) == 10
+    assert min(frames) > 300, f"only the first calls of a deep recursion go the {way} way"
+    assert str(skill.skill_target_path("project", Path("r"))) == "r/.claude/skills/tarnel/SKILL.md"
+
+
+def test_a_call_on_the_brink_of_the_c_stack_is_an_error(way: str) -> None:
+    def dive(_: object) -> object:
+        try:
+            return next(map(dive, [0]))
+        except RecursionError:
+            try:
+                return skill._scope_base(way)
+            except (RecursionError, ValueError) as error:
+                return type(error)
+
+    with recursion_limit(10**6):
+        assert dive(0) is RecursionError
+
+
+@pytest.mark.parametrize(("name", "argument"), [("_installed_version", Path()), ("install_skill", "project")])
+def test_a_generator_sees_only_errors_that_it_handles(name: str, argument: object, way: str, project: Path) -> None:
+    def generator() -> Iterator[object]:
+        yield NATIVE[name](argument)
+        yield sys.exception()
+
+    (project / ".claude").write_text("in the way of a directory")
+    steps = generator()
+    try:
+        int(way)
+    except ValueError:
+        next(steps)  # the function handles an OSError meanwhile
+    assert next(steps) is None
+
+
+def test_a_function_outlives_its_module() -> None:
+    module = fresh_module(skill.__file__)
+    function, module_alive = module.skill_target_path, weakref.ref(module)
+    code_alive = weakref.ref(function.__code__)
+    del module
+    gc.collect()
+    assert module_alive() is None
+    assert str(function("project", "r", skill_name="n")) == "r/.claude/skills/n/SKILL.md"
+    del function
+    gc.collect()
+    assert code_alive() is None

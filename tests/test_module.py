@@ -1,0 +1,121 @@
+"""The module as a module: how it is imported, what it holds, and what the file that it lies in shows."""
+
+import builtins
+import contextlib
+import hashlib
+import importlib.metadata
+import re
+import shutil
+import subprocess
+import sys
+from collections.abc import Callable
+from pathlib import Path
+from typing import Any
+
+import pytest
+
+import muvad_tarnel
+import plain_skill
+from fresh_module import NAME, fresh_module
+from muvad_tarnel.setup import config, skill
+
+NATIVE_SOURCES = Path(__file__).parents[1] / "native"
+
+
+def have_imports_met(patch: pytest.MonkeyPatch, meet: Callable[..., object]) -> None:
+    """Have `meet` called with all that the module gives to the import function, before each import."""
+
+    def meeting(name: str, namespace: dict[str, object], *rest: Any) -> object:
+        if namespace["__name__"] == NAME:
+            meet(name, namespace, *rest)
+        return original(name, namespace, *rest)
+
+    original = builtins.__import__
+    patch.setattr(builtins, "__import__", meeting)
+
+
+def fail_at_the_table(patch: pytest.MonkeyPatch) -> None:
+    patch.delattr(config, "AGENT_CONFIG")
+    patch.setattr(config, "__getattr__", lambda _: 1 / 0, raising=False)
+
+
+# Each fails the import in another place.
+HOSTS: dict[str, Callable[[pytest.MonkeyPatch], None]] = {
+    "without the table": lambda patch: patch.delattr(config, "AGENT_CONFIG"),
+    "without the table's module": lambda patch: patch.setitem(sys.modules, config.__name__, None),
+    "that fails": fail_at_the_table,
+    "that takes names": lambda patch: have_imports_met(patch, lambda _, namespace, *rest: namespace.pop("re", rest)),
+    "that takes the import function": lambda patch: have_imports_met(
+        patch, lambda *_: patch.delattr(builtins, "__import__")
+    ),
+}
+
+
+class TestImport:
+    @pytest.mark.parametrize("host", HOSTS)
+    def test_fails_as_the_twins_does_in_a_host(self, host: str, monkeypatch: pytest.MonkeyPatch) -> None:
+        errors: list[tuple[object, ...]] = []
+        for module in (skill, plain_skill):
+            with monkeypatch.context() as patch:
+                HOSTS[host](patch)
+                try:
+                    fresh_module(str(module.__file__))
+                except (ImportError, NameError, ZeroDivisionError) as error:
+                    details = [getattr(error, name, None) for name in ("name", "path", "name_from")]
+                    errors.append((type(error), str(error), *details))
+        assert errors[0] == errors[1]
+
+    def test_goes_through_the_import_function_that_is_in_place(self, monkeypatch: pytest.MonkeyPatch) -> None:
+        def note(name: str, namespace: object, local_namespace: object, *rest: object) -> None:
+            calls.append((name, local_namespace is namespace, *rest))
+
+        have_imports_met(monkeypatch, note)
+        calls: list[tuple[object, ...]] = []
+        fresh_module(str(plain_skill.__file__))
+        expected, calls = calls, []
+        fresh_module(skill.__file__)
+        assert calls == expected != []
+
+    def test_once_more_gives_a_namespace_of_its_own(self) -> None:
+        first, second = (fresh_module(skill.__file__) for _ in range(2))
+        assert first.SkillResult is not second.SkillResult
+        first.SKILL_TEMPLATES["tarnel"] = "first {version}"
+        assert first.render_skill_md("1") == "first 1"
+        assert second.render_skill_md("1") == skill.render_skill_md("1")
+        assert {id(function.__globals__) for function in (second._score, second.install_skill)} == {id(vars(second))}
+
+
+def test_the_documents_are_those_that_were_agreed() -> None:
+    digests = {name: hashlib.sha256(text.encode()).hexdigest() for name, text in skill.SKILL_TEMPLATES.items()}
+    assert digests == {
+        "tarnel": "bef2522d3677b204b64107eb8f11578357806c23542c454484ecfa92ac5a5f02",
+        "tarnel-map": "79ca54e5f36144a6738a1445f974f83244143c5aee02c5455d262add5d9474ed",
+        "tarnel-wiki": "d96191336437e3021b867994a69db41de6573d507b8eaae8d6c1f2c0c0965a7d",
+    }
+
+
+def test_one_version_is_packaged_shown_and_stamped() -> None:
+    stamps = {skill._VERSION_RE.findall(skill.render_skill_md(skill_name=name))[0] for name in skill.SKILL_TEMPLATES}
+    assert stamps == {muvad_tarnel.__version__} == {skill.__version__}
+    with contextlib.suppress(importlib.metadata.PackageNotFoundError):
+        assert importlib.metadata.version("muvad-tarnel") == muvad_tarnel.__version__
+
+
+@pytest.mark.skipif(sys.platform != "linux" or shutil.which("nm") is None, reason="needs nm on ELF")
+def test_the_extension_exports_its_entry_alone() -> None:
+    command = ["nm", "-D", "--defined-only", skill.__file__]
+    listing = subprocess.run(command, capture_output=True, text=True, check=True).stdout
+    assert [line.split()[-1] for line in listing.splitlines()] == ["PyInit_skill"]
+
+
+def test_the_native_layers_include_only_what_lies_below_them() -> None:
+    below = {"core": {"core"}, "disk": {"disk"}, "python": {"python"}, "skill": {"skill", "python", "disk", "core"}}
+    sources = [path for path in NATIVE_SOURCES.glob("*/*") if path.suffix in {".cpp", ".hpp"}]
+    assert {path.parent.name for path in sources} >= {"core", "python", "skill"}
+    for source in sources:
+        layer = source.parent.name
+        for opening, name in re.findall(r'^\s*#\s*include\s*([<"])([^">]+)', source.read_text(), re.MULTILINE):
+            if opening == '"' and name != "embedded_documents.inc":  # which the build makes
+                assert name.split("/")[0] in below[layer], f"{layer}/{source.name} includes {name}"
+            elif opening == "<" and layer == "core":
+                assert re.fullmatch(r"\w+", name), f"{layer}/{source.name} needs more than the C++ standard library"
