@@ -130,6 +130,20 @@ mac-wheel: $(PACKAGING)/.environment
 	@$(call check_wheel,$(PACKAGES)/mac-wheel/*-cp312-cp312-macosx_11_0_arm64.whl)
 	@$(PACKAGING_PY) tools/check_macho.py $(PACKAGES)/mac-wheel/*.whl
 
+# Programs and libraries of others, meeting the package in use: they have the wheel, and a folder with what it requires.
+CLIENTS    := .build/clients
+CLIENTS_PY := $(CLIENTS)/bin/python
+WHEELHOUSE := $(PACKAGES)/wheelhouse
+.PHONY: clients
+clients: wheel $(CLIENTS)/.environment
+	@rm -rf $(WHEELHOUSE)
+	@$(CLIENTS_PY) -m pip --disable-pip-version-check download -qq --dest $(WHEELHOUSE) pip $(PACKAGES)/wheel/*.whl
+	@$(CLIENTS_PY) -m pip --disable-pip-version-check uninstall -qq --yes muvad-tarnel
+	@$(CLIENTS_PY) -m pip --disable-pip-version-check install -qq --no-index --find-links $(WHEELHOUSE) \
+	  $(PACKAGES)/wheel/*.whl
+	@TARNEL_WHEELHOUSE=$(CURDIR)/$(WHEELHOUSE) $(CLIENTS_PY) -X dev -m pytest -o addopts="-ra --disable-plugin-autoload -p pyfakefs.pytest_plugin" \
+	  tests/clients $(ARGS)
+
 .PHONY: embedding
 embedding: $(ENVIRONMENT)
 	@tools/check_embedding.sh
@@ -154,6 +168,12 @@ $(PACKAGING)/.environment: requirements-packaging.txt tools/find_python.sh
 	@echo "Installing the tools that make packages"
 	@python=$$(tools/find_python.sh) && "$$python" -m venv --clear $(PACKAGING)
 	@$(PACKAGING_PY) -m pip --disable-pip-version-check install -qq --no-deps -r $< && $(PACKAGING_PY) -m pip check --quiet
+	@touch $@
+
+$(CLIENTS)/.environment: requirements-clients.txt tools/find_python.sh
+	@echo "Installing the clients"
+	@python=$$(tools/find_python.sh) && "$$python" -m venv --clear $(CLIENTS)
+	@$(CLIENTS_PY) -m pip --disable-pip-version-check install -qq --no-deps -r $< && $(CLIENTS_PY) -m pip check --quiet
 	@touch $@
 
 # The package's Python files are used from src/ as they are; the extension is built and installed again when its sources,
