@@ -99,8 +99,8 @@ endef
 
 check_wheel = $(PACKAGING_PY) tools/check_contents.py $(1) && $(PACKAGING)/bin/check-wheel-contents $(1)
 
-.PHONY: packages sdist wheel linux-wheel mac-wheel
-packages: sdist wheel linux-wheel mac-wheel
+.PHONY: packages sdist wheel linux-wheel mac-wheel workflow
+packages: sdist wheel linux-wheel mac-wheel workflow
 
 sdist: $(PACKAGING)/.environment
 	$(call build,sdist,--sdist)
@@ -129,6 +129,10 @@ mac-wheel: $(PACKAGING)/.environment
 	  _PYTHON_HOST_PLATFORM=macosx-11.0-arm64)
 	@$(call check_wheel,$(PACKAGES)/mac-wheel/*-cp312-cp312-macosx_11_0_arm64.whl)
 	@$(PACKAGING_PY) tools/check_macho.py $(PACKAGES)/mac-wheel/*.whl
+
+# What a hosted machine does for the platforms that are not at hand.
+workflow: $(PACKAGING)/.environment
+	@tools/check_workflow.sh
 
 # Programs and libraries of others, meeting the package in use: they have the wheel, and a folder with what it requires.
 CLIENTS    := .build/clients
