@@ -20,19 +20,22 @@ NATIVE_SOURCES := $(shell find native tests/native skills) cmake/EmbedDocuments.
 CPP   := $(shell find native tests/native -name '*.cpp' -o -name '*.hpp')
 SHELL_SCRIPTS := $(wildcard tools/*.sh) .ci/run
 
-PIP_INSTALL := $(PY) -m pip --disable-pip-version-check install -qq --no-deps
+PIP := -m pip --disable-pip-version-check
+PIP_INSTALL := $(PY) $(PIP) install -qq --no-deps
 # The pinned cmake and ninja come before the machine's.
 WITH_VENV := PATH="$(CURDIR)/$(VENV)/bin:$$PATH"
 
 .PHONY: help
 help:
-	@echo "make demo    install the skills for four agents into an empty repository and show what was written"
-	@echo "make test    run the native tests and the Python tests"
-	@echo "make lint    check style, types and the native code"
-	@echo "make format  apply the formatters and the safe fixes"
-	@echo "make hooks   have git run the quick checks at each commit"
-	@echo "make packages  build and check the source distribution and the wheels; sdist, wheel, linux-wheel, mac-wheel: one"
-	@echo "make clean   remove all that make has made"
+	@echo "make demo       install the skills for four agents into an empty repository and show what was written"
+	@echo "make test       run the native tests and the Python tests"
+	@echo "make lint       check style, types and the native code"
+	@echo "make format     apply the formatters and the safe fixes"
+	@echo "make hooks      have git run the quick checks at each commit"
+	@echo "make packages   build and check the source distribution and the wheels; one: sdist, wheel, linux-wheel, mac-wheel"
+	@echo "make clients    have tools and libraries of others use the wheel"
+	@echo "make embedding  build the extension by itself and test a host that vendors it"
+	@echo "make clean      remove all that make has made"
 
 .PHONY: demo
 demo: $(INSTALLED)
@@ -82,7 +85,7 @@ hooks: $(LINT_ENVIRONMENT)
 	@$(VENV)/bin/pre-commit install
 
 # Packages, into .build/packages/<target>, each looked at as soon as it is built. Their tools (zig among them) have an
-# environment of their own.
+# environment of their own, and the folder of zig's program is put on PATH for CMake to find.
 PACKAGES     := .build/packages
 PACKAGING    := .build/packaging
 PACKAGING_PY := $(PACKAGING)/bin/python
@@ -110,7 +113,7 @@ sdist: $(PACKAGING)/.environment
 wheel: sdist
 	@echo "Building wheel"
 	@rm -rf $(PACKAGES)/wheel
-	@$(PACKAGING_PY) -m pip --disable-pip-version-check wheel -qq --no-deps --wheel-dir $(PACKAGES)/wheel \
+	@$(PACKAGING_PY) $(PIP) wheel -qq --no-deps --wheel-dir $(PACKAGES)/wheel \
 	  $(PACKAGES)/sdist/*.tar.gz
 	@$(call check_wheel,$(PACKAGES)/wheel/*.whl)
 
@@ -141,12 +144,12 @@ WHEELHOUSE := $(PACKAGES)/wheelhouse
 .PHONY: clients
 clients: wheel $(CLIENTS)/.environment
 	@rm -rf $(WHEELHOUSE)
-	@$(CLIENTS_PY) -m pip --disable-pip-version-check download -qq --dest $(WHEELHOUSE) pip $(PACKAGES)/wheel/*.whl
-	@$(CLIENTS_PY) -m pip --disable-pip-version-check uninstall -qq --yes muvad-tarnel
-	@$(CLIENTS_PY) -m pip --disable-pip-version-check install -qq --no-index --find-links $(WHEELHOUSE) \
+	@$(CLIENTS_PY) $(PIP) download -qq --dest $(WHEELHOUSE) pip $(PACKAGES)/wheel/*.whl
+	@$(CLIENTS_PY) $(PIP) uninstall -qq --yes muvad-tarnel
+	@$(CLIENTS_PY) $(PIP) install -qq --no-index --find-links $(WHEELHOUSE) \
 	  $(PACKAGES)/wheel/*.whl
-	@TARNEL_WHEELHOUSE=$(CURDIR)/$(WHEELHOUSE) $(CLIENTS_PY) -X dev -m pytest -o addopts="-ra --disable-plugin-autoload -p pyfakefs.pytest_plugin" \
-	  tests/clients $(ARGS)
+	@TARNEL_WHEELHOUSE=$(CURDIR)/$(WHEELHOUSE) $(CLIENTS_PY) -X dev -m pytest tests/clients $(ARGS) \
+	  --override-ini="addopts=-ra --disable-plugin-autoload -p pyfakefs.pytest_plugin"
 
 .PHONY: embedding
 embedding: $(ENVIRONMENT)
@@ -168,16 +171,11 @@ $(LINT_ENVIRONMENT): $(ENVIRONMENT) requirements-lint.txt
 	@$(PIP_INSTALL) -r requirements-lint.txt && $(PY) -m pip check --quiet
 	@touch $@
 
-$(PACKAGING)/.environment: requirements-packaging.txt tools/find_python.sh
-	@echo "Installing the tools that make packages"
-	@python=$$(tools/find_python.sh) && "$$python" -m venv --clear $(PACKAGING)
-	@$(PACKAGING_PY) -m pip --disable-pip-version-check install -qq --no-deps -r $< && $(PACKAGING_PY) -m pip check --quiet
-	@touch $@
-
-$(CLIENTS)/.environment: requirements-clients.txt tools/find_python.sh
-	@echo "Installing the clients"
-	@python=$$(tools/find_python.sh) && "$$python" -m venv --clear $(CLIENTS)
-	@$(CLIENTS_PY) -m pip --disable-pip-version-check install -qq --no-deps -r $< && $(CLIENTS_PY) -m pip check --quiet
+# Environments for other occasions, each from the requirements of its name.
+.build/%/.environment: requirements-%.txt tools/find_python.sh
+	@echo "Installing what \"make\" uses for $*"
+	@python=$$(tools/find_python.sh) && "$$python" -m venv --clear $(@D)
+	@$(@D)/bin/python $(PIP) install -qq --no-deps -r $< && $(@D)/bin/python $(PIP) check --quiet
 	@touch $@
 
 # The package's Python files are used from src/ as they are; the extension is built and installed again when its sources,
