@@ -15,23 +15,27 @@ LINT_ENVIRONMENT := $(VENV)/.lint-environment
 INSTALLED        := $(BUILD)/.installed
 
 # Folders are listed as well: their time changes when a file is added or removed.
-NATIVE_SOURCES := $(shell find native tests/native skills cmake) CMakeLists.txt
+NATIVE_SOURCES := $(shell find native tests/native skills) cmake/EmbedDocuments.cmake CMakeLists.txt
 # What the native code is formatted and checked by.
 CPP   := $(shell find native tests/native -name '*.cpp' -o -name '*.hpp')
 SHELL_SCRIPTS := $(wildcard tools/*.sh) .ci/run
 
-PIP_INSTALL := $(PY) -m pip --disable-pip-version-check install -qq --no-deps
+PIP := -m pip --disable-pip-version-check
+PIP_INSTALL := $(PY) $(PIP) install -qq --no-deps
 # The pinned cmake and ninja come before the machine's.
 WITH_VENV := PATH="$(CURDIR)/$(VENV)/bin:$$PATH"
 
 .PHONY: help
 help:
-	@echo "make demo    install the skills for four agents into an empty repository and show what was written"
-	@echo "make test    run the native tests and the Python tests"
-	@echo "make lint    check style, types and the native code"
-	@echo "make format  apply the formatters and the safe fixes"
-	@echo "make hooks   have git run the quick checks at each commit"
-	@echo "make clean   remove all that make has made"
+	@echo "make demo       install the skills for four agents into an empty repository and show what was written"
+	@echo "make test       run the native tests and the Python tests"
+	@echo "make lint       check style, types and the native code"
+	@echo "make format     apply the formatters and the safe fixes"
+	@echo "make hooks      have git run the quick checks at each commit"
+	@echo "make packages   build and check the source distribution and the wheels; one: sdist, wheel, linux-wheel, mac-wheel"
+	@echo "make clients    have tools and libraries of others use the wheel"
+	@echo "make embedding  build the extension by itself and test a host that vendors it"
+	@echo "make clean      remove all that make has made"
 
 .PHONY: demo
 demo: $(INSTALLED)
@@ -80,6 +84,77 @@ format: $(LINT_ENVIRONMENT)
 hooks: $(LINT_ENVIRONMENT)
 	@$(VENV)/bin/pre-commit install
 
+# Packages, into .build/packages/<target>, each looked at as soon as it is built. Their tools (zig among them) have an
+# environment of their own, and the folder of zig's program is put on PATH for CMake to find.
+PACKAGES     := .build/packages
+PACKAGING    := .build/packaging
+PACKAGING_PY := $(PACKAGING)/bin/python
+ZIG_FOLDER    = $$($(PACKAGING_PY) -c 'import os, ziglang; print(os.path.dirname(ziglang.__file__))')
+WITH_PACKAGING := PATH="$(CURDIR)/$(PACKAGING)/bin:$(ZIG_FOLDER):$$PATH"
+
+# $(call build,target,arguments): what a build prints is of interest when it fails.
+define build
+@echo "Building $(1)"
+@rm -rf $(PACKAGES)/$(1) && mkdir -p $(PACKAGES)/$(1)
+@$(WITH_PACKAGING) $(3) $(PACKAGING_PY) -m build --no-isolation --outdir $(PACKAGES)/$(1) $(2) \
+  >$(PACKAGES)/$(1).log 2>&1 || { cat $(PACKAGES)/$(1).log; exit 1; }
+endef
+
+check_wheel = $(PACKAGING_PY) tools/check_contents.py $(1) && $(PACKAGING)/bin/check-wheel-contents $(1)
+
+.PHONY: packages sdist wheel linux-wheel mac-wheel workflow
+packages: sdist wheel linux-wheel mac-wheel workflow
+
+sdist: $(PACKAGING)/.environment
+	$(call build,sdist,--sdist)
+	@$(PACKAGING_PY) tools/check_contents.py $(PACKAGES)/sdist/*.tar.gz
+
+# As pip does it for everyone without a wheel of their own: from the source distribution, with this machine's compiler.
+wheel: sdist
+	@echo "Building wheel"
+	@rm -rf $(PACKAGES)/wheel
+	@$(PACKAGING_PY) $(PIP) wheel -qq --no-deps --wheel-dir $(PACKAGES)/wheel \
+	  $(PACKAGES)/sdist/*.tar.gz
+	@$(call check_wheel,$(PACKAGES)/wheel/*.whl)
+
+linux-wheel: $(PACKAGING)/.environment
+	$(call build,linux-wheel,--wheel -Cbuild-dir=.build/linux-wheel \
+	  -Ccmake.toolchain-file=cmake/cross/manylinux.cmake)
+	@$(WITH_PACKAGING) $(PACKAGING)/bin/auditwheel repair --wheel-dir $(PACKAGES)/linux-wheel/audited \
+	  $(PACKAGES)/linux-wheel/*.whl 2>$(PACKAGES)/audit.log || { cat $(PACKAGES)/audit.log; exit 1; }
+	@$(call check_wheel,$(PACKAGES)/linux-wheel/audited/*-cp312-cp312-*manylinux_2_17_*.whl)
+	@tools/test_wheel.sh $(PACKAGES)/linux-wheel/audited/*.whl
+
+# Python itself names the platform of the wheel; the file's suffix cannot be asked of this machine's.
+mac-wheel: $(PACKAGING)/.environment
+	$(call build,mac-wheel,--wheel -Cbuild-dir=.build/mac-wheel \
+	  -Ccmake.toolchain-file=cmake/cross/macos-arm64.cmake -Ccmake.define.TARNEL_SOABI=cpython-312-darwin,\
+	  _PYTHON_HOST_PLATFORM=macosx-11.0-arm64)
+	@$(call check_wheel,$(PACKAGES)/mac-wheel/*-cp312-cp312-macosx_11_0_arm64.whl)
+	@$(PACKAGING_PY) tools/check_macho.py $(PACKAGES)/mac-wheel/*.whl
+
+# What a hosted machine does for the platforms that are not at hand.
+workflow: $(PACKAGING)/.environment
+	@tools/check_workflow.sh
+
+# Programs and libraries of others, meeting the package in use: they have the wheel, and a folder with what it requires.
+CLIENTS    := .build/clients
+CLIENTS_PY := $(CLIENTS)/bin/python
+WHEELHOUSE := $(PACKAGES)/wheelhouse
+.PHONY: clients
+clients: wheel $(CLIENTS)/.environment
+	@rm -rf $(WHEELHOUSE)
+	@$(CLIENTS_PY) $(PIP) download -qq --dest $(WHEELHOUSE) pip $(PACKAGES)/wheel/*.whl
+	@$(CLIENTS_PY) $(PIP) uninstall -qq --yes muvad-tarnel
+	@$(CLIENTS_PY) $(PIP) install -qq --no-index --find-links $(WHEELHOUSE) \
+	  $(PACKAGES)/wheel/*.whl
+	@TARNEL_WHEELHOUSE=$(CURDIR)/$(WHEELHOUSE) $(CLIENTS_PY) -X dev -m pytest tests/clients $(ARGS) \
+	  --override-ini="addopts=-ra --disable-plugin-autoload -p pyfakefs.pytest_plugin"
+
+.PHONY: embedding
+embedding: $(ENVIRONMENT)
+	@tools/check_embedding.sh
+
 .PHONY: clean
 clean:
 	rm -rf $(VENV) .build .hypothesis .mypy_cache .pytest_cache .ruff_cache
@@ -94,6 +169,13 @@ $(ENVIRONMENT): requirements-dev.txt tools/find_python.sh tools/check_compiler.s
 $(LINT_ENVIRONMENT): $(ENVIRONMENT) requirements-lint.txt
 	@echo "Installing the linters"
 	@$(PIP_INSTALL) -r requirements-lint.txt && $(PY) -m pip check --quiet
+	@touch $@
+
+# Environments for other occasions, each from the requirements of its name.
+.build/%/.environment: requirements-%.txt tools/find_python.sh
+	@echo "Installing what \"make\" uses for $*"
+	@python=$$(tools/find_python.sh) && "$$python" -m venv --clear $(@D)
+	@$(@D)/bin/python $(PIP) install -qq --no-deps -r $< && $(@D)/bin/python $(PIP) check --quiet
 	@touch $@
 
 # The package's Python files are used from src/ as they are; the extension is built and installed again when its sources,

@@ -3,6 +3,7 @@
 from collections.abc import Callable
 from functools import wraps
 from pathlib import Path
+from typing import Literal
 
 import click
 from click.core import ParameterSource
@@ -67,7 +68,9 @@ def skill_group() -> None:
 @project_option
 @click.option("--force", is_flag=True, help="Rewrite copies of the same or a newer version as well.")
 @click.option("--dry-run", is_flag=True, help="Say what would be done and write nothing.")
-def install(*, scope: str, agents: tuple[str, ...], project: Path | None, force: bool, dry_run: bool) -> None:
+def install(
+    *, scope: Literal["user", "project"], agents: tuple[str, ...], project: Path | None, force: bool, dry_run: bool
+) -> None:
     """Install the skills where the agents look.
 
     The directories are chosen so that each agent finds every skill, through one directory where that can be had.

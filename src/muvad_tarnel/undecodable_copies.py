@@ -3,6 +3,7 @@
 from collections.abc import Iterator
 from contextlib import contextmanager, suppress
 from pathlib import Path
+from typing import Literal
 
 import click
 
@@ -28,6 +29,7 @@ def naming_undecodable_copy(agents: tuple[str, ...], project_root: Path | None) 
 def find_copy(content: bytes, agents: tuple[str, ...], project_root: Path | None) -> Path | None:
     """The first installed copy with exactly `content`, among all that `agents` read; None if it has changed since."""
     records = [AGENT_CONFIG[key] for key in agents]
+    places: list[tuple[Literal["user", "project"], str]]
     places = [("user", directory) for record in records for directory in record.skills_user_roots]
     places += [("project", directory) for record in records for directory in record.skills_project_roots]
     for scope, directory in places:

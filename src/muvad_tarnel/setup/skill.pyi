@@ -5,12 +5,15 @@ import re as re
 from collections.abc import Iterable as Iterable
 from dataclasses import dataclass as dataclass
 from pathlib import Path as Path
-from typing import TypeAlias
+from typing import Literal, TypeAlias
 
 from muvad_tarnel import __version__ as __version__
 from muvad_tarnel.setup.config import AGENT_CONFIG as AGENT_CONFIG
 
 annotations: __future__._Feature
+
+# The scopes of functions that raise ValueError for any other. Those that only plan take other texts for "project".
+_Scope: TypeAlias = Literal["user", "project"]  # noqa: UP040 (runs in old tools, too)
 
 SKILL_DIR_NAME: str
 _SKILL_TEMPLATE: str
@@ -47,12 +50,12 @@ def _version_tuple(v: str) -> tuple[int, ...]: ...
 
 DEFAULT_AGENTS: tuple[str, ...]
 
-def _scope_base(scope: str, project_root: Path | None = None) -> Path: ...
+def _scope_base(scope: _Scope, project_root: Path | None = None) -> Path: ...
 def skill_target_path(
-    scope: str, project_root: Path | None = None, skill_name: str = "tarnel", skills_dir: str = ".claude/skills"
+    scope: _Scope, project_root: Path | None = None, skill_name: str = "tarnel", skills_dir: str = ".claude/skills"
 ) -> Path: ...
 def install_skill(
-    scope: str = "user",
+    scope: _Scope = "user",
     project_root: Path | None = None,
     *,
     force: bool = False,
@@ -62,7 +65,7 @@ def install_skill(
     agents: tuple[str, ...] = (),
 ) -> SkillResult: ...
 def install_skills(
-    scope: str = "user",
+    scope: _Scope = "user",
     project_root: Path | None = None,
     *,
     agents: Iterable[str] = ("claude",),
