@@ -12,4 +12,6 @@ endforeach()
 # as it is with Apple's compiler, and no surprise at import.
 set(availability _LIBCPP_HAS_VENDOR_AVAILABILITY_ANNOTATIONS)
 set(CMAKE_CXX_FLAGS_INIT "-U${availability} -D${availability}=1")
+set(TARNEL_LINK_DEPENDS "${CMAKE_CURRENT_LIST_DIR}/macos-stubs/libSystem.tbd"
+  "${CMAKE_CURRENT_LIST_DIR}/macos-stubs/libc++.tbd")  # linked again when a stub changes
 set(CMAKE_USER_MAKE_RULES_OVERRIDE_CXX "${CMAKE_CURRENT_LIST_DIR}/macos-arm64-linking.cmake")
