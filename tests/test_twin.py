@@ -339,7 +339,7 @@ class TestSurface:
         max_size=4,
     ),
 )
-@examples(80)
+@examples(40)
 def test_arguments_are_bound_or_rejected_alike(
     function: str, arguments: tuple[Any, ...], keywords: dict[Any, Any]
 ) -> None:
@@ -351,13 +351,13 @@ def test_arguments_are_bound_or_rejected_alike(
         "skill_capable_agents", "_agent_roots", "resolve_skill_dirs", "skill_dir_plan", "_score", "_reading_agents"
     )
 )
-@examples(80)
+@examples(40)
 def test_plans_are_alike_for_any_agent_table(call: Call) -> None:
     compare(call)
 
 
 @given(st.integers(1, 16), st.sampled_from([12, 12, 9, 3]), st.data())
-@examples(30)
+@examples(15)
 def test_plans_are_alike_for_many_directories(count: int, limit: int, data: st.DataObject) -> None:
     directories = [f"{number:x}" for number in range(count)]
     roots = st.lists(st.sampled_from(directories), min_size=1, max_size=9).map(tuple)
@@ -368,32 +368,32 @@ def test_plans_are_alike_for_many_directories(count: int, limit: int, data: st.D
 
 
 @given(documents())
-@examples(120)
+@examples(40)
 def test_stamps_are_read_alike(document: bytes | str | None) -> None:
     compare(Call("_installed_version", (Path("SKILL.md"),), files={"project/SKILL.md": document}))
 
 
 @given(st.sampled_from(VERSIONS) | TEXTS)
-@examples(60)
+@examples(40)
 def test_versions_are_ordered_alike(version: str) -> None:
     compare(Call("_version_tuple", (version,)))
 
 
 @given(any_calls("render_skill_md", "_version_tuple", "_installed_version", "_scope_base", "skill_target_path"))
-@examples(80)
+@examples(40)
 def test_documents_versions_and_paths_are_alike(call: Call) -> None:
     compare(call)
 
 
 @given(any_calls("install_skill", "install_skills", "skill_status", "shadowed_skills"))
-@examples(80)
+@examples(40)
 def test_installing_and_reporting_give_equal_results_and_files(call: Call) -> None:
     compare(call)
 
 
 @pytest.mark.parametrize("function", FUNCTIONS)
 @given(st.data())
-@examples(16)
+@examples(8)
 def test_the_same_steps_are_taken_in_the_same_order(function: str, data: st.DataObject) -> None:
     compare(data.draw(watched_calls(function)))
 
@@ -404,7 +404,7 @@ ANSWERS = st.sampled_from([Failure(kind, ("odd",)) for kind in KINDS]) | ODD
 
 @pytest.mark.parametrize("function", FUNCTIONS)
 @given(st.data(), st.lists(st.tuples(st.integers(0, 10_000), ANSWERS), min_size=1, max_size=3))
-@examples(10)
+@examples(5)
 def test_a_step_that_fails_or_answers_oddly_has_the_same_consequences(
     function: str, data: st.DataObject, changes: list[tuple[int, Any]]
 ) -> None:
