@@ -1,0 +1,133 @@
+"""Who sees which copies, who sees a skill twice, and what would mend it."""
+
+from collections import Counter
+from collections.abc import Collection, Iterable
+from typing import NamedTuple
+
+from muvad_tarnel.installed.copies import Copy, State, read_directories
+from muvad_tarnel.installed.readers import directories_of, directories_read
+from muvad_tarnel.installed.scopes import Roots, Scope
+from muvad_tarnel.setup import skill
+from muvad_tarnel.setup.config import AGENT_CONFIG
+
+# States in which an agent finds nothing that it could load.
+_INVISIBLE = (State.MISSING, State.UNREADABLE)
+
+
+class Sighting(NamedTuple):
+    """The copies of one skill that one agent finds at one scope, each file once, in the order of its directories."""
+
+    agent: str
+    scope: Scope
+    skill: str
+    copies: tuple[Copy, ...]
+
+
+class Remedy(NamedTuple):
+    """What mends a double sighting: an install for these agents, and the removal of these directories' copies."""
+
+    agents: tuple[str, ...]
+    removals: tuple[str, ...]
+
+
+class SeenTwice(NamedTuple):
+    """Agents that find skills in several directories of one scope. Without a remedy, no choice avoids it."""
+
+    agents: tuple[str, ...]
+    scope: Scope
+    directories: tuple[str, ...]
+    skills: tuple[str, ...]
+    remedy: Remedy | None
+
+
+class OneFile(NamedTuple):
+    """Directories through which one and the same file is reached, as links make them."""
+
+    scope: Scope
+    directories: tuple[str, ...]
+
+
+def copies_read_by(agents: Iterable[str], scope: Scope, roots: Roots) -> list[Copy]:
+    """Every skill's place in every directory that one of the agents reads, in ascending order of directories."""
+    return read_directories(roots.get("project"), scope, directories_read(agents, scope))
+
+
+def file_of(copy: Copy) -> object:
+    """What tells one file from another: device and inode, or the path of a file that is yet to be written."""
+    return copy.identity or str(copy.path.parent.resolve())
+
+
+def sighting(copies: Iterable[Copy], agent: str, scope: Scope, skill_name: str) -> Sighting:
+    """The distinct files among the copies through which an agent finds a skill."""
+    places = {copy.directory: copy for copy in copies if (copy.scope, copy.skill) == (scope, skill_name)}
+    seen: dict[object, Copy] = {}
+    for directory in directories_of(agent, scope):
+        if (copy := places.get(directory)) and copy.state not in _INVISIBLE:
+            seen.setdefault(file_of(copy), copy)
+    return Sighting(agent, scope, skill_name, tuple(seen.values()))
+
+
+def as_if_installed(copies: Iterable[Copy], directories: Collection[str]) -> list[Copy]:
+    """The copies as an install into the directories would leave them, as far as being found goes."""
+    return [
+        copy._replace(state=State.CURRENT) if copy.state is State.MISSING and copy.directory in directories else copy
+        for copy in copies
+    ]
+
+
+def concerned(copies: Iterable[Copy], agents: Iterable[str], scope: Scope) -> tuple[str, ...]:
+    """The agents, and those besides for whom someone has installed: what is theirs alone holds a copy."""
+    held = {copy.directory for copy in copies if copy.scope == scope and copy.exists}
+    natives = {agent: directories_of(agent, scope)[0] for agent in AGENT_CONFIG}
+    alone = [native for native, count in Counter(natives.values()).items() if count == 1]
+    theirs = (agent for agent, native in natives.items() if native in held and native in alone)
+    return tuple(dict.fromkeys((*agents, *theirs)))
+
+
+def seen_twice(copies: list[Copy], agents: tuple[str, ...], scope: Scope) -> list[SeenTwice]:
+    """The agents that find a skill through several files of one scope, with what would mend it."""
+    # Skills by who sees them where: seldom does that differ from skill to skill.
+    skills: dict[tuple[str, tuple[str, ...]], list[str]] = {}
+    for agent in concerned(copies, agents, scope):
+        for name in skill.SKILL_TEMPLATES:
+            directories = tuple(sorted(copy.directory for copy in sighting(copies, agent, scope, name).copies))
+            if len(directories) > 1:
+                skills.setdefault((agent, directories), []).append(name)
+    # Agents by all the rest.
+    together: dict[tuple[tuple[str, ...], tuple[str, ...], Remedy | None], list[str]] = {}
+    for (agent, directories), names in skills.items():
+        remedy = remedy_for(agent, agents, scope, directories)
+        together.setdefault((directories, tuple(names), remedy), []).append(agent)
+    return [
+        SeenTwice(tuple(keys), scope, directories, names, remedy)
+        for (directories, names, remedy), keys in together.items()
+    ]
+
+
+def owners_of(directory: str, scope: Scope, preferred: Collection[str]) -> tuple[str, ...]:
+    """The agent whose native directory this is, one of the preferred if possible; nobody for some directories."""
+    owners = [agent for agent in AGENT_CONFIG if directories_of(agent, scope)[0] == directory]
+    return tuple([agent for agent in owners if agent in preferred] or owners[:1])
+
+
+def remedy_for(agent: str, agents: tuple[str, ...], scope: Scope, directories: tuple[str, ...]) -> Remedy | None:
+    """The install that would have kept `agent` from seeing skills in all the directories, and what to remove now.
+
+    It is the install for all at once: for the agents asked for and for those that the directories belong to.
+    """
+    owners = (owner for directory in directories for owner in owners_of(directory, scope, agents))
+    together = tuple(key for key in AGENT_CONFIG if key in {agent, *agents, *owners})
+    plan = skill.skill_dir_plan(together, scope)
+    removals = tuple(directory for directory in directories if directory not in plan)
+    is_once = sum(agent in readers for readers in plan.values()) == 1
+    return Remedy(together, removals) if is_once and len(directories) - len(removals) == 1 else None
+
+
+def linked_directories(copies: Iterable[Copy]) -> list[OneFile]:
+    """The directories of one scope that hold one and the same file."""
+    groups: dict[tuple[Scope, str, tuple[int, int]], list[str]] = {}
+    for copy in copies:
+        if copy.identity:
+            groups.setdefault((copy.scope, copy.skill, copy.identity), []).append(copy.directory)
+    found = (OneFile(scope, tuple(names)) for (scope, _, _), names in groups.items() if len(names) > 1)
+    return list(dict.fromkeys(found))
