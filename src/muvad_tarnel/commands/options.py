@@ -38,8 +38,6 @@ class Request(NamedTuple):
 
     def line(self, command: str, scope: Scope, agents: tuple[str, ...] = (), rest: tuple[str, ...] = ()) -> str:
         """A command line to copy, for the same project."""
-        from shlex import join  # noqa: PLC0415 (seldom needed)
-
         words = ["muvad-tarnel", "skill", command, *rest]
         words += ["--scope", "project"] if scope == "project" else []
         words += ["--project", str(self.project_given)] if scope == "project" and self.project_given else []
@@ -47,6 +45,10 @@ class Request(NamedTuple):
             words.append("--all-agents")
         elif agents != skill.DEFAULT_AGENTS:
             words += [word for agent in agents for word in ("--agent", agent)]
+        if all(word.replace("/", "").replace(".", "").replace("-", "").isalnum() for word in words):
+            return " ".join(words)
+        from shlex import join  # noqa: PLC0415 (seldom needed)
+
         return join(words)
 
     def note_moved(self) -> None:

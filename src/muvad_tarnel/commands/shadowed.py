@@ -72,7 +72,7 @@ def table(request: Request, pairs: list[Pair]) -> Table:
         key = (place(pair.user), place(pair.project), AGENT_CONFIG[pair.agent].name, effect(pair))
         skills.setdefault(key, []).append(pair.skill)
     is_all = {skills_in_words(names) for names in skills.values()} == {"every skill"}
-    rows = [
+    rows: list[tuple[str | Cell, ...]] = [
         (user, project, *([] if is_all else [skills_in_words(names)]), agent, cell)
         for (user, project, agent, cell), names in sorted(skills.items(), key=lambda item: item[0][:2])
     ]

@@ -2,6 +2,7 @@
 
 from collections import Counter
 from collections.abc import Collection, Iterable
+from functools import cache
 from typing import NamedTuple
 
 from muvad_tarnel.installed.copies import Copy, State, read_directories
@@ -110,6 +111,12 @@ def owners_of(directory: str, scope: Scope, preferred: Collection[str]) -> tuple
     return tuple([agent for agent in owners if agent in preferred] or owners[:1])
 
 
+@cache
+def plan_together(agents: tuple[str, ...], scope: Scope) -> dict[str, list[str]]:
+    """The module's plan, computed once: with many agents it is the slowest part of a remedy."""
+    return skill.skill_dir_plan(agents, scope)
+
+
 def remedy_for(agent: str, agents: tuple[str, ...], scope: Scope, directories: tuple[str, ...]) -> Remedy | None:
     """The install that would have kept `agent` from seeing skills in all the directories, and what to remove now.
 
@@ -117,7 +124,7 @@ def remedy_for(agent: str, agents: tuple[str, ...], scope: Scope, directories: t
     """
     owners = (owner for directory in directories for owner in owners_of(directory, scope, agents))
     together = tuple(key for key in AGENT_CONFIG if key in {agent, *agents, *owners})
-    plan = skill.skill_dir_plan(together, scope)
+    plan = plan_together(together, scope)
     removals = tuple(directory for directory in directories if directory not in plan)
     is_once = sum(agent in readers for readers in plan.values()) == 1
     return Remedy(together, removals) if is_once and len(directories) - len(removals) == 1 else None

@@ -1,7 +1,6 @@
 """The two streams that a command speaks through."""
 
 import os
-import re
 import sys
 from collections.abc import Mapping
 from contextlib import suppress
@@ -16,14 +15,15 @@ from muvad_tarnel.output.report import Record, Report
 # The version of the JSON objects' shape: it changes when a reader of the former shape would be misled.
 SCHEMA = 1
 
-# Control characters, line separators, direction overrides and undecodable bytes of file names (lone surrogates):
-# they would break the line, steer the terminal or fail to encode.
-_UNPRINTABLE = re.compile(r"[\x00-\x1f\x7f-\x9f\u061c\u200e\u200f\u2028-\u202e\u2066-\u2069\ud800-\udfff]")
-
-
 def printable(text: str) -> str:
-    """`text` as one harmless line: what cannot be shown is replaced."""
-    return _UNPRINTABLE.sub("\N{REPLACEMENT CHARACTER}", text)
+    """`text` as one harmless line: what cannot be shown is replaced.
+
+    That is control characters, line separators, direction overrides and undecodable bytes of file names (lone
+    surrogates): they would break the line, steer the terminal or fail to encode.
+    """
+    if text.isprintable():
+        return text
+    return "".join(c if c.isprintable() else "\N{REPLACEMENT CHARACTER}" for c in text)
 
 
 class Style(NamedTuple):
@@ -92,7 +92,7 @@ class Console:
     def show(self, report: Report) -> None:
         """Print the report the way that was asked for."""
         if self._json:
-            self._write(object_text(self.command, report))
+            self._write(object_text(self.command, report, indent=2 if self.style.is_terminal else None))
             return
         blocks = [block for block in report.blocks if not self._quiet or type(block).__name__ == "Document"]
         if self.style.is_terminal:
@@ -120,9 +120,9 @@ class Console:
             os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
 
 
-def object_text(command: str, report: Report) -> str:
-    """The report as one JSON object, in ASCII."""
+def object_text(command: str, report: Report, indent: int | None) -> str:
+    """The report as one JSON object, in ASCII: one line unless indented."""
     import json  # noqa: PLC0415 (not needed for the other ways)
 
     record: Record = {"schema": SCHEMA, "command": command, "results": report.results, **(report.facts or {})}
-    return json.dumps(record, indent=2) + "\n"
+    return json.dumps(record, indent=indent) + "\n"
