@@ -106,9 +106,9 @@ def seen_twice(copies: list[Copy], agents: tuple[str, ...], scope: Scope) -> lis
 
 
 def owners_of(directory: str, scope: Scope, preferred: Collection[str]) -> tuple[str, ...]:
-    """The agent whose native directory this is, one of the preferred if possible; nobody for some directories."""
+    """The agents whose native directory this is: the preferred among them, else all, for nobody knows which is meant."""
     owners = [agent for agent in AGENT_CONFIG if directories_of(agent, scope)[0] == directory]
-    return tuple([agent for agent in owners if agent in preferred] or owners[:1])
+    return tuple([agent for agent in owners if agent in preferred] or owners)
 
 
 @cache
@@ -122,7 +122,7 @@ def remedy_for(agent: str, agents: tuple[str, ...], scope: Scope, directories: t
 
     It is the install for all at once: for the agents asked for and for those that the directories belong to.
     """
-    owners = (owner for directory in directories for owner in owners_of(directory, scope, agents))
+    owners = {owner for directory in directories for owner in owners_of(directory, scope, agents)}
     together = tuple(key for key in AGENT_CONFIG if key in {agent, *agents, *owners})
     plan = plan_together(together, scope)
     removals = tuple(directory for directory in directories if directory not in plan)
