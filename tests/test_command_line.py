@@ -4,8 +4,8 @@ import os
 from pathlib import Path
 
 import pytest
-from command_line import answer, copy_in, put, run, run_process
 
+from command_line import answer, copy_in, put, run, run_process
 from muvad_tarnel import __version__
 from muvad_tarnel.commands import COMMANDS
 from muvad_tarnel.installed import plans
@@ -46,7 +46,10 @@ class TestInstalling:
     def test_a_dry_run_says_what_would_be_and_writes_nothing(self, home: Path, project: Path) -> None:
         outdated = put(home, ".claude/skills", OLD, "tarnel")
         results = answer("install", "--dry-run")["results"]
-        messages = [f"would update v0.0.1 -> v{__version__} (dry run)", *[f"would install v{__version__} (dry run)"] * 2]
+        messages = [
+            f"would update v0.0.1 -> v{__version__} (dry run)",
+            *[f"would install v{__version__} (dry run)"] * 2,
+        ]
         assert [result["message"] for result in results] == messages
         assert outdated.read_text() == OLD
         assert (files(home), files(project)) == ({".claude/skills/tarnel/SKILL.md"}, set())
@@ -103,7 +106,7 @@ class TestInstalling:
         copy = put(home, ".claude/skills", text, "tarnel")
         result = run("install", *options)
         assert result.stderr == (said and "note: " + said.format(copy))
-        is_kept = text == EDITED and not options or "--dry-run" in options
+        is_kept = (text == EDITED and not options) or "--dry-run" in options
         assert (copy.read_bytes().decode() == text) is is_kept
         assert ("modified by hand" in result.stdout) is (text == EDITED and not options)
 
@@ -150,7 +153,9 @@ class TestStatus:
         (b"version: \xff\n", "unreadable", None, 1),
     )
 
-    @pytest.mark.parametrize(("text", "state", "version", "check"), CASES, ids=[f"{case[1]}-{i}" for i, case in enumerate(CASES)])
+    @pytest.mark.parametrize(
+        ("text", "state", "version", "check"), CASES, ids=[f"{case[1]}-{i}" for i, case in enumerate(CASES)]
+    )
     def test_every_state_is_told_and_checked(
         self, home: Path, text: str | bytes | None, state: str, version: str | None, check: int
     ) -> None:
@@ -270,7 +275,7 @@ class TestShadowed:
         ],
     )
     def test_both_copies_the_effect_and_the_remedy_are_named(
-        self, home: Path, project: Path, agent: str, user: str, project_directory: str, effect: str
+        self, home: Path, project: Path, *, agent: str, user: str, project_directory: str, effect: str
     ) -> None:
         shadowed = ["shadowed", "--agent", agent]
         copies = [put(project, project_directory, OLD, "tarnel")]
@@ -314,7 +319,11 @@ class TestRemoving:
         result = run("remove")
         assert (result.exit_code, copy.parent.exists()) == (int(not is_ours), not is_ours)
         if not is_ours:
-            assert (result.stderr.count("\n"), str(copy) in result.stderr, "--force" in result.stderr) == (1, True, True)
+            assert (result.stderr.count("\n"), str(copy) in result.stderr, "--force" in result.stderr) == (
+                1,
+                True,
+                True,
+            )
             forced = run("remove", "--force")
             assert (forced.exit_code, str(copy) in forced.stderr, copy.parent.exists()) == (0, True, False)
 
@@ -377,7 +386,13 @@ class TestShowing:
 
 class TestDetecting:
     def test_agents_in_use_are_found_by_what_they_left(self, home: Path) -> None:
-        for path in [".cursor/settings", ".codeium/windsurf/memories", ".gemini/skills/x", ".agents/other", ".claude/skills/y"]:
+        for path in [
+            ".cursor/settings",
+            ".codeium/windsurf/memories",
+            ".gemini/skills/x",
+            ".agents/other",
+            ".claude/skills/y",
+        ]:
             (home / path).mkdir(parents=True)
         result = run("install", "--detect")
         assert result.stderr == "note: detected: Cursor, Windsurf\n"
@@ -430,9 +445,15 @@ class TestMistakesAndFaults:
         ran = run_process("skill", command, HOME=unusable)
         assert "Traceback" not in ran.stderr
         assert all(line.startswith(("Error: ", "note: ")) for line in ran.stderr.splitlines())
-        assert ran.returncode == int(command == "install" or (unusable == "~nobody" and command != "agents") or (len(unusable) > 300 and command in ("diff", "remove")))
+        assert ran.returncode == int(
+            command == "install"
+            or (unusable == "~nobody" and command != "agents")
+            or (len(unusable) > 300 and command in ("diff", "remove"))
+        )
 
-    def test_without_a_home_the_project_is_still_looked_at(self, project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    def test_without_a_home_the_project_is_still_looked_at(
+        self, project: Path, monkeypatch: pytest.MonkeyPatch
+    ) -> None:
         put(project, ".claude/skills")
         monkeypatch.setenv("HOME", "~nobody")
         said = answer("status", exit_code=1)
@@ -454,12 +475,10 @@ class TestMistakesAndFaults:
 
 
 class TestEveryCommand:
-    ARGUMENTS = {"show": ["show", "tarnel"]}
-
     @pytest.mark.parametrize("command", COMMANDS)
     def test_it_answers_one_json_object_and_nothing_else(self, home: Path, command: str) -> None:
         put(home, ".claude/skills", EDITED, "tarnel")
-        arguments = self.ARGUMENTS.get(command, [command])
+        arguments = [command, "tarnel"] if command == "show" else [command]
         plain = run(*arguments)
         said = answer(*arguments, "--verbose", exit_code=run(*arguments, "--quiet").exit_code)
         assert (type(said["schema"]), type(said["results"]), said["command"]) == (int, list, command)
@@ -487,6 +506,8 @@ class TestEveryCommand:
         for flag in ("-h", "--help"):
             text = run(command, flag).stdout
             assert "Exit codes:\n    0 " in text
+            assert max(map(len, text.splitlines())) <= 80
+            assert "...\n" not in run("-h").stdout, "short helps are whole"
             assert "muvad-tarnel skill" in text or command == "agents"
 
     def test_the_version_is_the_package_version(self) -> None:

@@ -18,7 +18,9 @@ command_line.add_command(skill_group)
 @command_line.command()
 @click.argument("shell", type=click.Choice(["bash", "zsh", "fish"]))
 def completion(shell: str) -> None:
-    """Print the script that completes commands, options and agents in a shell.
+    """Print a shell's completion script.
+
+    It completes commands, options and agents.
 
     \b
     Examples:

@@ -23,4 +23,4 @@ class SkillCommands(click.Group):
 
 @click.group("skill", cls=SkillCommands)
 def skill_group() -> None:
-    """Install the agent skills, see what is installed and who reads it."""
+    """Install agent skills, see who reads them."""

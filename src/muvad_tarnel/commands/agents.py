@@ -20,7 +20,7 @@ LAST = "Reads skills from, its own directory first"
 @click.command("agents")
 @output_options
 def agents(**options: object) -> None:
-    """List the agents, and the directories they read skills from.
+    """List the agents and their skills directories.
 
     An agent's own directory stands first. "in use" is what --detect goes by: the agent's directory under the home
     directory holds more than skills.

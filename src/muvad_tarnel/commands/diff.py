@@ -15,11 +15,11 @@ from muvad_tarnel.output.report import Block, Document, Line, Report, Tone
 @asked_for("both")
 @output_options
 def diff(request: Request) -> Report:
-    """Show what an install would overwrite that this package didn't write.
+    """Show what an install would overwrite.
 
-    Every copy that the agents read is compared with this package's document of the same version (or of this version,
-    if it bears none). Lines with - stand in the copy and would be lost, lines with + would come in their place. Line
-    ends and a byte order mark are no difference.
+    That is, texts that this package didn't write. Every copy that the agents read is compared with this package's
+    document of the same version (or of this version, if it bears none). Lines with - stand in the copy and would be
+    lost, lines with + would come in their place. Line ends and a byte order mark are no difference.
 
     \b
     Examples:

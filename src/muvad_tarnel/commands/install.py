@@ -3,12 +3,19 @@
 import click
 
 from muvad_tarnel.commands.options import Request, asked_for, output_options
-from muvad_tarnel.commands.wording import agents_in_words, joined, scope_title, twice_lines, twice_records
+from muvad_tarnel.commands.wording import (
+    agents_in_words,
+    joined,
+    outdated_lines,
+    scope_title,
+    twice_lines,
+    twice_records,
+)
 from muvad_tarnel.installed.copies import State
 from muvad_tarnel.installed.installation import Outcome, install_planned
 from muvad_tarnel.installed.plans import plan_for
 from muvad_tarnel.installed.readers import names_of
-from muvad_tarnel.installed.sightings import as_if_installed, copies_read_by, seen_twice
+from muvad_tarnel.installed.sightings import as_if_installed, copies_read_by, outdated_outside, seen_twice
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
@@ -30,9 +37,9 @@ def install(request: Request, *, force: bool, dry_run: bool) -> Report:
 
     \b
     Examples:
-      muvad-tarnel skill install                                 for Claude Code, in the home directory
-      muvad-tarnel skill install --detect                        for the agents in use
-      muvad-tarnel skill install --scope project --all-agents    in the project, for everybody
+      muvad-tarnel skill install             for Claude Code, for you alone
+      muvad-tarnel skill install --detect    for the agents in use
+      muvad-tarnel skill install --scope project --all-agents
 
     \b
     Exit codes:
@@ -59,7 +66,12 @@ def install(request: Request, *, force: bool, dry_run: bool) -> Report:
     twice = seen_twice(copies, request.agents, scope)
     verbs = ("would see", "would see") if dry_run else ("now sees", "now see")
     return Report(
-        [table(request, outcomes), *summary(request, outcomes), *twice_lines(request, twice, verbs)],
+        [
+            table(request, outcomes),
+            *summary(request, outcomes),
+            *outdated_lines(request, scope, outdated_outside(copies, request.agents, scope)),
+            *twice_lines(request, twice, verbs),
+        ],
         [record(outcome) for outcome in outcomes],
         {"seen_twice": twice_records(request, twice)},
         exit_code=0 if all(outcome.success for outcome in outcomes) else 1,

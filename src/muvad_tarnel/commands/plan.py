@@ -3,9 +3,16 @@
 import click
 
 from muvad_tarnel.commands.options import Request, asked_for, output_options
-from muvad_tarnel.commands.wording import agents_in_words, joined, scope_title, twice_lines, twice_records
+from muvad_tarnel.commands.wording import (
+    agents_in_words,
+    joined,
+    outdated_lines,
+    scope_title,
+    twice_lines,
+    twice_records,
+)
 from muvad_tarnel.installed.plans import FULL_SEARCH_LIMIT, Plan, Role, plan_for
-from muvad_tarnel.installed.sightings import as_if_installed, copies_read_by, seen_twice
+from muvad_tarnel.installed.sightings import as_if_installed, copies_read_by, outdated_outside, seen_twice
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
@@ -14,10 +21,11 @@ from muvad_tarnel.setup.config import AGENT_CONFIG
 @asked_for("one")
 @output_options
 def plan(request: Request) -> Report:
-    """Show which directories an install would write, which agents each serves, and why.
+    """Show which directories an install writes, and why.
 
     The choice, most important first: every agent finds each skill, as few as possible find one twice, each through
-    its own directory rather than one it reads besides, and in as few directories as that allows. Nothing is written.
+    its own directory rather than one it reads besides, and in as few directories as that allows. Nothing is
+    written.
 
     \b
     Examples:
@@ -39,6 +47,7 @@ def plan(request: Request) -> Report:
         [
             table(request, chosen),
             *verdict(chosen),
+            *outdated_lines(request, scope, outdated_outside(copies, request.agents, scope)),
             *twice_lines(request, twice, ("would see", "would see")),
         ],
         [record(request, chosen, directory) for directory in chosen.directories],

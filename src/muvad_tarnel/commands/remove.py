@@ -28,16 +28,16 @@ from muvad_tarnel.setup.config import AGENT_CONFIG
 @click.option("--dry-run", is_flag=True, help="Say what would be done and remove nothing.")
 @output_options
 def remove(request: Request, *, directory: str | None, names: tuple[str, ...], force: bool, dry_run: bool) -> Report:
-    """Take installed skills away: from DIRECTORY, or from where an install for the agents writes them.
+    """Take installed skills away.
 
-    DIRECTORY is one of the agents' skills directories, as `agents` lists them: .claude/skills. Nothing is asked. Only
-    a SKILL.md whose text is exactly this package's document is taken away, and its own directory if that is then
-    empty; --force takes others too.
+    From DIRECTORY, or from where an install for the agents writes them. DIRECTORY is one of the agents' skills
+    directories, as `agents` lists them: .claude/skills. Nothing is asked. Only a SKILL.md whose text is exactly
+    this package's document is taken away, and its own directory if that is then empty; --force takes others too.
 
     \b
     Examples:
-      muvad-tarnel skill remove .cursor/skills                   from one directory, for whoever reads it
-      muvad-tarnel skill remove --scope project --all-agents     what an install with these options writes
+      muvad-tarnel skill remove .cursor/skills
+      muvad-tarnel skill remove --scope project --all-agents
 
     \b
     Exit codes:

@@ -23,20 +23,22 @@ EFFECTS = {
 @click.option("--check", is_flag=True, help="Exit 1 if a skill is shadowed.")
 @output_options
 def shadowed(request: Request, *, check: bool) -> Report:
-    """Show the skills that an agent finds for the user as well as in the project.
+    """Show skills that another copy may hide.
 
-    Such an agent may use one copy, however old, and never the other. What each agent does is said as far as it is
-    known. Two paths that lead to one file are no shadow.
+    They are those that an agent finds for the user as well as in the project. Such an agent may use one copy,
+    however old, and never the other. What each agent does is said as far as it is known. Two paths that lead to one
+    file are no shadow.
 
     \b
     Examples:
       muvad-tarnel skill shadowed --all-agents
-      muvad-tarnel skill shadowed --check                        for scripts
+      muvad-tarnel skill shadowed --check          for scripts
 
     \b
     Exit codes:
       0  the report is complete; with --check: no skill is shadowed
-      1  a scope could not be looked at; with --check: a skill is shadowed
+      1  a scope could not be looked at, or no agent was detected;
+         with --check: a skill is shadowed
       2  the command line is wrong
     """
     copies = [copy for scope in request.roots for copy in copies_read_by(request.agents, scope, request.roots)]

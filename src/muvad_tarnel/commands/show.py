@@ -13,7 +13,9 @@ from muvad_tarnel.setup import skill
 @click.argument("name", type=click.Choice(list(skill.SKILL_TEMPLATES)), metavar="NAME")
 @output_options
 def show(name: str, **options: object) -> None:
-    """Print a skill's document as an install writes it: tarnel, tarnel-map or tarnel-wiki.
+    """Print a skill's document, as an install writes it.
+
+    NAME is tarnel, tarnel-map or tarnel-wiki.
 
     \b
     Examples:

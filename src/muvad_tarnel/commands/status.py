@@ -9,6 +9,7 @@ from muvad_tarnel.commands.wording import (
     command_lines,
     copy_record,
     joined,
+    outdated_lines,
     scope_title,
     skills_in_words,
     state_cell,
@@ -24,6 +25,7 @@ from muvad_tarnel.installed.sightings import (
     SeenTwice,
     copies_read_by,
     linked_directories,
+    outdated_outside,
     seen_twice,
     sighting,
 )
@@ -57,21 +59,16 @@ class Findings(NamedTuple):
         """The places where the plan wants a skill and an install would have to write it."""
         return [copy for copy in self.copies if copy.directory in self.planned and copy.state in _WANTING]
 
-    def out_of_reach(self, agents: tuple[str, ...]) -> list[str]:
-        """The directories with outdated copies that the agents read and an install for them doesn't write."""
-        copies = (copy for copy in self.listed(agents, verbose=False) if copy.state is State.OUTDATED)
-        return list(dict.fromkeys(copy.directory for copy in copies if copy.directory not in self.planned))
-
 
 @click.command("status")
 @asked_for("both")
 @click.option("--check", is_flag=True, help="Exit 1 if a skill is missing or outdated where the plan wants it.")
 @output_options
 def status(request: Request, *, check: bool) -> Report:
-    """Show what is installed, which agents read it, and who sees a skill twice.
+    """Show what is installed and which agents read it.
 
     For the user and in the project: every directory that an install for these agents would write, and every other
-    directory they read that holds a copy. Nothing is written.
+    directory they read that holds a copy. Then, who sees a skill twice, and what to do. Nothing is written.
 
     \b
     States:
@@ -86,12 +83,14 @@ def status(request: Request, *, check: bool) -> Report:
     \b
     Examples:
       muvad-tarnel skill status --all-agents
-      muvad-tarnel skill status --check --scope project          for CI
+      muvad-tarnel skill status --check --scope project    for CI
 
     \b
     Exit codes:
-      0  the report is complete; with --check: all is current where the plan wants it
-      1  a scope could not be looked at; with --check: something is missing, unstamped, unreadable or outdated
+      0  the report is complete; with --check: all that is planned is current
+      1  a scope could not be looked at, or no agent was detected;
+         with --check: something planned is missing, unstamped, unreadable
+         or outdated (modified and newer copies count as current)
       2  the command line is wrong
     """
     request.note_moved()
@@ -195,10 +194,7 @@ def remarks(request: Request, found: Findings) -> list[Block]:
         count = f"{len(wanting)} of {len(found.planned) * len(skill.SKILL_TEMPLATES)}"
         blocks.append(Line(f"{found.scope.capitalize()} scope: {count} to be installed or updated.", Tone.WARNING))
         blocks += command_lines(("run:", request.line("install", found.scope, request.agents)))
-    for directory in found.out_of_reach(request.agents):
-        place = request.console.place(found.scope, root, directory)
-        blocks.append(Line(f"{place} is outdated, and an install for these agents doesn't write it.", Tone.WARNING))
-        blocks += command_lines(("remove:", request.line("remove", found.scope, rest=(directory,))))
+    blocks += outdated_lines(request, found.scope, outdated_outside(found.copies, request.agents, found.scope))
     return blocks
 
 

@@ -6,7 +6,7 @@ from muvad_tarnel.commands.options import Request
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.readers import readers_of
 from muvad_tarnel.installed.scopes import Scope
-from muvad_tarnel.installed.sightings import SeenTwice
+from muvad_tarnel.installed.sightings import SeenTwice, owners_of
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Tone
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
@@ -52,7 +52,7 @@ def joined(words: Iterable[str]) -> str:
 
 def command_lines(*labelled: tuple[str, str]) -> list[Block]:
     """Commands to copy, behind what they are for."""
-    width = max(len(label) for label, _ in labelled)
+    width = max((len(label) for label, _ in labelled), default=0)
     return [Line(f"    {label.ljust(width)}  {command}") for label, command in labelled]
 
 
@@ -65,25 +65,34 @@ def twice_lines(request: Request, found: list[SeenTwice], verbs: tuple[str, str]
         verb = verbs[len(twice.agents) > 1]
         who = joined(AGENT_CONFIG[agent].name for agent in twice.agents)
         sentence = f"{who} {verb} {skills_in_words(twice.skills)} {count}: in {places}."
-        if twice.remedy is None:
-            blocks.append(Line(f"{sentence} No choice of directories avoids that.", Tone.WARNING))
-            continue
+        if not twice.avoided_by:
+            sentence += " No choice of directories avoids that."
         blocks.append(Line(sentence, Tone.WARNING))
-        blocks += command_lines(
-            ("avoided by:", avoiding(request, twice)), *(("mended by:", line) for line in mending(request, twice))
-        )
+        avoided = [("avoided by:", line) for line in avoiding(request, twice)]
+        blocks += command_lines(*avoided, *(("mended by:", line) for line in mending(request, twice)))
     return blocks
 
 
-def avoiding(request: Request, twice: SeenTwice) -> str:
-    """The install that would have avoided a double sighting."""
-    return request.line("install", twice.scope, twice.remedy.agents) if twice.remedy else ""
+def avoiding(request: Request, twice: SeenTwice) -> list[str]:
+    """The install that would have avoided a double sighting, if there is one."""
+    return [request.line("install", twice.scope, twice.avoided_by)] if twice.avoided_by else []
 
 
 def mending(request: Request, twice: SeenTwice) -> list[str]:
     """The removals that mend a double sighting."""
-    removals = twice.remedy.removals if twice.remedy else ()
-    return [request.line("remove", twice.scope, rest=(directory,)) for directory in removals]
+    return [request.line("remove", twice.scope, rest=(directory,)) for directory in twice.mended_by]
+
+
+def outdated_lines(request: Request, scope: Scope, directories: Iterable[str]) -> list[Block]:
+    """Outdated copies that an install for these agents doesn't reach, and what does."""
+    blocks: list[Block] = []
+    for directory in directories:
+        place = request.console.place(scope, request.roots[scope], directory)
+        blocks.append(Line(f"{place} is outdated, and an install for these agents doesn't write it.", Tone.WARNING))
+        owners = owners_of(directory, scope, ())
+        updates = [("or updated by:", request.line("install", scope, owners))] if len(owners) == 1 else []
+        blocks += command_lines(("removed by:", request.line("remove", scope, rest=(directory,))), *updates)
+    return blocks
 
 
 def twice_records(request: Request, found: list[SeenTwice]) -> list[Record]:
@@ -94,7 +103,7 @@ def twice_records(request: Request, found: list[SeenTwice]) -> list[Record]:
             "scope": twice.scope,
             "directories": [str(request.roots[twice.scope] / directory) for directory in twice.directories],
             "skills": list(twice.skills),
-            "avoided_by": avoiding(request, twice) or None,
+            "avoided_by": next(iter(avoiding(request, twice)), None),
             "mended_by": mending(request, twice),
         }
         for twice in found

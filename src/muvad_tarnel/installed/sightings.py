@@ -24,21 +24,19 @@ class Sighting(NamedTuple):
     copies: tuple[Copy, ...]
 
 
-class Remedy(NamedTuple):
-    """What mends a double sighting: an install for these agents, and the removal of these directories' copies."""
-
-    agents: tuple[str, ...]
-    removals: tuple[str, ...]
-
-
 class SeenTwice(NamedTuple):
-    """Agents that find skills in several directories of one scope. Without a remedy, no choice avoids it."""
+    """Agents that find skills in several directories of one scope.
+
+    `avoided_by` are the agents whose joint install would have avoided it, none where no choice of directories does.
+    `mended_by` are the directories to remove copies from, none where each is needed.
+    """
 
     agents: tuple[str, ...]
     scope: Scope
     directories: tuple[str, ...]
     skills: tuple[str, ...]
-    remedy: Remedy | None
+    avoided_by: tuple[str, ...]
+    mended_by: tuple[str, ...]
 
 
 class OneFile(NamedTuple):
@@ -85,6 +83,14 @@ def concerned(copies: Iterable[Copy], agents: Iterable[str], scope: Scope) -> tu
     return tuple(dict.fromkeys((*agents, *theirs)))
 
 
+def outdated_outside(copies: Iterable[Copy], agents: tuple[str, ...], scope: Scope) -> tuple[str, ...]:
+    """The directories with outdated copies that the agents read and an install for them doesn't write."""
+    plan = plan_together(agents, scope)
+    read = directories_read(agents, scope)
+    outdated = (copy.directory for copy in copies if copy.scope == scope and copy.state is State.OUTDATED)
+    return tuple(dict.fromkeys(directory for directory in outdated if directory in read and directory not in plan))
+
+
 def seen_twice(copies: list[Copy], agents: tuple[str, ...], scope: Scope) -> list[SeenTwice]:
     """The agents that find a skill through several files of one scope, with what would mend it."""
     # Skills by who sees them where: seldom does that differ from skill to skill.
@@ -94,19 +100,24 @@ def seen_twice(copies: list[Copy], agents: tuple[str, ...], scope: Scope) -> lis
             directories = tuple(sorted(copy.directory for copy in sighting(copies, agent, scope, name).copies))
             if len(directories) > 1:
                 skills.setdefault((agent, directories), []).append(name)
+    outdated = outdated_outside(copies, agents, scope)
     # Agents by all the rest.
-    together: dict[tuple[tuple[str, ...], tuple[str, ...], Remedy | None], list[str]] = {}
+    together: dict[tuple[tuple[str, ...], ...], list[str]] = {}
     for (agent, directories), names in skills.items():
-        remedy = remedy_for(agent, agents, scope, directories)
-        together.setdefault((directories, tuple(names), remedy), []).append(agent)
+        avoided_by, mended_by = remedy_for(agent, agents, scope, directories)
+        # An outdated copy is to be removed anyway: removing the others as well would leave nothing.
+        outdated_ones = tuple(directory for directory in directories if directory in outdated)
+        if len(outdated_ones) < len(directories):
+            mended_by = outdated_ones or mended_by
+        together.setdefault((directories, tuple(names), avoided_by, mended_by), []).append(agent)
     return [
-        SeenTwice(tuple(keys), scope, directories, names, remedy)
-        for (directories, names, remedy), keys in together.items()
+        SeenTwice(tuple(keys), scope, directories, names, avoided_by, mended_by)
+        for (directories, names, avoided_by, mended_by), keys in together.items()
     ]
 
 
 def owners_of(directory: str, scope: Scope, preferred: Collection[str]) -> tuple[str, ...]:
-    """The agents whose native directory this is: the preferred among them, else all, for nobody knows which is meant."""
+    """The agents whose native directory this is: the preferred among them, else all, for none stands out."""
     owners = [agent for agent in AGENT_CONFIG if directories_of(agent, scope)[0] == directory]
     return tuple([agent for agent in owners if agent in preferred] or owners)
 
@@ -117,17 +128,19 @@ def plan_together(agents: tuple[str, ...], scope: Scope) -> dict[str, list[str]]
     return skill.skill_dir_plan(agents, scope)
 
 
-def remedy_for(agent: str, agents: tuple[str, ...], scope: Scope, directories: tuple[str, ...]) -> Remedy | None:
-    """The install that would have kept `agent` from seeing skills in all the directories, and what to remove now.
+def remedy_for(
+    agent: str, agents: tuple[str, ...], scope: Scope, directories: tuple[str, ...]
+) -> tuple[tuple[str, ...], tuple[str, ...]]:
+    """The agents whose joint install would have kept `agent` from reading all the directories, and what to remove now.
 
-    It is the install for all at once: for the agents asked for and for those that the directories belong to.
+    They are the agents asked for and those that the directories belong to.
     """
     owners = {owner for directory in directories for owner in owners_of(directory, scope, agents)}
     together = tuple(key for key in AGENT_CONFIG if key in {agent, *agents, *owners})
     plan = plan_together(together, scope)
-    removals = tuple(directory for directory in directories if directory not in plan)
-    is_once = sum(agent in readers for readers in plan.values()) == 1
-    return Remedy(together, removals) if is_once and len(directories) - len(removals) == 1 else None
+    kept = [directory for directory in directories if directory in plan]
+    is_avoided = len(kept) == 1 == sum(agent in readers for readers in plan.values())
+    return together if is_avoided else (), tuple(d for d in directories if d not in plan) if kept else ()
 
 
 def linked_directories(copies: Iterable[Copy]) -> list[OneFile]:

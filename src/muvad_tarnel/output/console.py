@@ -15,6 +15,7 @@ from muvad_tarnel.output.report import Record, Report
 # The version of the JSON objects' shape: it changes when a reader of the former shape would be misled.
 SCHEMA = 1
 
+
 def printable(text: str) -> str:
     """`text` as one harmless line: what cannot be shown is replaced.
 

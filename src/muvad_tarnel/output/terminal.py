@@ -46,7 +46,7 @@ def draw(console: Console, blocks: list[Block], style: Style) -> None:
                 console.print(line_of(text, tone, marks))
             case Document(text, is_diff):
                 for line in text.splitlines():
-                    console.out(Text(line, diff_style(line) if is_diff else ""), highlight=False)
+                    console.print(Text(line, diff_style(line) if is_diff else ""), soft_wrap=True)
         former = block
 
 
@@ -68,8 +68,8 @@ def diff_style(line: str) -> str:
 
 def grid_of(table: Table, marks: dict[Tone, str], rule: str) -> Group:
     """The table under its title."""
-    lines = box.Box(f"    \n    \n {rule}{rule} \n" + "    \n" * 5)
-    grid = Grid(box=lines, header_style="bold", show_edge=False)
+    lines = box.Box(f"    \n    \n{rule}{rule}{rule}{rule}\n" + "    \n" * 5)
+    grid = Grid(box=lines, header_style="bold", show_edge=False, padding=(0, 1, 0, 0))
     for column in table.columns:
         grid.add_column(column, no_wrap=column not in table.wrapping, overflow="fold")
     rows = [[text_of(cell, marks) for cell in row] for row in table.rows]
