@@ -1,20 +1,18 @@
 """Running the command line: in this process, in one of its own, and on a terminal."""
 
-import fcntl
 import json
 import os
-import pty
-import struct
 import subprocess
 import sys
-import termios
 from pathlib import Path
-from typing import Any, NamedTuple
+from typing import Any
 
 from click.testing import CliRunner, Result
 
+import terminal
 from muvad_tarnel.cli import command_line
 from muvad_tarnel.setup.skill import SKILL_TEMPLATES, render_skill_md
+from terminal import Screen
 
 COMMAND = [sys.executable, "-m", "muvad_tarnel"]
 
@@ -40,38 +38,11 @@ def run_process(*arguments: str, **environment: str) -> subprocess.CompletedProc
     )
 
 
-class Screen(NamedTuple):
-    """What a terminal was sent, both streams together, and the program's exit code."""
-
-    text: str
-    exit_code: int
-
-    @property
-    def lines(self) -> list[str]:
-        return self.text.replace("\r\n", "\n").splitlines()
-
-
 def run_on_terminal(*arguments: str, columns: int = 80, **environment: str) -> Screen:
-    """Run `muvad-tarnel` on a terminal of that width at which nobody sits."""
-    screen, terminal = pty.openpty()
-    fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 40, columns, 0, 0))
+    """Run `muvad-tarnel` on a terminal of that width."""
     variables = {name: value for name, value in os.environ.items() if name not in ("COLUMNS", "LINES", "NO_COLOR")}
-    process = subprocess.Popen(
-        [*COMMAND, *arguments],
-        stdin=terminal,
-        stdout=terminal,
-        stderr=terminal,
-        env=variables | {"TERM": "xterm-256color", "PYTHONIOENCODING": "utf-8"} | environment,
-    )
-    os.close(terminal)
-    shown = b""
-    try:
-        while chunk := os.read(screen, 65536):
-            shown += chunk
-    except OSError:
-        pass  # how Linux says that the last program has left the terminal
-    os.close(screen)
-    return Screen(shown.decode(errors="surrogateescape"), process.wait(60))
+    variables |= {"TERM": "xterm-256color", "PYTHONIOENCODING": "utf-8"} | environment
+    return terminal.run_on_terminal([*COMMAND, *arguments], variables, columns)
 
 
 def copy_in(root: Path, directory: str, name: str = "tarnel") -> Path:

@@ -38,9 +38,9 @@ class TestInstalling:
             ([], f"already up to date (v{__version__})"),
             (["--force"], f"updated to v{__version__}"),
         ]:
-            result = run("install", *options)
-            assert (result.exit_code, result.stderr) == (0, "")
-            assert result.stdout.count(message) == len(SKILL_TEMPLATES)
+            said = answer("install", *options)
+            assert [result["message"] for result in said["results"]] == [message] * len(SKILL_TEMPLATES)
+        assert "already up to date" in run("install").stdout
         assert directories_written(home) == {".claude/skills"}
 
     def test_a_dry_run_says_what_would_be_and_writes_nothing(self, home: Path, project: Path) -> None:
@@ -507,7 +507,7 @@ class TestEveryCommand:
             text = run(command, flag).stdout
             assert "Exit codes:\n    0 " in text
             assert max(map(len, text.splitlines())) <= 80
-            assert "...\n" not in run("-h").stdout, "short helps are whole"
+            assert "..." not in run("-h").stdout.split("Commands:")[1], "short helps are whole"
             assert "muvad-tarnel skill" in text or command == "agents"
 
     def test_the_version_is_the_package_version(self) -> None:

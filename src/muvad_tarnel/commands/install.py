@@ -2,6 +2,7 @@
 
 import click
 
+from muvad_tarnel import __version__
 from muvad_tarnel.commands.options import Request, asked_for, output_options
 from muvad_tarnel.commands.wording import (
     agents_in_words,
@@ -93,18 +94,20 @@ def table(request: Request, outcomes: list[Outcome]) -> Table:
             )
             for outcome in outcomes
         ],
-        wrapping=("Result", "Read by"),
+        wrapping=("Read by",),
         shared=(1, 1),
     )
 
 
 def result_cell(outcome: Outcome) -> Cell:
-    """What became of one skill: the module's words, and what is worth knowing besides."""
+    """What became of one skill: the module's words, without what goes without saying."""
     if not outcome.success:
         return Cell("failed", Tone.BAD)
-    if outcome.before.state is State.MODIFIED and not outcome.replaces:
-        return Cell(f"{outcome.message}, modified by hand", Tone.WARNING)
-    return Cell(outcome.message.removesuffix(" (dry run)"), Tone.GOOD)
+    message = outcome.message.removesuffix(" (dry run)").removesuffix(f" (v{__version__})")
+    is_kept = not outcome.written and not outcome.replaces
+    if is_kept and outcome.before.state is State.MODIFIED:
+        return Cell("modified by hand, kept", Tone.WARNING)
+    return Cell(message, Tone.GOOD)
 
 
 def summary(request: Request, outcomes: list[Outcome]) -> list[Block]:
