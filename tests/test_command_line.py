@@ -54,7 +54,7 @@ class TestInstalling:
         assert outdated.read_text() == OLD
         assert (files(home), files(project)) == ({".claude/skills/tarnel/SKILL.md"}, set())
 
-    @pytest.mark.parametrize("obstacle", ["a file for a directory", "not UTF-8", "a directory for a file"])
+    @pytest.mark.parametrize("obstacle", ["a file for a directory", "not UTF-8", "a directory for a file", "a pipe"])
     def test_one_failure_is_told_with_its_path_and_the_other_skills_are_written(
         self, home: Path, obstacle: str
     ) -> None:
@@ -64,6 +64,9 @@ class TestInstalling:
             copy.parent.write_text("in the way")
         elif obstacle == "not UTF-8":
             put(home, ".claude/skills", b"version: \xff\n", "tarnel-map")
+        elif obstacle == "a pipe":
+            copy.parent.mkdir(parents=True)
+            os.mkfifo(copy)
         else:
             copy.mkdir(parents=True)
         result = run("install")
@@ -132,8 +135,9 @@ class TestTheProject:
         self, home: Path, monkeypatch: pytest.MonkeyPatch
     ) -> None:
         monkeypatch.chdir(home)
-        run("install")
-        result = run("shadowed", "--check")
+        put(home, ".claude/skills")
+        put(home, ".cursor/skills", OLD)
+        result = run("shadowed", "--check", "--agent", "claude", "--agent", "cursor")
         assert (result.exit_code, "is the home directory" in result.stderr) == (0, True)
         assert "one and the same file" in result.stdout
         assert "remove" not in result.stdout

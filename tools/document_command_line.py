@@ -348,9 +348,8 @@ def pictures() -> dict[str, str]:
             text, _ = stage.run(line, colour=True)
             console = Console(record=True, width=82, file=StringIO(), force_terminal=True, legacy_windows=False)
             console.print(Text.from_ansi(f"$ muvad-tarnel {shlex.join(line.split())}\n{text}"))
-            drawn[f"{name}.svg"] = console.export_svg(
-                title="muvad-tarnel", theme=MONOKAI, unique_id=name, code_format=frame
-            )
+            picture = console.export_svg(title="muvad-tarnel", theme=MONOKAI, unique_id=name, code_format=frame)
+            drawn[f"{name}.svg"] = "".join(line.rstrip() + "\n" for line in picture.splitlines())
     finally:
         stage.close()
     return drawn

@@ -1,6 +1,7 @@
 """Installed copies of the skills: reading one, and judging its state against this package."""
 
 import re
+import stat
 from enum import Enum
 from pathlib import Path
 from typing import NamedTuple
@@ -13,6 +14,9 @@ from muvad_tarnel.setup import skill
 # The stamp: the first such line among the first characters of the text. The installing module reads it the same way.
 _STAMP = re.compile(r"^version:\s*([0-9][\w.\-]*)\s*$", re.MULTILINE)
 _STAMP_WITHIN = 2000
+
+# What stands at a path that would block its reader: a pipe, a device.
+NOT_A_FILE = "neither a file nor a directory"
 
 
 class State(Enum):
@@ -95,6 +99,8 @@ def read_copy(scope: Scope, project_root: Path | None, skill_name: str, director
     place = Copy(scope, directory, skill_name, path, State.MISSING)
     try:
         status = path.stat()
+        if not (stat.S_ISREG(status.st_mode) or stat.S_ISDIR(status.st_mode)):
+            return place._replace(state=State.UNREADABLE, problem=NOT_A_FILE)
         text = path.read_text(encoding="utf-8")
     except (FileNotFoundError, NotADirectoryError):
         return place

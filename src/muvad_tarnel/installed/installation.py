@@ -4,7 +4,7 @@ from collections.abc import Callable
 from pathlib import Path
 from typing import NamedTuple
 
-from muvad_tarnel.installed.copies import Copy, read_copy
+from muvad_tarnel.installed.copies import NOT_A_FILE, Copy, read_copy
 from muvad_tarnel.installed.obstacles import advice, reason_of
 from muvad_tarnel.installed.plans import Plan
 from muvad_tarnel.installed.scopes import Roots
@@ -54,6 +54,8 @@ def install_planned(
 
 def install_copy(copy: Copy, agents: tuple[str, ...], roots: Roots, *, force: bool, dry_run: bool) -> Outcome:
     """Have the module install one skill into one directory, and tell what came of it."""
+    if copy.problem == NOT_A_FILE:
+        return Outcome(copy, agents, "failed", problem=copy.problem, remedy=f"move {copy.path} away")
     project: Path | None = roots.get("project")
     try:
         result = skill.install_skill(

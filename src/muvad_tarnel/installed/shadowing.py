@@ -1,5 +1,6 @@
 """Skills that an agent finds for the user as well as in the project, and which copy it then uses."""
 
+from collections.abc import Iterator
 from typing import NamedTuple
 
 from muvad_tarnel.installed.copies import Copy
@@ -32,10 +33,12 @@ def pairs_among(copies: list[Copy], agents: tuple[str, ...]) -> list[Pair]:
         keys = ((scope, directory, name) for directory in directories_of(agent, scope))
         return [places[key] for key in keys if key in places]
 
-    return [
-        Pair(agent, name, user, project, same_file(user.path, project.path))
-        for name in skill.SKILL_TEMPLATES
-        for agent in agents
-        for user in found(agent, "user", name)
-        for project in found(agent, "project", name)
-    ]
+    def pairs_of(agent: str, name: str) -> Iterator[Pair]:
+        users = found(agent, "user", name)
+        for project in found(agent, "project", name):
+            # A file that the agent finds for the user anyway is no second copy, whatever else it finds there.
+            one_file = [user for user in users if same_file(user.path, project.path)]
+            for user in one_file or users:
+                yield Pair(agent, name, user, project, bool(one_file))
+
+    return [pair for name in skill.SKILL_TEMPLATES for agent in agents for pair in pairs_of(agent, name)]
