@@ -1,5 +1,7 @@
 """The command line `muvad-tarnel`."""
 
+import gc
+
 import click
 
 from muvad_tarnel import __version__
@@ -37,4 +39,5 @@ def completion(shell: str) -> None:
 
 def main() -> None:
     """Run the command line on the process's arguments and exit with its code."""
+    gc.disable()  # nothing that a command makes is worth a collection before it ends
     command_line(prog_name="muvad-tarnel")

@@ -6,6 +6,7 @@ from muvad_tarnel.commands.options import Request, asked_for, output_options
 from muvad_tarnel.commands.wording import copy_record, joined, scope_title
 from muvad_tarnel.installed.copies import read_directories
 from muvad_tarnel.installed.obstacles import advice
+from muvad_tarnel.installed.plans import module_plan
 from muvad_tarnel.installed.readers import directories_read, names_of, readers_of
 from muvad_tarnel.installed.removal import Removal, remove_copy
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
@@ -47,9 +48,7 @@ def remove(request: Request, *, directory: str | None, names: tuple[str, ...], f
     """
     scope, console = request.scope, request.console
     root = request.roots[scope]
-    directories = (
-        [known_directory(request, directory)] if directory else list(skill.skill_dir_plan(request.agents, scope))
-    )
+    directories = [known_directory(request, directory)] if directory else list(module_plan(request.agents, scope))
     copies = [
         copy
         for copy in read_directories(request.roots.get("project"), scope, directories)

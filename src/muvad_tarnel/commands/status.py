@@ -1,5 +1,6 @@
 """`muvad-tarnel skill status`."""
 
+from collections.abc import Iterator
 from typing import NamedTuple
 
 import click
@@ -17,6 +18,7 @@ from muvad_tarnel.commands.wording import (
     twice_records,
 )
 from muvad_tarnel.installed.copies import Copy, State
+from muvad_tarnel.installed.plans import module_plan
 from muvad_tarnel.installed.readers import directories_of, names_of, readers_of
 from muvad_tarnel.installed.scopes import Scope
 from muvad_tarnel.installed.shadowing import pairs_among
@@ -97,14 +99,8 @@ def status(request: Request, *, check: bool) -> Report:
     findings = [look(request, scope) for scope in request.roots]
     agents, console = request.agents, request.console
     listed = {found.scope: found.listed(agents, verbose=console.verbose) for found in findings}
-    blocks: list[Block] = [table(request, scope, copies) for scope, copies in listed.items() if copies]
-    blocks.append(finding_table(request, findings))
-    for found in findings:
-        blocks += remarks(request, found)
-        blocks += twice_lines(request, found.twice)
-    blocks += shadow_remark(request, findings)
     return Report(
-        blocks,
+        blocks(request, findings, listed),
         [
             copy_record(copy, agents) | {"planned": copy.directory in found.planned}
             for found in findings
@@ -123,11 +119,23 @@ def look(request: Request, scope: Scope) -> Findings:
     copies = copies_read_by(AGENT_CONFIG, scope, request.roots)
     return Findings(
         scope,
-        tuple(skill.skill_dir_plan(request.agents, scope)),
+        tuple(module_plan(request.agents, scope)),
         copies,
         seen_twice(copies, request.agents, scope),
         linked_directories(copies),
     )
+
+
+def blocks(request: Request, findings: list[Findings], listed: dict[Scope, list[Copy]]) -> Iterator[Block]:
+    """What a person gets to see: the copies, who finds them, and what to do."""
+    for scope, copies in listed.items():
+        if copies:
+            yield table(request, scope, copies)
+    yield finding_table(request, findings)
+    for found in findings:
+        yield from remarks(request, found)
+        yield from twice_lines(request, found.twice)
+    yield from shadow_remark(request, findings)
 
 
 def table(request: Request, scope: Scope, copies: list[Copy]) -> Table:

@@ -1,5 +1,6 @@
 """The plan of an install, and the reasons for it."""
 
+from functools import cache
 from typing import NamedTuple
 
 from muvad_tarnel.installed.readers import directories_of, directories_read
@@ -8,6 +9,15 @@ from muvad_tarnel.setup import skill
 
 # Above this many candidate directories the module doesn't try every choice.
 FULL_SEARCH_LIMIT = 12
+
+
+@cache
+def module_plan(agents: tuple[str, ...], scope: Scope) -> dict[str, list[str]]:
+    """The module's plan: directories, and the agents that each serves. Not to be changed, for it is computed once.
+
+    With many agents it takes longer than all the reading of files.
+    """
+    return skill.skill_dir_plan(agents, scope)
 
 
 class Role(NamedTuple):
@@ -52,7 +62,7 @@ class Plan(NamedTuple):
 
 def plan_for(agents: tuple[str, ...], scope: Scope) -> Plan:
     """The module's plan for the agents, explained."""
-    directories = {directory: tuple(keys) for directory, keys in skill.skill_dir_plan(agents, scope).items()}
+    directories = {directory: tuple(keys) for directory, keys in module_plan(agents, scope).items()}
     one_each = tuple(sorted({directories_of(agent, scope)[0] for agent in agents}))
     return Plan(
         scope,

@@ -2,10 +2,10 @@
 
 from collections import Counter
 from collections.abc import Collection, Iterable
-from functools import cache
 from typing import NamedTuple
 
 from muvad_tarnel.installed.copies import Copy, State, read_directories
+from muvad_tarnel.installed.plans import module_plan
 from muvad_tarnel.installed.readers import directories_of, directories_read
 from muvad_tarnel.installed.scopes import Roots, Scope
 from muvad_tarnel.setup import skill
@@ -85,7 +85,7 @@ def concerned(copies: Iterable[Copy], agents: Iterable[str], scope: Scope) -> tu
 
 def outdated_outside(copies: Iterable[Copy], agents: tuple[str, ...], scope: Scope) -> tuple[str, ...]:
     """The directories with outdated copies that the agents read and an install for them doesn't write."""
-    plan = plan_together(agents, scope)
+    plan = module_plan(agents, scope)
     read = directories_read(agents, scope)
     outdated = (copy.directory for copy in copies if copy.scope == scope and copy.state is State.OUTDATED)
     return tuple(dict.fromkeys(directory for directory in outdated if directory in read and directory not in plan))
@@ -122,12 +122,6 @@ def owners_of(directory: str, scope: Scope, preferred: Collection[str]) -> tuple
     return tuple([agent for agent in owners if agent in preferred] or owners)
 
 
-@cache
-def plan_together(agents: tuple[str, ...], scope: Scope) -> dict[str, list[str]]:
-    """The module's plan, computed once: with many agents it is the slowest part of a remedy."""
-    return skill.skill_dir_plan(agents, scope)
-
-
 def remedy_for(
     agent: str, agents: tuple[str, ...], scope: Scope, directories: tuple[str, ...]
 ) -> tuple[tuple[str, ...], tuple[str, ...]]:
@@ -137,7 +131,7 @@ def remedy_for(
     """
     owners = {owner for directory in directories for owner in owners_of(directory, scope, agents)}
     together = tuple(key for key in AGENT_CONFIG if key in {agent, *agents, *owners})
-    plan = plan_together(together, scope)
+    plan = module_plan(together, scope)
     kept = [directory for directory in directories if directory in plan]
     is_avoided = len(kept) == 1 == sum(agent in readers for readers in plan.values())
     return together if is_avoided else (), tuple(d for d in directories if d not in plan) if kept else ()

@@ -1,5 +1,6 @@
 """What a command has to say, before anyone decides how it looks."""
 
+from collections.abc import Iterable
 from enum import Enum
 from typing import NamedTuple
 
@@ -53,9 +54,13 @@ type Block = Table | Line | Document
 
 
 class Report(NamedTuple):
-    """All that a command has to say on standard output. `facts` stand beside the results in JSON."""
+    """All that a command has to say on standard output.
 
-    blocks: list[Block]
+    The blocks are for people, the results and the facts beside them for programs. Only one of the two is used, so the
+    blocks may be made on the way.
+    """
+
+    blocks: Iterable[Block]
     results: list[Record]
     facts: Record | None = None
     exit_code: int = 0
