@@ -139,6 +139,8 @@ class TestTheProject:
         put(home, ".cursor/skills", OLD)
         result = run("shadowed", "--check", "--agent", "claude", "--agent", "cursor")
         assert (result.exit_code, "is the home directory" in result.stderr) == (0, True)
+        pairs = answer("shadowed", "--agent", "cursor")["results"]
+        assert [pair["user_path"] for pair in pairs] == [pair["project_path"] for pair in pairs] != []
         assert "one and the same file" in result.stdout
         assert "remove" not in result.stdout
         assert "At both scopes" not in run("status").stdout
@@ -184,6 +186,7 @@ class TestStatus:
         assert result.exit_code == 0, "outside the plan: a warning"
         assert str(outdated.parent.parent) in result.stdout
         assert "muvad-tarnel skill remove .agents/skills --scope project" in result.stdout
+        assert "skill remove .cursor/skills" not in result.stdout, "one of two pieces of advice would leave nothing"
         assert not any(home.iterdir())
 
     def test_it_tells_who_reads_each_copy_and_where_each_agent_finds_it(self, home: Path) -> None:
@@ -207,6 +210,11 @@ class TestStatus:
         assert "lead to the same files" in result.stdout
         assert "twice" not in result.stdout
 
+    def test_a_copy_that_cannot_be_read_is_no_sighting(self, home: Path) -> None:
+        put(home, ".cursor/skills")
+        put(home, ".claude/skills", b"\xff")
+        assert answer("status", "--agent", "cursor")["seen_twice"] == []
+
 
 class TestSeeingTwice:
     def test_an_agent_added_to_what_lies_on_disk_is_warned_of_before_and_after(self, home: Path) -> None:
@@ -215,8 +223,13 @@ class TestSeeingTwice:
             "avoided by:  muvad-tarnel skill install --agent claude --agent cursor",
             "mended by:   muvad-tarnel skill remove .cursor/skills",
         }
-        for command, words in [("plan", "would see"), ("install", "now sees"), ("status", "sees")]:
-            shown = run(command, "--agent", "cursor").stdout
+        for command, words in [
+            ("plan", "would see"),
+            ("install --dry-run", "would see"),
+            ("install", "now sees"),
+            ("status", "sees"),
+        ]:
+            shown = run(*command.split(), "--agent", "cursor").stdout
             assert f"Cursor {words} every skill twice: in {home}/.claude/skills and {home}/.cursor/skills." in shown
             assert remedies <= {line.strip() for line in shown.splitlines()}
         run("remove", ".cursor/skills")
@@ -232,17 +245,20 @@ class TestSeeingTwice:
         said = answer("plan", "--all-agents", "--scope", "project")
         (twice,) = said["seen_twice"]
         assert (twice["avoided_by"], twice["mended_by"]) == (None, [])
+        assert said["avoided_duplicates"] == ["windsurf", "gemini", "cline"]
         assert set(twice["agents"]) == {"cursor", "copilot", "opencode", "goose", "amp"}
 
     @pytest.mark.parametrize("scope", ["user", "project"])
     @pytest.mark.parametrize("other", AGENT_CONFIG)
     @pytest.mark.parametrize("first", ["claude", "codex", "gemini", "amp"])
     def test_following_the_advice_leaves_both_agents_with_one_sighting(
-        self, first: str, other: str, scope: str
+        self, tmp_path: Path, first: str, other: str, scope: str
     ) -> None:
-        both = ["--agent", first, "--agent", other, "--scope", scope]
-        answer("install", "--agent", first, "--scope", scope)
-        for ask in (["install", "--agent", other, "--scope", scope], ["status", *both]):
+        # In a project that isn't the one we stand in: the advice has to name it.
+        where = ["--scope", scope, *(["--project", str(tmp_path)] if scope == "project" else [])]
+        both = ["--agent", first, "--agent", other, *where]
+        answer("install", "--agent", first, *where)
+        for ask in (["install", "--agent", other, *where], ["status", *both]):
             for twice in answer(*ask)["seen_twice"]:
                 for line in [twice["avoided_by"], *twice["mended_by"]]:
                     assert run(*line.split()[2:]).exit_code == 0

@@ -108,9 +108,16 @@ class TestInAPipe:
         [(">&-", 0, ""), (">&- 2>&-", 0, ""), ("2>/dev/full", 0, ""), (">/dev/full", 1, "No space left on device")],
     )
     def test_streams_that_cannot_be_written_to_make_no_traceback(self, redirection: str, code: int, said: str) -> None:
+        # One that has something to say on standard error, where that is what is full.
+        environment = os.environ | ({"CLAUDE_CONFIG_DIR": "/moved"} if redirection.startswith("2") else {})
         line = f'"$0" -m muvad_tarnel skill install --agent claude {redirection}'
         ran = subprocess.run(
-            ["/bin/sh", "-c", line, sys.executable], check=False, capture_output=True, text=True, timeout=60
+            ["/bin/sh", "-c", line, sys.executable],
+            check=False,
+            capture_output=True,
+            text=True,
+            timeout=60,
+            env=environment,
         )
         assert ran.returncode == code
         assert said in ran.stderr

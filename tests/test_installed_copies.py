@@ -38,6 +38,7 @@ LINES = st.sampled_from(
 @given(st.lists(LINES, max_size=4), st.sampled_from(["\n", "\r\n", "\r"]), st.sampled_from(["", "\ufeff"]))
 @example([render_skill_md("0.0.1")], "\n", "")
 @example(["x" * 1985, "version: 1"], "\r\n", "\ufeff")
+@example(["x" * 1985, "version: 1.23456"], "\n", "")  # the stamp is cut where the reading ends
 @example(["version:", "3.1"], "\r\n", "")
 def test_stamps_are_read_as_the_module_reads_them(home: Path, lines: list[str], end: str, mark: str) -> None:
     path = put(home, ".claude/skills", (mark + end.join(lines)).encode(), "tarnel")
