@@ -54,9 +54,17 @@ class TestInstalling:
         assert outdated.read_text() == OLD
         assert (files(home), files(project)) == ({".claude/skills/tarnel/SKILL.md"}, set())
 
-    @pytest.mark.parametrize("obstacle", ["a file for a directory", "not UTF-8", "a directory for a file", "a pipe"])
+    @pytest.mark.parametrize(
+        ("obstacle", "remedy"),
+        [
+            ("a file for a directory", "move {copy.parent} away: a directory belongs there"),
+            ("not UTF-8", "mend or remove it"),
+            ("a directory for a file", "move the directory {copy} away"),
+            ("a pipe", "move {copy} away"),
+        ],
+    )
     def test_one_failure_is_told_with_its_path_and_the_other_skills_are_written(
-        self, home: Path, obstacle: str
+        self, home: Path, obstacle: str, remedy: str
     ) -> None:
         copy = copy_in(home, ".claude/skills", "tarnel-map")
         if obstacle == "a file for a directory":
@@ -71,7 +79,9 @@ class TestInstalling:
             copy.mkdir(parents=True)
         result = run("install")
         assert result.exit_code == 1
-        assert [line for line in result.stderr.splitlines() if str(copy) in line] == result.stderr.splitlines() != []
+        assert result.stderr.startswith(f"Error: {copy}: ")
+        assert result.stderr.endswith(f": {remedy.format(copy=copy)}\n")
+        assert result.stderr.count("\n") == 1
         assert "2 written and 1 failed" in result.stdout
         assert {name for name in SKILL_TEMPLATES if copy_in(home, ".claude/skills", name).is_file()} >= {
             "tarnel",
@@ -189,9 +199,18 @@ class TestStatus:
         assert "skill remove .cursor/skills" not in result.stdout, "one of two pieces of advice would leave nothing"
         assert not any(home.iterdir())
 
+    def test_an_outdated_copy_outside_the_plan_is_updated_through_its_owner_if_it_has_one(self, home: Path) -> None:
+        put(home, ".claude/skills", OLD)
+        shown = run("status", "--agent", "cursor").stdout
+        assert "removed by:     muvad-tarnel skill remove .claude/skills\n" in shown
+        assert "or updated by:  muvad-tarnel skill install\n" in shown
+        put(home, ".agents/skills", OLD)
+        assert "or updated by" not in run("status", "--agent", "gemini").stdout, "many call it their own"
+
     def test_it_tells_who_reads_each_copy_and_where_each_agent_finds_it(self, home: Path) -> None:
         put(home, ".claude/skills")
         put(home, ".cursor/skills", None, "tarnel-map")
+        put(home, ".gemini/skills")
         said = answer("status", "--agent", "claude", "--agent", "cursor", "--scope", "user")
         assert [(r["directory"], r["skill"], r["agents"]) for r in said["results"]] == [
             *[(".claude/skills", name, ["claude", "cursor"]) for name in SKILL_TEMPLATES],
@@ -395,8 +414,10 @@ class TestShowing:
         assert changed == ["-## Mine\N{REPLACEMENT CHARACTER}[31m", "+## Defaults"]
         assert lines[0].startswith(f"--- {copy} ")
 
-    def test_agents_lists_the_table(self) -> None:
+    def test_agents_lists_the_table(self, home: Path) -> None:
+        (home / ".cursor/settings").mkdir(parents=True)
         said = answer("agents")
+        assert [r["key"] for r in said["results"] if r["in_use"]] == ["cursor"]
         assert [(r["key"], tuple(r["user_directories"])) for r in said["results"]] == [
             (key, AGENT_CONFIG[key].skills_user_roots) for key in skill.skill_capable_agents()
         ]
