@@ -279,7 +279,7 @@ class TestSeeingTwice:
         answer("install", "--agent", first, *where)
         for ask in (["install", "--agent", other, *where], ["status", *both]):
             for twice in answer(*ask)["seen_twice"]:
-                for line in [twice["avoided_by"], *twice["mended_by"]]:
+                for line in twice["mended_by"]:
                     assert run(*line.split()[2:]).exit_code == 0
         said = answer("status", *both)
         assert [len(found["paths"]) for found in said["finds"]] == [1] * len({first, other}) * len(SKILL_TEMPLATES)

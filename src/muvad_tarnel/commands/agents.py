@@ -14,7 +14,7 @@ from muvad_tarnel.output.report import Cell, Line, Report, Table, Tone
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, CHECKED_ON
 
-LAST = "Reads skills from, its own directory first"
+LAST = "Reads skills from (own first)"
 
 
 @click.command("agents")

@@ -4,6 +4,7 @@ from collections.abc import Iterable
 
 from muvad_tarnel.commands.options import Request
 from muvad_tarnel.installed.copies import Copy, State
+from muvad_tarnel.installed.plans import module_plan
 from muvad_tarnel.installed.readers import readers_of
 from muvad_tarnel.installed.scopes import Scope
 from muvad_tarnel.installed.sightings import SeenTwice, owners_of
@@ -79,8 +80,10 @@ def avoiding(request: Request, twice: SeenTwice) -> list[str]:
 
 
 def mending(request: Request, twice: SeenTwice) -> list[str]:
-    """The removals that mend a double sighting."""
-    return [request.line("remove", twice.scope, rest=(directory,)) for directory in twice.mended_by]
+    """The commands that mend a double sighting: removals, after the install that makes up for them if one has to."""
+    lines = [request.line("remove", twice.scope, rest=(directory,)) for directory in twice.mended_by]
+    is_made_up_for = set(module_plan(twice.avoided_by, twice.scope)) <= set(twice.directories)
+    return lines if is_made_up_for or not lines else [*avoiding(request, twice), *lines]
 
 
 def outdated_lines(request: Request, scope: Scope, directories: Iterable[str]) -> list[Block]:
