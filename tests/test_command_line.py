@@ -270,14 +270,17 @@ class TestSeeingTwice:
     @pytest.mark.parametrize("scope", ["user", "project"])
     @pytest.mark.parametrize("other", AGENT_CONFIG)
     @pytest.mark.parametrize("first", ["claude", "codex", "gemini", "amp"])
+    @pytest.mark.parametrize("asked", ["install", "status"])
     def test_following_the_advice_leaves_both_agents_with_one_sighting(
-        self, tmp_path: Path, first: str, other: str, scope: str
+        self, tmp_path: Path, asked: str, first: str, other: str, scope: str
     ) -> None:
         # In a project that isn't the one we stand in: the advice has to name it.
         where = ["--scope", scope, *(["--project", str(tmp_path)] if scope == "project" else [])]
         both = ["--agent", first, "--agent", other, *where]
         answer("install", "--agent", first, *where)
-        for ask in (["install", "--agent", other, *where], ["status", *both]):
+        install = ["install", "--agent", other, *where]
+        answer(*install)
+        for ask in ([install] if asked == "install" else []) + [["status", *both]]:
             for twice in answer(*ask)["seen_twice"]:
                 for line in twice["mended_by"]:
                     assert run(*line.split()[2:]).exit_code == 0
