@@ -19,17 +19,18 @@ from muvad_tarnel.commands.wording import (
 )
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.plans import module_plan
-from muvad_tarnel.installed.readers import directories_of, names_of, readers_of
+from muvad_tarnel.installed.readers import names_of, readers_of
 from muvad_tarnel.installed.scopes import Scope
 from muvad_tarnel.installed.shadowing import pairs_among
 from muvad_tarnel.installed.sightings import (
     OneFile,
     SeenTwice,
+    Sightings,
     copies_read_by,
     linked_directories,
     outdated_outside,
     seen_twice,
-    sighting,
+    sightings,
 )
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
 from muvad_tarnel.setup import skill
@@ -45,6 +46,7 @@ class Findings(NamedTuple):
     scope: Scope
     planned: tuple[str, ...]
     copies: list[Copy]  # in every directory of the table, whoever reads it
+    sightings: Sightings  # of the agents asked about
     twice: list[SeenTwice]
     linked: list[OneFile]
 
@@ -107,7 +109,7 @@ def status(request: Request, *, check: bool) -> Report:
             for copy in listed[found.scope]
         ],
         {
-            "finds": [record for found in findings for record in sighting_records(request, found)],
+            "finds": [record for found in findings for record in sighting_records(found)],
             "seen_twice": [record for found in findings for record in twice_records(request, found.twice)],
         },
         exit_code=int(check and any(found.wanting() for found in findings)),
@@ -121,6 +123,7 @@ def look(request: Request, scope: Scope) -> Findings:
         scope,
         tuple(module_plan(request.agents, scope)),
         copies,
+        sightings(copies, request.agents, scope),
         seen_twice(copies, request.agents, scope),
         linked_directories(copies),
     )
@@ -173,8 +176,8 @@ def finding_cell(request: Request, found: Findings, agent: str) -> Cell:
     """Where an agent finds the skills at one scope: in one place all of them, or skill by skill."""
     skills: dict[tuple[str, ...], list[str]] = {}
     for name in skill.SKILL_TEMPLATES:
-        copies = sighting(found.copies, agent, found.scope, name).copies
-        skills.setdefault(tuple(copy.directory for copy in copies), []).append(name)
+        directories = tuple(copy.directory for copy in found.sightings[agent, name])
+        skills.setdefault(directories, []).append(name)
     words = []
     for directories, names in skills.items():
         places = [request.console.place(found.scope, request.roots[found.scope], d) for d in directories]
@@ -221,16 +224,9 @@ def shadow_remark(request: Request, findings: list[Findings]) -> list[Block]:
     ]
 
 
-def sighting_records(request: Request, found: Findings) -> list[Record]:
+def sighting_records(found: Findings) -> list[Record]:
     """Where each agent finds each skill, for programs."""
     return [
-        {
-            "agent": agent,
-            "scope": found.scope,
-            "skill": name,
-            "paths": [str(copy.path) for copy in sighting(found.copies, agent, found.scope, name).copies],
-        }
-        for agent in request.agents
-        if directories_of(agent, found.scope)
-        for name in skill.SKILL_TEMPLATES
+        {"agent": agent, "scope": found.scope, "skill": name, "paths": [str(copy.path) for copy in copies]}
+        for (agent, name), copies in found.sightings.items()
     ]

@@ -15,13 +15,9 @@ from muvad_tarnel.setup.config import AGENT_CONFIG
 _INVISIBLE = (State.MISSING, State.UNREADABLE)
 
 
-class Sighting(NamedTuple):
-    """The copies of one skill that one agent finds at one scope, each file once, in the order of its directories."""
-
-    agent: str
-    scope: Scope
-    skill: str
-    copies: tuple[Copy, ...]
+# The copies that an agent finds of a skill at one scope, each file once, in the order of the agent's directories. The
+# keys are agents with skills.
+type Sightings = dict[tuple[str, str], tuple[Copy, ...]]
 
 
 class SeenTwice(NamedTuple):
@@ -56,14 +52,20 @@ def file_of(copy: Copy) -> object:
     return copy.identity or str(copy.path.parent.resolve())
 
 
-def sighting(copies: Iterable[Copy], agent: str, scope: Scope, skill_name: str) -> Sighting:
-    """The distinct files among the copies through which an agent finds a skill."""
-    places = {copy.directory: copy for copy in copies if (copy.scope, copy.skill) == (scope, skill_name)}
-    seen: dict[object, Copy] = {}
-    for directory in directories_of(agent, scope):
-        if (copy := places.get(directory)) and copy.state not in _INVISIBLE:
-            seen.setdefault(file_of(copy), copy)
-    return Sighting(agent, scope, skill_name, tuple(seen.values()))
+def sightings(copies: Iterable[Copy], agents: Iterable[str], scope: Scope) -> Sightings:
+    """What each agent finds among the copies."""
+    visible = {
+        (copy.directory, copy.skill): copy for copy in copies if copy.scope == scope and copy.state not in _INVISIBLE
+    }
+    found: Sightings = {}
+    for agent in agents:
+        for name in skill.SKILL_TEMPLATES:
+            files: dict[object, Copy] = {}
+            for directory in directories_of(agent, scope):
+                if copy := visible.get((directory, name)):
+                    files.setdefault(file_of(copy), copy)
+            found[agent, name] = tuple(files.values())
+    return found
 
 
 def as_if_installed(copies: Iterable[Copy], directories: Collection[str]) -> list[Copy]:
@@ -95,11 +97,9 @@ def seen_twice(copies: list[Copy], agents: tuple[str, ...], scope: Scope) -> lis
     """The agents that find a skill through several files of one scope, with what would mend it."""
     # Skills by who sees them where: seldom does that differ from skill to skill.
     skills: dict[tuple[str, tuple[str, ...]], list[str]] = {}
-    for agent in concerned(copies, agents, scope):
-        for name in skill.SKILL_TEMPLATES:
-            directories = tuple(sorted(copy.directory for copy in sighting(copies, agent, scope, name).copies))
-            if len(directories) > 1:
-                skills.setdefault((agent, directories), []).append(name)
+    for (agent, name), seen in sightings(copies, concerned(copies, agents, scope), scope).items():
+        if len(seen) > 1:
+            skills.setdefault((agent, tuple(sorted(copy.directory for copy in seen))), []).append(name)
     outdated = outdated_outside(copies, agents, scope)
     # Agents by all the rest.
     together: dict[tuple[tuple[str, ...], ...], list[str]] = {}
