@@ -30,12 +30,17 @@ help:
 	@echo "make demo       install the skills for four agents into an empty repository and show what was written"
 	@echo "make test       run the native tests and the Python tests"
 	@echo "make lint       check style, types and the native code"
+	@echo "make docs       write docs/cli.md, its pictures and the README's table from real runs"
 	@echo "make format     apply the formatters and the safe fixes"
 	@echo "make hooks      have git run the quick checks at each commit"
 	@echo "make packages   build and check the source distribution and the wheels; one: sdist, wheel, linux-wheel, mac-wheel"
 	@echo "make clients    have tools and libraries of others use the wheel"
 	@echo "make embedding  build the extension by itself and test a host that vendors it"
 	@echo "make clean      remove all that make has made"
+
+.PHONY: docs
+docs: $(INSTALLED)
+	@$(PY) tools/document_command_line.py
 
 .PHONY: demo
 demo: $(INSTALLED)

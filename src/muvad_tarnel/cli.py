@@ -1,33 +1,14 @@
 """The command line `muvad-tarnel`."""
 
-from typing import Any
+import gc
 
 import click
 
 from muvad_tarnel import __version__
-from muvad_tarnel.console import printable
-from muvad_tarnel.skill_commands import skill_group
+from muvad_tarnel.commands import skill_group
 
 
-class CommandLine(click.Group):
-    """The outermost command group: failures that a user can cause end as one line on standard error, exit code 1."""
-
-    def invoke(self, ctx: click.Context) -> Any:
-        try:
-            return super().invoke(ctx)
-        except BrokenPipeError:
-            raise  # the reader has gone: click ends quietly
-        except OSError as error:
-            raise click.ClickException(printable(str(error))) from error
-        except RuntimeError as error:
-            # A home directory that cannot be found is a bare RuntimeError; click's own exits and a RecursionError
-            # are subclasses and none of a user's making.
-            if type(error) is not RuntimeError:
-                raise
-            raise click.ClickException(printable(str(error))) from error
-
-
-@click.group(cls=CommandLine, context_settings={"help_option_names": ["-h", "--help"]})
+@click.group(context_settings={"help_option_names": ["-h", "--help"]})
 @click.version_option(__version__, prog_name="muvad-tarnel", message="%(prog)s %(version)s")
 def command_line() -> None:
     """Semantic code intelligence for AI coding agents."""
@@ -36,6 +17,27 @@ def command_line() -> None:
 command_line.add_command(skill_group)
 
 
+@command_line.command()
+@click.argument("shell", type=click.Choice(["bash", "zsh", "fish"]))
+def completion(shell: str) -> None:
+    """Print a shell's completion script.
+
+    It completes commands, options and agents.
+
+    \b
+    Examples:
+      eval "$(muvad-tarnel completion bash)"      in ~/.bashrc
+      eval "$(muvad-tarnel completion zsh)"       in ~/.zshrc
+      muvad-tarnel completion fish | source       in ~/.config/fish/config.fish
+    """
+    from click.shell_completion import get_completion_class  # noqa: PLC0415 (needed by nothing else)
+
+    completion_class = get_completion_class(shell)
+    assert completion_class is not None  # noqa: S101 (for the type checker: click has all three)
+    click.echo(completion_class(command_line, {}, "muvad-tarnel", "_MUVAD_TARNEL_COMPLETE").source())
+
+
 def main() -> None:
     """Run the command line on the process's arguments and exit with its code."""
-    command_line()
+    gc.disable()  # nothing that a command makes is worth a collection before it ends
+    command_line(prog_name="muvad-tarnel")
