@@ -51,10 +51,10 @@ test: test-native test-python
 test-native: $(INSTALLED)
 	@$(VENV)/bin/ctest --test-dir $(BUILD) --output-on-failure --no-tests=error
 test-python: $(INSTALLED)
-	@$(PY) -X dev -m pytest $(ARGS)
+	@PYTHONDEVMODE=1 $(PY) -m pytest -p xdist -n auto $(ARGS)
 
-.PHONY: lint style style-python style-native style-other types tidy
-lint: style types tidy
+.PHONY: lint style style-python style-native style-other types tidy docs-fresh
+lint: style types tidy docs-fresh
 
 style: style-python style-native style-other
 style-python: $(LINT_ENVIRONMENT)
@@ -78,6 +78,10 @@ tidy: $(LINT_ENVIRONMENT) $(INSTALLED)
 	@echo "clang-tidy $<"
 	@$(VENV)/bin/clang-tidy -p $(BUILD) --quiet $<
 	@mkdir -p $(@D) && touch $@
+
+# What "make docs" writes is what it would write today.
+docs-fresh: $(INSTALLED)
+	@$(PY) tools/document_command_line.py --check
 
 .PHONY: format
 format: $(LINT_ENVIRONMENT)

@@ -59,7 +59,8 @@ class TestOnATerminal:
         put(home, ".claude/skills")
         copy_in(home, ".claude/skills", "tarnel-wiki").unlink()
         screen = run_on_terminal("skill", "status", "--scope", "user", "--color", "never")
-        assert [line.split() for line in screen.lines[3:6]] == [
+        first = next(number for number, line in enumerate(screen.lines) if "~/.claude/skills" in line)
+        assert [line.split() for line in screen.lines[first : first + 3]] == [
             ["~/.claude/skills", "tarnel", "\N{CHECK MARK}", "current", "0.1.0", "Claude", "Code"],
             ["tarnel-map", "\N{CHECK MARK}", "current", "0.1.0"],
             ["tarnel-wiki", "\N{BALLOT X}", "missing"],

@@ -19,7 +19,7 @@ def test_a_process_has_nothing_to_complain_of(question: str) -> None:
     # Not in development mode: its memory allocator doesn't survive that several interpreters are made at once.
     child = subprocess.run(
         [sys.executable, "-X", "faulthandler", "-W", "error", str(CHILD), question, skill.__file__],
-        env=os.environ | {"PYTHONPATH": os.pathsep.join(filter(None, sys.path))},
+        env=os.environ | {"PYTHONPATH": os.pathsep.join(filter(None, sys.path)), "PYTHONDEVMODE": ""},
         capture_output=True,
         check=False,
         text=True,

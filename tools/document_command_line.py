@@ -38,7 +38,7 @@ INTRODUCTION = """\
 # The command line
 
 `muvad-tarnel skill` installs the skills and tells what is installed where, which agents read it, and what to do.
-Everything on this page is real output; `make docs` makes it, and a test finds it stale when it is.
+Everything on this page is real output; `make docs` makes it, and `make lint` finds it stale when it is.
 
 {commands}
 
