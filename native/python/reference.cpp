@@ -9,7 +9,7 @@ namespace tarnel::python {
 void Ref::drop(PyObject* object) noexcept {
     rest_unless_attached();
     try {
-        Py_DECREF(object);
+        Py_XDECREF(object);
     } catch (...) {  // the thread was ended while the object's finalizer waited for the GIL
         rest_unless_attached();
         std::terminate();

@@ -2,7 +2,8 @@
 //
 // While the interpreter shuts down, CPython 3.12 ends a daemon thread that asks for the GIL by `pthread_exit`. On glibc
 // that unwinds the stack as an exception does, past every destructor and into every `catch (...)`, but without the GIL:
-// no object may be touched any more, and leaving a handler or a noexcept function would end the process. So whatever
+// no object may be touched any more, and leaving a handler or a noexcept function would end the process. Nor may the
+// unwinding go on from one of our destructors where the C++ runtime that is linked in isn't glibc's own. So whatever
 // such a thread reaches first makes it rest until the process is gone.
 #pragma once
 
