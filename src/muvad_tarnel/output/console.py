@@ -5,7 +5,7 @@ import sys
 from collections.abc import Mapping
 from contextlib import suppress
 from pathlib import Path
-from typing import NamedTuple
+from typing import NamedTuple, TextIO
 
 import click
 
@@ -53,6 +53,12 @@ def output_encoding() -> str:
     """The encoding of standard output."""
     # None: the process was started with standard output closed.
     return sys.stdout.encoding if sys.stdout is not None else "utf-8"
+
+
+def silence(stream: TextIO) -> None:
+    """Have what a stream still holds, and is given from now on, go nowhere, so that it can be closed in peace."""
+    with suppress(OSError):
+        os.dup2(os.open(os.devnull, os.O_WRONLY), stream.fileno())
 
 
 def can_encode(text: str) -> bool:
@@ -106,8 +112,10 @@ class Console:
             self._write(written(blocks))
 
     def _say(self, text: str) -> None:
-        with suppress(OSError):  # nobody listens: no reason to stop
+        try:
             click.echo(printable(text), err=True)
+        except OSError:  # nobody listens: no reason to stop
+            silence(sys.stderr)
 
     def _write(self, text: str) -> None:
         """Write to standard output, with `?` for what its encoding cannot express."""
@@ -116,9 +124,11 @@ class Console:
         encoding = output_encoding()
         try:
             click.echo(text.encode(encoding, "replace").decode(encoding), nl=False, color=True)
-        except BrokenPipeError:
-            # The reader has seen enough. What the command did, and its exit code, don't depend on that.
-            os.dup2(os.open(os.devnull, os.O_WRONLY), sys.stdout.fileno())
+        except BrokenPipeError:  # the reader has seen enough: what the command did doesn't depend on that
+            silence(sys.stdout)
+        except OSError:
+            silence(sys.stdout)
+            raise
 
 
 def object_text(command: str, report: Report, indent: int | None) -> str:
