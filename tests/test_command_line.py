@@ -483,6 +483,10 @@ class TestMistakesAndFaults:
         assert all(word in result.stderr.split("Error:")[1] for word in named)
         assert list(home.iterdir()) == []
 
+    def test_a_project_given_beside_the_user_scope_by_name_is_not_needed_and_no_mistake(self, home: Path) -> None:
+        assert run("install", "--scope", "user", "--project", ".").exit_code == 0
+        assert (home / ".claude/skills/tarnel/SKILL.md").exists()
+
     @pytest.mark.parametrize("command", ["install", "status", "plan", "shadowed", "diff", "remove", "agents"])
     @pytest.mark.parametrize("unusable", ["~nobody", f"/{'x' * 300}", "/dev/null", "/sys"])
     def test_a_home_that_cannot_be_used_is_told_in_lines_without_a_traceback(self, command: str, unusable: str) -> None:

@@ -7,6 +7,7 @@ from pathlib import Path
 from typing import Literal, NamedTuple
 
 import click
+from click.core import ParameterSource
 
 from muvad_tarnel.failure import Failure
 from muvad_tarnel.installed.obstacles import reason_of
@@ -139,8 +140,10 @@ def asked_for(scoping: Scoping) -> Decorator:
 
             if all_agents + detect + bool(agent_keys) > 1:
                 raise click.UsageError("--agent, --all-agents and --detect exclude each other.")
-            if project and scope == "user":
-                raise click.UsageError("--project needs --scope project.")  # rather than write where nobody meant it
+            # Scripts may give both; alone, the project is what was meant, and not what the default scope is about.
+            is_default = click.get_current_context().get_parameter_source("scope") is not ParameterSource.COMMANDLINE
+            if project and scope == "user" and is_default:
+                raise click.UsageError("--project needs --scope project.")
             speaking(answer, command.__name__)(**options)
 
         with_options = _agent_options(_project_option(run))
