@@ -339,7 +339,7 @@ class TestSurface:
         max_size=4,
     ),
 )
-@examples(25)
+@examples(20)
 def test_arguments_are_bound_or_rejected_alike(
     function: str, arguments: tuple[Any, ...], keywords: dict[Any, Any]
 ) -> None:
@@ -351,7 +351,7 @@ def test_arguments_are_bound_or_rejected_alike(
         "skill_capable_agents", "_agent_roots", "resolve_skill_dirs", "skill_dir_plan", "_score", "_reading_agents"
     )
 )
-@examples(25)
+@examples(20)
 def test_plans_are_alike_for_any_agent_table(call: Call) -> None:
     compare(call)
 
@@ -368,25 +368,25 @@ def test_plans_are_alike_for_many_directories(count: int, limit: int, data: st.D
 
 
 @given(documents())
-@examples(25)
+@examples(20)
 def test_stamps_are_read_alike(document: bytes | str | None) -> None:
     compare(Call("_installed_version", (Path("SKILL.md"),), files={"project/SKILL.md": document}))
 
 
 @given(st.sampled_from(VERSIONS) | TEXTS)
-@examples(25)
+@examples(20)
 def test_versions_are_ordered_alike(version: str) -> None:
     compare(Call("_version_tuple", (version,)))
 
 
 @given(any_calls("render_skill_md", "_version_tuple", "_installed_version", "_scope_base", "skill_target_path"))
-@examples(25)
+@examples(20)
 def test_documents_versions_and_paths_are_alike(call: Call) -> None:
     compare(call)
 
 
 @given(any_calls("install_skill", "install_skills", "skill_status", "shadowed_skills"))
-@examples(25)
+@examples(20)
 def test_installing_and_reporting_give_equal_results_and_files(call: Call) -> None:
     compare(call)
 
