@@ -1,5 +1,7 @@
 #include "python/frame.hpp"
 
+#include "python/objects.hpp"
+
 namespace tarnel::python {
 
 namespace {
@@ -12,14 +14,7 @@ namespace {
     throw PythonError{};
 }
 
-// Null without an error when the key is missing.
-Ref item_of_dict(PyObject* dict, PyObject* key) {
-    Ref item = Ref::borrow(PyDict_GetItemWithError(dict, key));
-    if (item.get() == nullptr && PyErr_Occurred() != nullptr) throw PythonError{};
-    return item;
-}
-
-// The same for any mapping: a dict's subclass may have a way of its own to find items.
+// As item_if_any, for any mapping: a dict's subclass may have a way of its own to find items.
 Ref item_of_mapping(PyObject* mapping, PyObject* key) {
     Ref item = Ref::steal(PyObject_GetItem(mapping, key));
     if (item.get() != nullptr) return item;
@@ -38,7 +33,7 @@ Texts::Texts(std::span<const char* const> utf8) {
 Ref look_up(PyObject* globals, PyObject* builtins, PyObject* name) {
     const bool plain = PyDict_CheckExact(globals) && PyDict_CheckExact(builtins);
     for (PyObject* scope : {globals, builtins}) {
-        Ref value = plain ? item_of_dict(scope, name) : item_of_mapping(scope, name);
+        Ref value = plain ? item_if_any(scope, name) : item_of_mapping(scope, name);
         if (value.get() != nullptr) return value;
     }
     throw_name_error(name);

@@ -26,11 +26,15 @@ Ref next_to_unpack(PyObject* iterator, int already) {
 
 }  // namespace
 
-Ref item_if_any(PyObject* dict, const char* key) {
-    const Ref name = checked(PyUnicode_InternFromString(key));
-    Ref value = Ref::borrow(PyDict_GetItemWithError(dict, name));
+Ref item_if_any(PyObject* dict, PyObject* key) {
+    Ref value = Ref::borrow(PyDict_GetItemWithError(dict, key));
     if (value.get() == nullptr && PyErr_Occurred() != nullptr) throw PythonError{};
     return value;
+}
+
+Ref item_if_any(PyObject* dict, const char* key) {
+    const Ref name = checked(PyUnicode_InternFromString(key));
+    return item_if_any(dict, name);
 }
 
 Ref file_of_module(PyObject* globals) {

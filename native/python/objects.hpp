@@ -22,7 +22,10 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
     return is_true(answer);
 }
 
-// `dict.get(key)` for a dict and a key in UTF-8, but null when the key is missing.
+// `dict.get(key)`, but null when the key is missing.
+[[nodiscard]] Ref item_if_any(PyObject* dict, PyObject* key);
+
+// The same for a key in UTF-8.
 [[nodiscard]] Ref item_if_any(PyObject* dict, const char* key);
 
 // The file name that tracebacks through a module show, from its namespace.

@@ -5,6 +5,11 @@
 
 namespace tarnel::skill {
 
+Ref distinct_keys(const Frame& frame, PyObject* agent_keys) {
+    auto* dict_type = reinterpret_cast<PyObject*>(&PyDict_Type);
+    return frame.call_method(dict_type, name::fromkeys, {agent_keys});
+}
+
 Ref distinct_directories(const Frame& frame, PyObject* agent_roots) {
     const Ref distinct = checked(PySet_New(nullptr));
     const Ref tuples = frame.call_method(agent_roots, name::values);
@@ -40,9 +45,8 @@ Ref skill_capable_agents(const Frame& frame) {
 Ref _agent_roots(const Frame& frame) {
     const auto [agent_keys, scope] = frame.arguments<2>();
     Ref roots = checked(PyDict_New());
-    auto* dict_type = reinterpret_cast<PyObject*>(&PyDict_Type);
-    const Ref distinct_keys = frame.call_method(dict_type, name::fromkeys, {agent_keys});
-    for (const Ref& key : Iteration(distinct_keys)) {
+    const Ref keys = distinct_keys(frame, agent_keys);
+    for (const Ref& key : Iteration(keys)) {
         const Ref table = frame.global(name::AGENT_CONFIG);
         const Ref record = frame.call_method(table, name::get, {key});
         if (is_none(record)) continue;

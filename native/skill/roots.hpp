@@ -5,6 +5,9 @@
 
 namespace tarnel::skill {
 
+// The keys, each at its first occurrence, as a new dict's keys. Reads all of them.
+[[nodiscard]] python::Ref distinct_keys(const python::Frame& frame, PyObject* agent_keys);
+
 // Every distinct directory that any of the agents reads, ascending: a new list.
 [[nodiscard]] python::Ref distinct_directories(const python::Frame& frame, PyObject* agent_roots);
 

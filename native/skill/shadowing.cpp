@@ -1,5 +1,6 @@
 // Shadowing: skills that some agent finds at user scope as well as at project scope.
 #include "skill/body.hpp"
+#include "skill/roots.hpp"
 
 namespace tarnel::skill {
 
@@ -40,8 +41,7 @@ bool is_shadowed(PyObject* skill_name, PyObject* agents, const ScopeCopies& user
 
 Ref shadowed_skills(const Frame& frame) {
     const auto [project_root, agents] = frame.arguments<2>();
-    auto* dict_type = reinterpret_cast<PyObject*>(&PyDict_Type);
-    const Ref distinct = frame.call_method(dict_type, name::fromkeys, {agents});
+    const Ref distinct = distinct_keys(frame, agents);
     const Ref keys = checked(PySequence_List(distinct));
     const ScopeCopies user(frame, frame[literal::user], keys, project_root);
     const ScopeCopies project(frame, frame[literal::project], keys, project_root);
