@@ -8,6 +8,7 @@ from muvad_tarnel.commands.wording import (
     agents_in_words,
     joined,
     outdated_lines,
+    place_record,
     scope_title,
     twice_lines,
     twice_records,
@@ -87,7 +88,7 @@ def table(request: Request, outcomes: list[Outcome]) -> Table:
         ("Directory", "Skill", "Result", "Read by"),
         [
             (
-                request.console.place(scope, request.roots[scope], outcome.before.directory),
+                request.place(scope, outcome.before.directory),
                 outcome.before.skill,
                 result_cell(outcome),
                 names_of(outcome.agents),
@@ -125,11 +126,7 @@ def summary(request: Request, outcomes: list[Outcome]) -> list[Block]:
 def record(outcome: Outcome) -> Record:
     """What became of one skill, for programs."""
     copy = outcome.before
-    return {
-        "scope": copy.scope,
-        "directory": copy.directory,
-        "skill": copy.skill,
-        "path": str(copy.path),
+    return place_record(copy) | {
         "agents": list(outcome.agents),
         "success": outcome.success,
         "installed": outcome.written,

@@ -37,11 +37,15 @@ class Request(NamedTuple):
         """The scope of a command that has one."""
         return next(iter(self.roots))
 
-    def line(self, command: str, scope: Scope, agents: tuple[str, ...] = (), rest: tuple[str, ...] = ()) -> str:
-        """A command line to copy, for the same project."""
+    def place(self, scope: Scope, directory: str) -> str:
+        """A skills directory in words."""
+        return self.console.place(scope, self.roots[scope], directory)
+
+    def line(self, command: str, scope: Scope | None, agents: tuple[str, ...] = (), rest: tuple[str, ...] = ()) -> str:
+        """A command line to copy, for the same project. No scope: the command is always about both."""
         words = ["muvad-tarnel", "skill", command, *rest]
         words += ["--scope", "project"] if scope == "project" else []
-        words += ["--project", str(self.project_given)] if scope == "project" and self.project_given else []
+        words += ["--project", str(self.project_given)] if scope != "user" and self.project_given else []
         if set(agents) == set(skill.skill_capable_agents()):
             words.append("--all-agents")
         elif agents != skill.DEFAULT_AGENTS:

@@ -65,13 +65,11 @@ def plan(request: Request) -> Report:
 
 def table(request: Request, chosen: Plan) -> Table:
     """The plan: a row for every agent that a directory serves."""
-    place = request.console.place
-    root = request.roots[chosen.scope]
     return Table(
         scope_title(request, chosen.scope),
         ("Directory", "Serves", "Why"),
         [
-            (place(chosen.scope, root, role.directory), AGENT_CONFIG[role.agent].name, reason(role))
+            (request.place(chosen.scope, role.directory), AGENT_CONFIG[role.agent].name, reason(role))
             for role in chosen.roles
         ],
         wrapping=("Why",),

@@ -64,7 +64,7 @@ def remove(request: Request, *, directory: str | None, names: tuple[str, ...], f
         if removal.problem:
             console.error(f"{copy.path}: {removal.problem}: {advice(copy.path)}")
         removals.append(removal)
-    places = joined(console.place(scope, root, name) for name in directories)
+    places = joined(request.place(scope, name) for name in directories)
     blocks: list[Block] = [table(request, removals, dry_run=dry_run)] if removals else []
     if not removals:
         blocks.append(Line(f"Nothing to remove in {places}.", Tone.GOOD))
@@ -94,7 +94,7 @@ def table(request: Request, removals: list[Removal], *, dry_run: bool) -> Table:
         ("Directory", "Skill", "Result", "Was read by"),
         [
             (
-                request.console.place(scope, request.roots[scope], removal.copy.directory),
+                request.place(scope, removal.copy.directory),
                 removal.copy.skill,
                 result_cell(removal, dry_run=dry_run),
                 names_of(readers_of(removal.copy.directory, scope)),

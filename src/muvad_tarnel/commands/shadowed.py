@@ -67,7 +67,7 @@ def table(request: Request, pairs: list[Pair]) -> Table:
     """The pairs of copies, by the places they stand in, and what each agent makes of them."""
 
     def place(copy: Copy) -> str:
-        return request.console.place(copy.scope, request.roots[copy.scope], copy.directory)
+        return request.place(copy.scope, copy.directory)
 
     skills: dict[tuple[str, str, str, Cell], list[str]] = {}
     for pair in pairs:

@@ -148,7 +148,7 @@ def table(request: Request, scope: Scope, copies: list[Copy]) -> Table:
         ("Directory", "Skill", "State", "Version", "Read by"),
         [
             (
-                request.console.place(scope, request.roots[scope], copy.directory),
+                request.place(scope, copy.directory),
                 copy.skill,
                 state_cell(copy),
                 copy.version or "",
@@ -180,7 +180,7 @@ def finding_cell(request: Request, found: Findings, agent: str) -> Cell:
         skills.setdefault(directories, []).append(name)
     words = []
     for directories, names in skills.items():
-        places = [request.console.place(found.scope, request.roots[found.scope], d) for d in directories]
+        places = [request.place(found.scope, d) for d in directories]
         count = {0: "nowhere", 1: "", 2: "twice: "}.get(len(places), f"{len(places)} times: ")
         which = "" if len(skills) == 1 else f"{', '.join(names)}: "
         words.append(which + count + (joined(places) if places else ""))
@@ -191,7 +191,6 @@ def finding_cell(request: Request, found: Findings, agent: str) -> Cell:
 
 def remarks(request: Request, found: Findings) -> list[Block]:
     """What to do about one scope."""
-    root = request.roots[found.scope]
     blocks: list[Block] = [
         Line(f"{copy.path} is unreadable: {copy.problem}.", Tone.BAD)
         for copy in found.listed(request.agents, verbose=False)
@@ -199,7 +198,7 @@ def remarks(request: Request, found: Findings) -> list[Block]:
     ]
     for link in found.linked:
         if any(readers_of(directory, found.scope, request.agents) for directory in link.directories):
-            places = joined(request.console.place(found.scope, root, directory) for directory in link.directories)
+            places = joined(request.place(found.scope, directory) for directory in link.directories)
             blocks.append(Line(f"{places} lead to the same files, which count once."))
     if wanting := found.wanting():
         count = f"{len(wanting)} of {len(found.planned) * len(skill.SKILL_TEMPLATES)}"
@@ -216,11 +215,9 @@ def shadow_remark(request: Request, findings: list[Findings]) -> list[Block]:
     if not pairs:
         return []
     names = dict.fromkeys(pair.skill for pair in pairs)
-    line = request.line("shadowed", "project" if request.project_given else "user", request.agents)
-    line = line.replace(" --scope project", "")
     return [
         Line(f"At both scopes: {skills_in_words(names)}. One copy may hide the other.", Tone.WARNING),
-        *command_lines(("see:", line)),
+        *command_lines(("see:", request.line("shadowed", None, request.agents))),
     ]
 
 

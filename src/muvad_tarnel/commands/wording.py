@@ -61,7 +61,7 @@ def twice_lines(request: Request, found: list[SeenTwice], verbs: tuple[str, str]
     """Who sees skills twice, with the install that would have avoided it and the removal that mends it."""
     blocks: list[Block] = []
     for twice in found:
-        places = joined(request.console.place(twice.scope, request.roots[twice.scope], d) for d in twice.directories)
+        places = joined(request.place(twice.scope, d) for d in twice.directories)
         count = {2: "twice"}.get(len(twice.directories), f"{len(twice.directories)} times")
         verb = verbs[len(twice.agents) > 1]
         who = joined(AGENT_CONFIG[agent].name for agent in twice.agents)
@@ -90,7 +90,7 @@ def outdated_lines(request: Request, scope: Scope, directories: Iterable[str]) -
     """Outdated copies that an install for these agents doesn't reach, and what does."""
     blocks: list[Block] = []
     for directory in directories:
-        place = request.console.place(scope, request.roots[scope], directory)
+        place = request.place(scope, directory)
         blocks.append(Line(f"{place} is outdated, and an install for these agents doesn't write it.", Tone.WARNING))
         owners = owners_of(directory, scope, ())
         updates = [("or updated by:", request.line("install", scope, owners))] if len(owners) == 1 else []
@@ -113,13 +113,14 @@ def twice_records(request: Request, found: list[SeenTwice]) -> list[Record]:
     ]
 
 
+def place_record(copy: Copy) -> Record:
+    """Where a copy is, for programs."""
+    return {"scope": copy.scope, "directory": copy.directory, "skill": copy.skill, "path": str(copy.path)}
+
+
 def copy_record(copy: Copy, agents: Iterable[str]) -> Record:
     """A copy for programs: where it is, what it is, and which of the agents read it."""
-    return {
-        "scope": copy.scope,
-        "directory": copy.directory,
-        "skill": copy.skill,
-        "path": str(copy.path),
+    return place_record(copy) | {
         "state": copy.state.value,
         "version": copy.version,
         "problem": copy.problem or None,
