@@ -9,7 +9,9 @@
 #include "python/imports.hpp"
 #include "skill/functions.hpp"
 #include "skill/names.hpp"
+#include "skill/planning.hpp"
 #include "skill/result.hpp"
+#include "skill/stamps.hpp"
 
 namespace tarnel::skill {
 
@@ -85,30 +87,11 @@ void bind_documents(const Namespace& module, PyObject* annotations) {
     checked(PyDict_SetItemString(annotations, "SKILL_TEMPLATES", annotation));
 }
 
-// `tuple[int, int, int, tuple[str, ...]]`
-Ref score_alias() {
-    auto* tuple = reinterpret_cast<PyObject*>(&PyTuple_Type);
-    auto* integer = reinterpret_cast<PyObject*>(&PyLong_Type);
-    const Ref texts_items = checked(Py_BuildValue("(OO)", &PyUnicode_Type, Py_Ellipsis));
-    const Ref texts_type = checked(PyObject_GetItem(tuple, texts_items));
-    const Ref items = checked(Py_BuildValue("(OOOO)", integer, integer, integer, texts_type.get()));
-    return checked(PyObject_GetItem(tuple, items));
-}
-
-// `re.compile(pattern, re.MULTILINE)`
-Ref version_pattern(const Namespace& module) {
-    const Ref re = module["re"];
-    const Ref compile = checked(PyObject_GetAttrString(re, "compile"));
-    const Ref flags = checked(PyObject_GetAttrString(re, "MULTILINE"));
-    return checked(PyObject_CallFunction(compile, "sO", R"(^version:\s*([0-9][\w.\-]*)\s*$)", flags.get()));
-}
-
 void execute(const Namespace& module) {
-    const auto interned = std::make_shared<const python::Texts>(texts);
+    const auto interned = std::make_shared<const python::Strings>(strings);
     const auto define = [&](const python::Definition& definition) {
         python::define(module.dict(), definition, interned);
     };
-    constexpr long exhaustive_search_limit = 12;  // candidate directories
 
     // As when a Python module is executed; creating the data class would put it in the middle.
     module.bind("__builtins__", Ref::borrow(PyEval_GetBuiltins()));
@@ -119,13 +102,13 @@ void execute(const Namespace& module) {
     define(function::render_skill_md);
     define(function::skill_capable_agents);
     define(function::_agent_roots);
-    module.bind("_EXHAUSTIVE_SEARCH_LIMIT", checked(PyLong_FromLong(exhaustive_search_limit)));
+    module.bind("_EXHAUSTIVE_SEARCH_LIMIT", checked(PyLong_FromLong(default_exhaustive_search_limit)));
     module.bind("_Score", score_alias());
     define(function::_score);
     define(function::resolve_skill_dirs);
     define(function::skill_dir_plan);
     define_skill_result(module.dict());
-    module.bind("_VERSION_RE", version_pattern(module));
+    module.bind("_VERSION_RE", compile_version_pattern(module.dict()));
     define(function::_installed_version);
     define(function::_version_tuple);
     module.bind("DEFAULT_AGENTS", checked(Py_BuildValue("(s)", "claude")));

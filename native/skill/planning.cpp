@@ -1,8 +1,19 @@
 // The choice of directories: every agent finds each skill, through one directory if it can be.
+#include "skill/planning.hpp"
+
 #include "skill/body.hpp"
 #include "skill/roots.hpp"
 
 namespace tarnel::skill {
+
+Ref score_alias() {
+    auto* tuple = reinterpret_cast<PyObject*>(&PyTuple_Type);
+    auto* integer = reinterpret_cast<PyObject*>(&PyLong_Type);
+    const Ref str_items = checked(Py_BuildValue("(OO)", &PyUnicode_Type, Py_Ellipsis));
+    const Ref str_tuple = checked(PyObject_GetItem(tuple, str_items));
+    const Ref items = checked(Py_BuildValue("(OOOO)", integer, integer, integer, str_tuple.get()));
+    return checked(PyObject_GetItem(tuple, items));
+}
 
 namespace {
 
@@ -22,12 +33,12 @@ Sightings sightings(PyObject* directories, PyObject* chosen) {
     return seen;
 }
 
-Ref _score(const Frame& frame) {
-    const auto [selection, agent_roots] = frame.arguments<2>();
+Ref _score(const CallContext& context) {
+    const auto [selection, agent_roots] = context.arguments<2>();
     const Ref chosen = checked(PySet_New(selection));
     Py_ssize_t duplicates = 0;
     Py_ssize_t native_rank = 0;
-    const Ref tuples = frame.call_method(agent_roots, name::values);
+    const Ref tuples = context.call_method(agent_roots, name::values);
     for (const Ref& directories : Iteration(tuples)) {
         const Sightings seen = sightings(directories, chosen);
         if (seen.count == 0) return none();
@@ -38,75 +49,9 @@ Ref _score(const Frame& frame) {
     return checked(Py_BuildValue("(nnnO)", duplicates, native_rank, size, selection));
 }
 
-bool contains_any(PyObject* container, PyObject* items) {
-    for (const Ref& item : Iteration(items))
-        if (contains(container, item)) return true;
-    return false;
-}
-
-// For each agent in turn its native directory, unless it already finds the skill. Not scored: the quick choice.
-Ref quick_choice(const Frame& frame, PyObject* agent_roots) {
-    const Ref chosen = checked(PyList_New(0));
-    const Ref tuples = frame.call_method(agent_roots, name::values);
-    const Ref first = checked(PyLong_FromLong(0));
-    for (const Ref& directories : Iteration(tuples)) {
-        if (contains_any(chosen, directories)) continue;
-        const Ref native = checked(PyObject_GetItem(directories, first));
-        checked(PyList_Append(chosen, native));
-    }
-    const Ref distinct = checked(PySet_New(chosen));
-    return sorted(distinct);
-}
-
-// The selection of the best score among all that can be made of the candidates, a sorted list.
-Ref best_choice(const Frame& frame, PyObject* candidates, PyObject* agent_roots) {
-    Ref best = none();
-    Ref best_selection = checked(PyList_New(0));
-    const Py_ssize_t count = PyList_GET_SIZE(candidates);
-    for (Py_ssize_t size = 1; size <= count; size++) {
-        const Ref itertools = frame.global(name::itertools);
-        const Ref size_object = checked(PyLong_FromSsize_t(size));
-        const Ref selections = frame.call_method(itertools, name::combinations, {candidates, size_object});
-        for (const Ref& selection : Iteration(selections)) {
-            checked(PyErr_CheckSignals());  // with large tables this takes long enough to want to stop it
-            Ref score = frame.call(name::_score, {selection, agent_roots});
-            if (is_none(score)) continue;
-            if (!is_none(best) && !compare(score, best, Py_LT)) continue;
-            best = std::move(score);
-            best_selection = checked(PySequence_List(selection));
-        }
-    }
-    return sorted(best_selection);
-}
-
-Ref resolve_skill_dirs(const Frame& frame) {
-    const auto [agent_keys, scope] = frame.arguments<2>();
-    const Ref agent_roots = frame.call(name::_agent_roots, {agent_keys, scope});
-    if (!is_true(agent_roots)) return checked(PyList_New(0));
-    const Ref candidates = distinct_directories(frame, agent_roots);
-    const Ref count = checked(PyLong_FromSsize_t(PyList_GET_SIZE(candidates.get())));
-    const Ref limit = frame.global(name::exhaustive_search_limit);
-    if (compare(count, limit, Py_GT)) return quick_choice(frame, agent_roots);
-    return best_choice(frame, candidates, agent_roots);
-}
-
-Ref skill_dir_plan(const Frame& frame) {
-    const auto [agent_keys, scope] = frame.arguments<2>();
-    const Ref agent_roots = frame.call(name::_agent_roots, {agent_keys, scope});
-    Ref plan = checked(PyDict_New());
-    const Ref chosen = frame.call(name::resolve_skill_dirs, {agent_keys, scope});
-    for (const Ref& directory : Iteration(chosen)) {
-        const Ref readers = readers_of(frame, directory, agent_roots);
-        checked(PyDict_SetItem(plan, directory, readers));
-    }
-    return plan;
-}
-
 }  // namespace
 
-namespace function {
-
-constinit const python::Definition _score = {
+constinit const python::Definition function::_score = {
     .name = "_score",
     .parameters = {{"selection", "tuple[str, ...]"}, {"agent_roots", "dict[str, tuple[str, ...]]"}},
     .returns = "_Score | None",
@@ -123,7 +68,63 @@ constinit const python::Definition _score = {
     .body = skill::_score,
 };
 
-constinit const python::Definition resolve_skill_dirs = {
+namespace {
+
+bool contains_any(PyObject* container, PyObject* items) {
+    for (const Ref& item : Iteration(items))
+        if (contains(container, item)) return true;
+    return false;
+}
+
+// For each agent in turn its native directory, unless it already finds the skill. Not scored: the quick choice.
+Ref quick_choice(const CallContext& context, PyObject* agent_roots) {
+    const Ref chosen = checked(PyList_New(0));
+    const Ref tuples = context.call_method(agent_roots, name::values);
+    const Ref first = checked(PyLong_FromLong(0));
+    for (const Ref& directories : Iteration(tuples)) {
+        if (contains_any(chosen, directories)) continue;
+        const Ref native = checked(PyObject_GetItem(directories, first));
+        checked(PyList_Append(chosen, native));
+    }
+    const Ref distinct = checked(PySet_New(chosen));
+    return sorted(distinct);
+}
+
+// The selection of the best score among all that can be made of the candidates, a sorted list.
+Ref best_choice(const CallContext& context, PyObject* candidates, PyObject* agent_roots) {
+    Ref best = none();
+    Ref best_selection = checked(PyList_New(0));
+    const Py_ssize_t count = PyList_GET_SIZE(candidates);
+    for (Py_ssize_t size = 1; size <= count; size++) {
+        const Ref itertools = context.global(name::itertools);
+        const Ref size_object = checked(PyLong_FromSsize_t(size));
+        const Ref selections = context.call_method(itertools, name::combinations, {candidates, size_object});
+        for (const Ref& selection : Iteration(selections)) {
+            checked(PyErr_CheckSignals());  // with large tables this takes long enough to want to stop it
+            Ref score = context.call(name::_score, {selection, agent_roots});
+            if (is_none(score)) continue;
+            if (!is_none(best) && !compare(score, best, Py_LT)) continue;
+            best = std::move(score);
+            best_selection = checked(PySequence_List(selection));
+        }
+    }
+    return sorted(best_selection);
+}
+
+Ref resolve_skill_dirs(const CallContext& context) {
+    const auto [agent_keys, scope] = context.arguments<2>();
+    const Ref agent_roots = context.call(name::_agent_roots, {agent_keys, scope});
+    if (!is_true(agent_roots)) return checked(PyList_New(0));
+    const Ref candidates = distinct_directories(context, agent_roots);
+    const Ref count = checked(PyLong_FromSsize_t(PyList_GET_SIZE(candidates.get())));
+    const Ref limit = context.global(name::exhaustive_search_limit);
+    if (compare(count, limit, Py_GT)) return quick_choice(context, agent_roots);
+    return best_choice(context, candidates, agent_roots);
+}
+
+}  // namespace
+
+constinit const python::Definition function::resolve_skill_dirs = {
     .name = "resolve_skill_dirs",
     .parameters = {{"agent_keys", "Iterable[str]"}, {"scope", "str", python::literal("project")}},
     .returns = "list[str]",
@@ -147,14 +148,28 @@ constinit const python::Definition resolve_skill_dirs = {
     .body = skill::resolve_skill_dirs,
 };
 
-constinit const python::Definition skill_dir_plan = {
+namespace {
+
+Ref skill_dir_plan(const CallContext& context) {
+    const auto [agent_keys, scope] = context.arguments<2>();
+    const Ref agent_roots = context.call(name::_agent_roots, {agent_keys, scope});
+    Ref plan = checked(PyDict_New());
+    const Ref chosen = context.call(name::resolve_skill_dirs, {agent_keys, scope});
+    for (const Ref& directory : Iteration(chosen)) {
+        const Ref readers = readers_of(context, directory, agent_roots);
+        checked(PyDict_SetItem(plan, directory, readers));
+    }
+    return plan;
+}
+
+}  // namespace
+
+constinit const python::Definition function::skill_dir_plan = {
     .name = "skill_dir_plan",
     .parameters = {{"agent_keys", "Iterable[str]"}, {"scope", "str", python::literal("project")}},
     .returns = "dict[str, list[str]]",
     .doc = "Which agents each chosen directory serves — for install output and tests.",
     .body = skill::skill_dir_plan,
 };
-
-}  // namespace function
 
 }  // namespace tarnel::skill

@@ -5,36 +5,26 @@ namespace tarnel::skill {
 
 namespace {
 
-Ref _scope_base(const Frame& frame) {
-    const auto [scope, project_root] = frame.arguments<2>();
-    if (compare(scope, frame[literal::user], Py_EQ)) {
-        const Ref path_type = frame.global(name::Path);
-        return frame.call_method(path_type, name::home);
+Ref _scope_base(const CallContext& context) {
+    const auto [scope, project_root] = context.arguments<2>();
+    if (compare(scope, context[literal::user], Py_EQ)) {
+        const Ref path_type = context.global(name::Path);
+        return context.call_method(path_type, name::home);
     }
-    if (compare(scope, frame[literal::project], Py_EQ)) {
-        const Ref path_type = frame.global(name::Path);
-        if (is_true(project_root)) return frame.call(path_type, {project_root});
-        const Ref path_type_again = frame.global(name::Path);  // as `Path(project_root or Path.cwd())` does
-        const Ref current = frame.call_method(path_type_again, name::cwd);
-        return frame.call(path_type, {current});
+    if (compare(scope, context[literal::project], Py_EQ)) {
+        const Ref path_type = context.global(name::Path);
+        if (is_true(project_root)) return context.call(path_type, {project_root});
+        const Ref path_type_again = context.global(name::Path);  // as `Path(project_root or Path.cwd())` does
+        const Ref current = context.call_method(path_type_again, name::cwd);
+        return context.call(path_type, {current});
     }
     PyErr_Format(PyExc_ValueError, "unknown skill scope: %R (use 'user' or 'project')", scope);
     throw PythonError{};
 }
 
-Ref skill_target_path(const Frame& frame) {
-    const auto [scope, project_root, skill_name, skills_dir] = frame.arguments<4>();
-    Ref path = frame.call(name::_scope_base, {scope, project_root});
-    for (PyObject* component : {skills_dir, skill_name, frame[literal::document_file]})
-        path = checked(PyNumber_TrueDivide(path, component));
-    return path;
-}
-
 }  // namespace
 
-namespace function {
-
-constinit const python::Definition _scope_base = {
+constinit const python::Definition function::_scope_base = {
     .name = "_scope_base",
     .parameters = {{"scope", "str"}, {"project_root", "Path | None", python::none_by_default}},
     .returns = "Path",
@@ -42,7 +32,19 @@ constinit const python::Definition _scope_base = {
     .body = skill::_scope_base,
 };
 
-constinit const python::Definition skill_target_path = {
+namespace {
+
+Ref skill_target_path(const CallContext& context) {
+    const auto [scope, project_root, skill_name, skills_dir] = context.arguments<4>();
+    Ref path = context.call(name::_scope_base, {scope, project_root});
+    for (PyObject* component : {skills_dir, skill_name, context[literal::document_file]})
+        path = checked(PyNumber_TrueDivide(path, component));
+    return path;
+}
+
+}  // namespace
+
+constinit const python::Definition function::skill_target_path = {
     .name = "skill_target_path",
     .parameters = {{"scope", "str"},
                    {"project_root", "Path | None", python::none_by_default},
@@ -56,7 +58,5 @@ constinit const python::Definition skill_target_path = {
     )",
     .body = skill::skill_target_path,
 };
-
-}  // namespace function
 
 }  // namespace tarnel::skill
