@@ -25,6 +25,7 @@ constexpr void check_shape(const Document& document) {
     require_shape(!document.name.empty() && std::ranges::all_of(document.name, is_name_character),
                   "a name consists of lower-case letters, digits and hyphens");
     require_shape(is_utf8(text), "the text is UTF-8");
+
     require_shape(text.find('\r') == std::string_view::npos, "lines end in line feeds only");
     require_shape(std::ranges::count(text, '{') == 1 && std::ranges::count(text, '}') == 1,
                   "the version field is the only pair of braces");

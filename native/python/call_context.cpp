@@ -2,7 +2,25 @@
 
 #include <stdexcept>
 
+#include "python/code.hpp"
+
 namespace tarnel::python {
+
+PyObject* CallContext::global_if_plain(StringId name) const {
+    if (!PyDict_CheckExact(globals_)) return nullptr;
+    PyObject* value = PyDict_GetItemWithError(globals_, shared_.strings[name]);
+    if (value == nullptr && PyErr_Occurred() != nullptr) throw PythonError{};
+    return value;
+}
+
+bool CallContext::is_own(StringId name, Body body) const {
+    PyObject* value = global_if_plain(name);
+    if (value == nullptr || !PyFunction_Check(value)) return false;
+    const auto* function = reinterpret_cast<PyFunctionObject*>(value);
+    const NativeBody* native = native_body_of(function->func_code);
+    return native != nullptr && native->body == body && function->func_globals == globals_ &&
+           function->func_builtins == builtins_;
+}
 
 Ref CallContext::call(PyObject* callable, std::initializer_list<PyObject*> positional,
                       std::initializer_list<Keyword> keywords) const {
@@ -16,7 +34,7 @@ Ref CallContext::call(PyObject* callable, std::initializer_list<PyObject*> posit
         names = checked(PyTuple_New(static_cast<Py_ssize_t>(keywords.size())));
         Py_ssize_t index = 0;
         for (const auto& [name, value] : keywords) {
-            PyTuple_SET_ITEM(names.get(), index++, Py_NewRef(strings_[name]));
+            PyTuple_SET_ITEM(names.get(), index++, Py_NewRef(shared_.strings[name]));
             stack[size++] = value;
         }
     }

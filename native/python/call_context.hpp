@@ -8,7 +8,7 @@
 #include <stdexcept>
 
 #include "python/lookup.hpp"
-#include "python/strings.hpp"
+#include "python/shared.hpp"
 
 namespace tarnel::python {
 
@@ -20,12 +20,16 @@ struct Keyword {
     PyObject* value;
 };
 
+class CallContext;
+
+// A native body: runs with every parameter bound. Throws PythonError when a Python exception is set.
+using Body = Ref (*)(const CallContext& context);
+
 // Borrows everything it is made of; whoever makes it keeps that alive while the body runs.
 class CallContext {
   public:
-    CallContext(PyObject* globals, PyObject* builtins, const Strings& strings,
-                std::span<PyObject* const> arguments) noexcept
-        : globals_(globals), builtins_(builtins), strings_(strings), arguments_(arguments) {}
+    CallContext(PyObject* globals, PyObject* builtins, Shared& shared, std::span<PyObject* const> arguments) noexcept
+        : globals_(globals), builtins_(builtins), shared_(shared), arguments_(arguments) {}
 
     // The arguments, one per parameter in the order of the signature.
     template <std::size_t count>
@@ -36,13 +40,23 @@ class CallContext {
         return all;
     }
 
-    [[nodiscard]] PyObject* operator[](StringId text) const noexcept { return strings_[text]; }
+    [[nodiscard]] PyObject* operator[](StringId id) const noexcept { return shared_.strings[id]; }
 
-    [[nodiscard]] Ref global(StringId name) const { return look_up(globals_, builtins_, strings_[name]); }
+    [[nodiscard]] Ref global(StringId name) const { return look_up(globals_, builtins_, shared_.strings[name]); }
+
+    // Whether a global name stands for the function with that body which was made here, over the same namespace: then
+    // a fast path may do at once what a call would lead to. Neither it nor the next runs foreign code.
+    [[nodiscard]] bool is_own(StringId name, Body body) const;
+
+    // The value of a global name, borrowed; null if it takes more than a look into the namespace to find it.
+    [[nodiscard]] PyObject* global_if_plain(StringId name) const;
+
+    [[nodiscard]] StandardLibrary& standard_library() const noexcept { return shared_.standard_library; }
+    [[nodiscard]] PyObject* recognized(std::size_t index) const noexcept { return shared_.recognized[index]; }
 
     // `object.name`
     [[nodiscard]] Ref attribute(PyObject* object, StringId name) const {
-        return checked(PyObject_GetAttr(object, strings_[name]));
+        return checked(PyObject_GetAttr(object, shared_.strings[name]));
     }
 
     // `callable(*positional, **keywords)`
@@ -66,7 +80,7 @@ class CallContext {
   private:
     PyObject* globals_;
     PyObject* builtins_;
-    const Strings& strings_;
+    Shared& shared_;
     std::span<PyObject* const> arguments_;
 };
 

@@ -9,9 +9,6 @@
 
 namespace tarnel::python {
 
-// A native body: runs with every parameter bound. Throws PythonError when a Python exception is set.
-using Body = Ref (*)(const CallContext& context);
-
 // A parameter's default, evaluated once, when the function is made.
 struct Default {
     enum class Kind { absent, none, no, empty_tuple, literal, global };

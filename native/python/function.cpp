@@ -56,7 +56,7 @@ PyObject* call_function(PyObject* function, PyObject* const* arguments, size_t f
         const NestedFastCall nested;
         PyObject* builtins = reinterpret_cast<PyFunctionObject*>(function)->func_builtins;
         return native->body(
-            CallContext(PyFunction_GET_GLOBALS(function), builtins, *native->strings, binding.arguments()));
+            CallContext(PyFunction_GET_GLOBALS(function), builtins, *native->shared, binding.arguments()));
     });
     if (handled) return result;
     return interpreter_call.load(std::memory_order_relaxed)(function, arguments, flags, keywords);
@@ -114,9 +114,9 @@ void use_fast_call(PyObject* object) {
 
 }  // namespace
 
-void define(PyObject* globals, const Definition& definition, const std::shared_ptr<const Strings>& strings) {
+void define(PyObject* globals, const Definition& definition, const std::shared_ptr<Shared>& shared) {
     const Ref file = file_of_module(globals);
-    const Ref code = make_code(definition, file, strings);
+    const Ref code = make_code(definition, file, shared);
     const Ref name = checked(PyUnicode_InternFromString(definition.name));
     const Ref function = checked(PyFunction_NewWithQualName(code, globals, name));
     set_defaults(function, definition.parameters, globals);

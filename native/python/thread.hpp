@@ -24,4 +24,24 @@ inline void hang_unless_attached() noexcept {
     if (!is_attached()) hang();
 }
 
+// Lets other threads run Python code while it lives, in which time no object may be touched.
+class ReleasedGil {
+  public:
+    ReleasedGil() noexcept : state_(PyEval_SaveThread()) {}
+    ReleasedGil(const ReleasedGil&) = delete;
+    ReleasedGil(ReleasedGil&&) = delete;
+    ReleasedGil& operator=(const ReleasedGil&) = delete;
+    ReleasedGil& operator=(ReleasedGil&&) = delete;
+    ~ReleasedGil() {
+        try {
+            PyEval_RestoreThread(state_);
+        } catch (...) {  // the thread was ended while it waited
+            hang();
+        }
+    }
+
+  private:
+    PyThreadState* state_;
+};
+
 }  // namespace tarnel::python

@@ -1,6 +1,7 @@
 // Installing: one skill into one directory, and every skill into every planned directory.
 #include "python/handling.hpp"
 #include "skill/body.hpp"
+#include "skill/documents.hpp"
 #include "skill/result.hpp"
 #include "skill/stamps.hpp"
 
@@ -36,41 +37,55 @@ Wording wording(const CallContext& context, PyObject* existing) {
     return words;
 }
 
-// Creates the skill's directory and writes its document, in place.
-void write_document(const CallContext& context, PyObject* path, PyObject* skill_name) {
-    const Ref directory = context.attribute(path, name::parent);
+void make_directory(const CallContext& context, Target& target) {
+    if (const python::SystemPath* path = target.plain()) {
+        python::make_directories(path->parent());
+        return;
+    }
+    const Ref directory = context.attribute(target.object(), name::parent);
     static_cast<void>(
         context.call_method(directory, name::mkdir, {}, {{name::parents, Py_True}, {name::exist_ok, Py_True}}));
-    const Ref write_text = context.attribute(path, name::write_text);
+}
+
+// Creates the skill's directory and writes its document, in place.
+void write_document(const CallContext& context, Target& target, PyObject* skill_name) {
+    make_directory(context, target);
+    if (const python::SystemPath* path = target.plain();
+        path != nullptr && context.standard_library().text_files_hold()) {
+        if (const auto document = rendered_in_utf8(context, skill_name)) {
+            python::write_text(*path, *document);
+            return;
+        }
+    }
+    const Ref write_text = context.attribute(target.object(), name::write_text);
     const Ref text = context.call(name::render_skill_md, {}, {{name::skill_name, skill_name}});
     static_cast<void>(context.call(write_text, {text}, {{name::encoding, context[literal::utf_8]}}));
 }
 
 Ref install_skill(const CallContext& context) {
     const auto [scope, project_root, force, dry_run, skill_name, skills_dir, agents] = context.arguments<7>();
-    const Ref path = context.call(name::skill_target_path, {scope, project_root, skill_name, skills_dir});
-    const Ref is_there = context.call_method(path, name::exists);
-    const Ref existing = is_true(is_there) ? context.call(name::_installed_version, {path}) : none();
+    Target target(context, scope, project_root, skill_name, skills_dir);
+    const Ref existing = target.exists() ? installed_version(context, target) : none();
     if (is_true(existing) && !is_true(force) && is_current(context, existing)) {
-        const Record record(context, scope, path);
+        const Record record(context, scope, target);
         const Ref message = checked(PyUnicode_FromFormat("already up to date (v%S)", existing.get()));
         return record.finish(Outcome::unchanged, message, agents);
     }
     const auto [action, done] = wording(context, existing);
     if (is_true(dry_run)) {
-        const Record record(context, scope, path);
+        const Record record(context, scope, target);
         const Ref message = checked(PyUnicode_FromFormat("would %U (dry run)", action.get()));
         return record.finish(Outcome::unchanged, message, agents);
     }
     try {
-        write_document(context, path, skill_name);
+        write_document(context, target, skill_name);
     } catch (const PythonError&) {
         const python::Handling failure(PyExc_OSError);
-        const Record record(context, scope, path);
+        const Record record(context, scope, target);
         const Ref message = checked(PyUnicode_FromFormat("failed: %S", failure.error()));
         return record.finish(Outcome::failed, message, agents);
     }
-    const Record record(context, scope, path);
+    const Record record(context, scope, target);
     return record.finish(Outcome::written, done, agents);
 }
 

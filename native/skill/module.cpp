@@ -71,7 +71,7 @@ constexpr std::array<DocumentNames, core::document_count> document_names = {
      {"MAP_SKILL_DIR_NAME", "_MAP_SKILL_TEMPLATE"},
      {"WIKI_SKILL_DIR_NAME", "_WIKI_SKILL_TEMPLATE"}}};
 
-void bind_documents(const Namespace& module, PyObject* annotations) {
+void bind_documents(const Namespace& module, PyObject* annotations, std::vector<Ref>& recognized) {
     for (std::size_t i = 0; i < core::document_count; i++) {
         module.bind_text(document_names[i].skill_name, core::documents[i].name);
         module.bind_text(document_names[i].text, core::documents[i].text);
@@ -81,6 +81,7 @@ void bind_documents(const Namespace& module, PyObject* annotations) {
         const Ref key = module[skill_name];
         const Ref value = module[text];
         checked(PyDict_SetItem(templates, key, value));
+        recognized.push_back(Ref::borrow(value));
     }
     module.bind("SKILL_TEMPLATES", templates);
     const Ref annotation = checked(PyUnicode_InternFromString("dict[str, str]"));
@@ -88,9 +89,9 @@ void bind_documents(const Namespace& module, PyObject* annotations) {
 }
 
 void execute(const Namespace& module) {
-    const auto interned = std::make_shared<const python::Strings>(strings);
+    const auto shared = std::make_shared<python::Shared>(std::span<const char* const>(strings));
     const auto define = [&](const python::Definition& definition) {
-        python::define(module.dict(), definition, interned);
+        python::define(module.dict(), definition, shared);
     };
 
     // As when a Python module is executed; creating the data class would put it in the middle.
@@ -98,7 +99,7 @@ void execute(const Namespace& module) {
     const Ref annotations = checked(PyDict_New());
     module.bind("__annotations__", annotations);
     bind_imports(module.dict());
-    bind_documents(module, annotations);
+    bind_documents(module, annotations, shared->recognized);
     define(function::render_skill_md);
     define(function::skill_capable_agents);
     define(function::_agent_roots);
@@ -108,7 +109,9 @@ void execute(const Namespace& module) {
     define(function::resolve_skill_dirs);
     define(function::skill_dir_plan);
     define_skill_result(module.dict());
-    module.bind("_VERSION_RE", compile_version_pattern(module.dict()));
+    const Ref pattern = compile_version_pattern(module.dict());
+    module.bind("_VERSION_RE", pattern);
+    shared->recognized.push_back(recognized_version_pattern(pattern));
     define(function::_installed_version);
     define(function::_version_tuple);
     module.bind("DEFAULT_AGENTS", checked(Py_BuildValue("(s)", "claude")));

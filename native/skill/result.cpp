@@ -51,8 +51,8 @@ void define_skill_result(PyObject* globals) {
     set(globals, "SkillResult", decorated);
 }
 
-Record::Record(const CallContext& context, PyObject* scope, PyObject* path)
-    : context_(context), scope_(scope), class_(context.global(name::SkillResult)), path_(checked(PyObject_Str(path))) {}
+Record::Record(const CallContext& context, PyObject* scope, Target& target)
+    : context_(context), scope_(scope), class_(context.global(name::SkillResult)), path_(target.text()) {}
 
 Ref Record::finish(Outcome outcome, PyObject* message, PyObject* agents) const {
     PyObject* success = outcome == Outcome::failed ? Py_False : Py_True;

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "python/call_context.hpp"
+#include "skill/targets.hpp"
 
 namespace tarnel::skill {
 
@@ -14,7 +15,7 @@ enum class Outcome { failed, unchanged, written };
 // class and the path's text come before whatever the other fields take.
 class Record {
   public:
-    Record(const python::CallContext& context, PyObject* scope, PyObject* path);
+    Record(const python::CallContext& context, PyObject* scope, Target& target);
 
     // `message` is a str; `agents` any object.
     [[nodiscard]] python::Ref finish(Outcome outcome, PyObject* message, PyObject* agents) const;

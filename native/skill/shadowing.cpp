@@ -1,6 +1,7 @@
 // Shadowing: skills that some agent finds at user scope as well as at project scope.
 #include "skill/body.hpp"
 #include "skill/roots.hpp"
+#include "skill/targets.hpp"
 
 namespace tarnel::skill {
 
@@ -19,9 +20,8 @@ class ScopeCopies {
         const Ref nothing = checked(PyTuple_New(0));
         const Ref directories = context_.call_method(agent_roots_, name::get, {agent, nothing});
         for (const Ref& directory : Iteration(directories)) {
-            const Ref path = context_.call(name::skill_target_path, {scope_, project_root_, skill_name, directory});
-            const Ref is_there = context_.call_method(path, name::exists);
-            if (is_true(is_there)) return true;
+            Target target(context_, scope_, project_root_, skill_name, directory);
+            if (target.exists()) return true;
         }
         return false;
     }

@@ -2,11 +2,18 @@
 #pragma once
 
 #include "python/call_context.hpp"
+#include "skill/targets.hpp"
 
 namespace tarnel::skill {
 
 // `re.compile(PATTERN, re.MULTILINE)`, in the namespace `globals`: the pattern of a version stamp.
 [[nodiscard]] python::Ref compile_version_pattern(PyObject* globals);
+
+// The pattern that was compiled, if it is the interpreter's own and finds what `core::find_stamp` does; else None.
+[[nodiscard]] python::Ref recognized_version_pattern(PyObject* pattern);
+
+// `_installed_version(path)` for a target's path.
+[[nodiscard]] python::Ref installed_version(const python::CallContext& context, Target& target);
 
 // `_version_tuple(version) OPERATOR _version_tuple(__version__)`, not yet tested for truth; `operation` is Py_GE, Py_LT
 // and so on.

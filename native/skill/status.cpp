@@ -55,11 +55,11 @@ class ScopeStatus {
 
   private:
     void append_skill(PyObject* results, PyObject* project_root, PyObject* directory, PyObject* skill_name) const {
-        const Ref path = context_.call(name::skill_target_path, {scope_, project_root, skill_name, directory});
-        const Ref version = context_.call(name::_installed_version, {path});
+        Target target(context_, scope_, project_root, skill_name, directory);
+        const Ref version = installed_version(context_, target);
         if (is_none(version) && !contains(targets_, directory)) return;
         const Ref note = note_on(context_, version);
-        const Record record(context_, scope_, path);
+        const Record record(context_, scope_, target);
         const Ref readers = context_.call(name::_reading_agents, {directory, agent_roots_});
         const Ref result = record.finish(Outcome::unchanged, note, readers);
         checked(PyList_Append(results, result));
