@@ -36,6 +36,7 @@ help:
 	@echo "make packages   build and check the source distribution and the wheels; one: sdist, wheel, linux-wheel, mac-wheel"
 	@echo "make clients    have tools and libraries of others use the wheel"
 	@echo "make bench      time the extension against plain Python, Cython, mypyc and the least that could be done"
+	@echo "make bench-counts  count its system calls and instructions, and hold them to the recorded ceilings"
 	@echo "make embedding  build the extension by itself and test a host that vendors it"
 	@echo "make clean      remove all that make has made"
 
@@ -165,9 +166,13 @@ clients: wheel $(CLIENTS)/.environment
 BENCH    := .build/bench
 BENCH_PY := PYTHONPATH=src $(BENCH)/bin/python
 PEERS    := .build/peers
-.PHONY: bench bench-build
+.PHONY: bench bench-counts bench-build
 bench: bench-build
 	@$(BENCH_PY) bench/compare.py $(PEERS) $(ARGS)
+bench-counts: bench-build $(PEERS)/probe.so
+	@$(BENCH_PY) bench/count_calls.py $(PEERS) $(ARGS)
+$(PEERS)/probe.so: bench/probe.c $(PEERS)/.built
+	@$(CC) -O2 -fPIC -shared $< -o $@
 bench-build: $(PEERS)/.built $(INSTALLED)
 	@mkdir -p $(PEERS)/extension && cp $(BUILD)/skill.*.so $(PEERS)/extension/
 $(PEERS)/.built: $(BENCH)/.environment bench/peers.py bench/plain_skill.py bench/floor.c $(wildcard skills/*/SKILL.md)

@@ -26,16 +26,20 @@ def files_in(folder: Path) -> dict[Path, bytes | None]:
 
 def check_answers(workload: Workload, modules: dict[str, ModuleVariant], floor: Floor) -> None:
     """Stop unless all variants give the same answer and leave the same files."""
-    expected = modules["python"].answer(workload), files_in(workload.project)
+    expected = modules["python"].answer(workload)
+    files = files_in(workload.project)
+
+    def check(name: str, answer: object, wanted: object) -> None:
+        if repr(answer) != repr(wanted):  # their SkillResults are of different classes
+            raise SystemExit(f"bench: {workload.name}: {name} gives {answer}, not {wanted}")
+        if files_in(workload.project) != files:
+            raise SystemExit(f"bench: {workload.name}: {name} leaves other files in {workload.project}")
+
     for name, module in modules.items():
-        answer = module.answer(workload), files_in(workload.project)
-        if repr(answer) != repr(expected):
-            raise SystemExit(f"bench: {workload.name}: {name} gives {answer}, not {expected}")
+        check(name, module.answer(workload), expected)
     if workload.has_floor:
-        least = list(expected[0]) if workload.plans else floor.expected_results(workload)
-        answer = floor.answer(workload), files_in(workload.project)
-        if answer != (least, expected[1]):
-            raise SystemExit(f"bench: {workload.name}: the floor gives {answer}, not {(least, expected[1])}")
+        least = list(expected) if workload.plans else floor.expected_results(workload)
+        check("the floor", floor.answer(workload), least)
 
 
 def measure(workloads: list[Workload], modules: dict[str, ModuleVariant], floor: Floor, rounds: int) -> list[Times]:

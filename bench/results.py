@@ -30,10 +30,13 @@ def row_of(workload: Workload, times: Times) -> tuple[str, ...]:
 
 
 def table_of(workloads: list[Workload], times: list[Times]) -> str:
-    """The table as Markdown, aligned for reading as it is."""
-    rows = [HEAD, *map(row_of, workloads, times)]
-    widths = [max(map(len, column)) for column in zip(*rows, strict=True)]
-    widths[-1] = max(widths[-1], 3)
+    """The table of all rows."""
+    return markdown([HEAD, *map(row_of, workloads, times)])
+
+
+def markdown(rows: list[tuple[str, ...]]) -> str:
+    """A Markdown table, aligned to be read as it is; the first row is its head."""
+    widths = [max(3, *map(len, column)) for column in zip(*rows, strict=True)]
     lines = ["| " + " | ".join((row[0].ljust(widths[0]), *map(str.rjust, row[1:], widths[1:]))) + " |" for row in rows]
     rule = "|" + "|".join(["-" * (widths[0] + 2), *("-" * (width + 1) + ":" for width in widths[1:])]) + "|"
     return "\n".join([lines[0], rule, *lines[1:]]) + "\n"

@@ -16,7 +16,8 @@ from rows import IMPORT
 from workloads import Operation, Workload
 
 NAME = "muvad_tarnel.setup.skill"
-IMPORTED_BEFORE = "__future__, collections.abc, dataclasses, itertools, pathlib, re, muvad_tarnel.setup.config"
+# What the module imports, to be there before it: its own share is measured.
+IMPORTS = ("__future__", "collections.abc", "dataclasses", "itertools", "pathlib", "re", "muvad_tarnel.setup.config")
 
 
 def load(folder: Path) -> ModuleType:
@@ -30,7 +31,7 @@ def load(folder: Path) -> ModuleType:
 
 def import_time(folder: Path) -> float:
     """Nanoseconds for the import of the module in `folder` by a new process, without that of other modules."""
-    program = f"import {IMPORTED_BEFORE}; muvad_tarnel.setup.__path__.insert(0, {str(folder)!r}); import {NAME}"
+    program = f"import {', '.join(IMPORTS)}; muvad_tarnel.setup.__path__.insert(0, {str(folder)!r}); import {NAME}"
     command = (sys.executable, "-S", "-X", "importtime", "-c", program)
     printed = subprocess.run(command, capture_output=True, text=True, check=True).stderr
     own = [line.split("|") for line in printed.splitlines() if line.split("|")[-1].strip().startswith(NAME)]

@@ -43,6 +43,7 @@ class Workload:
     files: Callable[["Workload", Path], list[Operation]] | None = None  # of a call for a project
     plans: bool = False
     fresh: bool = False
+    counted: int = 2  # calls by which instructions are counted
     folder: Path = Path()
 
     @property
