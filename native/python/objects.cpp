@@ -53,6 +53,13 @@ std::optional<std::string_view> utf8_of(PyObject* text) {
     return {};
 }
 
+bool is_list_of_texts(PyObject* object) {
+    if (!PyList_CheckExact(object)) return false;
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(object); i++)
+        if (!PyUnicode_CheckExact(PyList_GET_ITEM(object, i))) return false;
+    return true;
+}
+
 Ref sorted(PyObject* iterable) {
     Ref list = checked(PySequence_List(iterable));
     checked(PyList_Sort(list));

@@ -50,6 +50,14 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
     return PyUnicode_CheckExact(object) && PyUnicode_GET_LENGTH(object) == 0;
 }
 
+// Whether the object is a plain list of plain strings.
+[[nodiscard]] bool is_list_of_texts(PyObject* object);
+
+// `left == text` in a test, for a text that is a plain str.
+[[nodiscard]] inline bool equals(PyObject* left, PyObject* text) {
+    return PyUnicode_CheckExact(left) ? is_same_text(left, text) : compare(left, text, Py_EQ);
+}
+
 // `sorted(iterable)`
 [[nodiscard]] Ref sorted(PyObject* iterable);
 

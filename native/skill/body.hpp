@@ -11,6 +11,7 @@ using python::CallContext;
 using python::checked;
 using python::compare;
 using python::contains;
+using python::equals;
 using python::is_none;
 using python::is_true;
 using python::Iteration;

@@ -1,7 +1,9 @@
 // The choice of directories: every agent finds each skill, through one directory if it can be.
 #include "skill/planning.hpp"
 
+#include "python/thread.hpp"
 #include "skill/body.hpp"
+#include "skill/planning_table.hpp"
 #include "skill/roots.hpp"
 
 namespace tarnel::skill {
@@ -111,10 +113,35 @@ Ref best_choice(const CallContext& context, PyObject* candidates, PyObject* agen
     return sorted(best_selection);
 }
 
+// Lets other threads run, and signal handlers, which may end the search.
+void interrupt_search() {
+    { const python::ReleasedGil released; }
+    checked(PyErr_CheckSignals());
+}
+
+// The fast path of the choice; null when it is not to be taken. Numbers in place of directories, and a search that
+// leaves out what can't win.
+Ref choose_natively(const CallContext& context, PyObject* agent_roots) {
+    PyObject* limit = context.global_if_plain(name::exhaustive_search_limit);
+    if (limit == nullptr || !PyLong_CheckExact(limit)) return {};
+    const auto table = PlanningTable::of(agent_roots);
+    if (!table) return {};
+    const Ref count = checked(PyLong_FromSize_t(table->candidates()));
+    if (compare(count, limit, Py_GT))
+        return table->list_of(core::quick_selection(table->agents(), table->candidates()));
+    PyObject* itertools = context.global_if_plain(name::itertools);
+    if (table->candidates() > core::max_candidates || itertools == nullptr ||
+        !context.is_own(name::_score, skill::_score) ||
+        !context.standard_library().has_original_combinations(itertools))
+        return {};
+    return table->list_of(core::best_selection(table->agents(), table->candidates(), interrupt_search));
+}
+
 Ref resolve_skill_dirs(const CallContext& context) {
     const auto [agent_keys, scope] = context.arguments<2>();
     const Ref agent_roots = context.call(name::_agent_roots, {agent_keys, scope});
     if (!is_true(agent_roots)) return checked(PyList_New(0));
+    if (Ref chosen = choose_natively(context, agent_roots); chosen.get() != nullptr) return chosen;
     const Ref candidates = distinct_directories(context, agent_roots);
     const Ref count = checked(PyLong_FromSsize_t(PyList_GET_SIZE(candidates.get())));
     const Ref limit = context.global(name::exhaustive_search_limit);
@@ -150,11 +177,33 @@ constinit const python::Definition function::resolve_skill_dirs = {
 
 namespace {
 
+// The fast path of `{directory: [readers] for directory in chosen}`, in one pass over the agents; false when it is not
+// to be taken.
+bool add_readers_natively(PyObject* plan, PyObject* chosen, PyObject* agent_roots) {
+    if (!python::is_list_of_texts(chosen) || !is_plain(agent_roots)) return false;
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(chosen); i++) {
+        const Ref readers = checked(PyList_New(0));
+        checked(PyDict_SetItem(plan, PyList_GET_ITEM(chosen, i), readers));
+    }
+    PyObject* key = nullptr;
+    PyObject* directories = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;)
+        for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(directories); i++) {
+            PyObject* readers = PyDict_GetItemWithError(plan, PyTuple_GET_ITEM(directories, i));
+            if (readers == nullptr) continue;
+            const Py_ssize_t count = PyList_GET_SIZE(readers);
+            const bool is_repeated = count > 0 && PyList_GET_ITEM(readers, count - 1) == key;
+            if (!is_repeated) checked(PyList_Append(readers, key));
+        }
+    return true;
+}
+
 Ref skill_dir_plan(const CallContext& context) {
     const auto [agent_keys, scope] = context.arguments<2>();
     const Ref agent_roots = context.call(name::_agent_roots, {agent_keys, scope});
     Ref plan = checked(PyDict_New());
     const Ref chosen = context.call(name::resolve_skill_dirs, {agent_keys, scope});
+    if (add_readers_natively(plan, chosen, agent_roots)) return plan;
     for (const Ref& directory : Iteration(chosen)) {
         const Ref readers = readers_of(context, directory, agent_roots);
         checked(PyDict_SetItem(plan, directory, readers));

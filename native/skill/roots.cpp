@@ -5,6 +5,34 @@
 
 namespace tarnel::skill {
 
+namespace {
+
+bool has_only_texts(PyObject* tuple) {
+    if (!PyTuple_CheckExact(tuple)) return false;
+    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(tuple); i++)
+        if (!PyUnicode_CheckExact(PyTuple_GET_ITEM(tuple, i))) return false;
+    return true;
+}
+
+// `AGENT_CONFIG.get(key)`
+Ref record_of(const CallContext& context, PyObject* key) {
+    const Ref table = context.global(name::AGENT_CONFIG);
+    if (!PyDict_CheckExact(table.get())) return context.call_method(table, name::get, {key});
+    Ref record = python::item_if_any(table, key);
+    return record.get() == nullptr ? none() : std::move(record);
+}
+
+}  // namespace
+
+bool is_plain(PyObject* agent_roots) {
+    if (!PyDict_CheckExact(agent_roots)) return false;
+    PyObject* key = nullptr;
+    PyObject* directories = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;)
+        if (!has_only_texts(directories)) return false;
+    return true;
+}
+
 Ref distinct_keys(const CallContext& context, PyObject* agent_keys) {
     auto* dict_type = reinterpret_cast<PyObject*>(&PyDict_Type);
     return context.call_method(dict_type, name::fromkeys, {agent_keys});
@@ -59,10 +87,9 @@ Ref _agent_roots(const CallContext& context) {
     Ref roots = checked(PyDict_New());
     const Ref keys = distinct_keys(context, agent_keys);
     for (const Ref& key : Iteration(keys)) {
-        const Ref table = context.global(name::AGENT_CONFIG);
-        const Ref record = context.call_method(table, name::get, {key});
+        const Ref record = record_of(context, key);
         if (is_none(record)) continue;
-        const bool at_user_scope = compare(scope, context[literal::user], Py_EQ);
+        const bool at_user_scope = equals(scope, context[literal::user]);
         const Ref directories =
             context.attribute(record, at_user_scope ? name::skills_user_roots : name::skills_project_roots);
         if (is_true(directories)) checked(PyDict_SetItem(roots, key, directories));
