@@ -38,8 +38,6 @@ bool contains_text(PyObject* text, std::string_view part) {
 // A Python function of a module, with code that was compiled for it there.
 bool is_function_of(PyObject* object, const char* module_name, const char* qualified_name) {
     if (!PyFunction_Check(object)) return false;
-    const Ref name_of_globals = item_if_any(PyFunction_GET_GLOBALS(object), "__name__");
-    if (!is_text(name_of_globals, module_name)) return false;
     const Ref module = imported_module(module_name);
     if (module.get() == nullptr || PyModule_GetDict(module) != PyFunction_GET_GLOBALS(object)) return false;
     const auto* code = reinterpret_cast<PyCodeObject*>(PyFunction_GET_CODE(object));
@@ -139,8 +137,11 @@ bool is_original_function(PyObject* function, PyObject* owner, const Attribute& 
     if (module.get() == nullptr || !PyUnicode_CheckExact(module.get())) return false;
     const Ref qualified_name =
         checked(PyUnicode_FromFormat("%s.%s", reinterpret_cast<PyTypeObject*>(owner)->tp_name, attribute.name));
-    return is_function_of(function, PyUnicode_AsUTF8(module), PyUnicode_AsUTF8(qualified_name)) &&
-           has_defaults(function, attribute.defaults);
+    const bool is_abstract = is_text(module, "collections.abc");  // which another module defines
+    const char* module_name = is_abstract ? "_collections_abc" : PyUnicode_AsUTF8(module);
+    const char* name = PyUnicode_AsUTF8(qualified_name);
+    if (module_name == nullptr || name == nullptr) throw PythonError{};
+    return is_function_of(function, module_name, name) && has_defaults(function, attribute.defaults);
 }
 
 bool is_original(const Found& found, const Attribute& attribute) {
@@ -155,8 +156,8 @@ bool is_original(const Found& found, const Attribute& attribute) {
             return PyCFunction_CheckExact(value);
         case Member::module:
             return PyModule_CheckExact(value);
-        case Member::of_object:
-            return found.owner.get() == reinterpret_cast<PyObject*>(&PyBaseObject_Type);
+        case Member::inherited:
+            return PyType_HasFeature(reinterpret_cast<PyTypeObject*>(found.owner.get()), Py_TPFLAGS_IMMUTABLETYPE) != 0;
         case Member::any:
             return true;
         default: {
