@@ -36,48 +36,80 @@ struct Score {
 class Search {
   public:
     Search(std::span<const Directories> agents, std::size_t candidates, const std::function<void()>& checkpoint)
-        : readers_(candidates),
-          sightings_(agents.size()),
-          ranks_(agents.size()),
-          costs_(candidates),
-          excluded_(candidates),
-          checkpoint_(checkpoint) {
+        : candidates_(candidates), checkpoint_(checkpoint) {
+        agents_.reserve(agents.size());
         for (const Directories& directories : agents) add(directories);
+        find_readers();
     }
 
     void run() { visit(); }
     [[nodiscard]] const std::vector<Candidate>& best() const { return best_selection_; }
 
   private:
-    // Agents with the same directories are one agent with a weight.
+    struct AgentState {
+        const Directories* directories;
+        std::size_t weight = 1;     // agents with the same directories are one
+        std::size_t sightings = 0;  // of a skill, through the selection
+        std::size_t rank = 0;       // if there are any: the first position of a directory that is selected
+    };
+    struct CandidateState {
+        std::size_t first_reading = 0;  // in `readings_`
+        std::size_t end_of_readings = 0;
+        std::size_t cost = 0;  // double sightings that it would add, at the node that is visited
+        bool is_excluded = false;
+    };
+
     void add(const Directories& directories) {
-        const auto known = std::ranges::find_if(agents_, [&](const auto* other) { return *other == directories; });
-        if (known != agents_.end()) {
-            weights_[static_cast<std::size_t>(known - agents_.begin())]++;
-            return;
+        const auto known = std::ranges::find_if(
+            agents_, [&](const AgentState& other) { return *other.directories == directories; });
+        if (known == agents_.end())
+            agents_.push_back({.directories = &directories});
+        else
+            known->weight++;
+        unserved_ = agents_.size();
+    }
+
+    // Sorts what the agents read by candidate.
+    void find_readers() {
+        for (const AgentState& agent : agents_)
+            for (const Candidate directory : *agent.directories) candidates_[directory].end_of_readings++;
+        std::size_t end = 0;
+        for (CandidateState& candidate : candidates_) {
+            candidate.first_reading = end;
+            end += std::exchange(candidate.end_of_readings, end);
         }
-        const std::size_t agent = agents_.size();
-        agents_.push_back(&directories);
-        weights_.push_back(1);
-        unserved_++;
-        for (std::size_t position = 0; position < directories.size(); position++) {
-            auto& readings = readers_[directories[position]];
-            if (!readings.empty() && readings.back().agent == agent)
-                readings.back().times++;
-            else
-                readings.push_back({agent, 1, position});
+        readings_.resize(end);
+        for (std::size_t agent = 0; agent < agents_.size(); agent++) {
+            const Directories& directories = *agents_[agent].directories;
+            for (std::size_t position = 0; position < directories.size(); position++) {
+                CandidateState& candidate = candidates_[directories[position]];
+                const bool is_first = candidate.end_of_readings == candidate.first_reading;
+                if (!is_first && readings_[candidate.end_of_readings - 1].agent == agent)
+                    readings_[candidate.end_of_readings - 1].times++;
+                else
+                    readings_[candidate.end_of_readings++] = {agent, 1, position};
+            }
         }
+    }
+
+    [[nodiscard]] std::span<const Reading> readers(Candidate directory) const {
+        const CandidateState& candidate = candidates_[directory];
+        return std::span(readings_).subspan(candidate.first_reading,
+                                            candidate.end_of_readings - candidate.first_reading);
     }
 
     [[nodiscard]] std::size_t cost(Candidate directory) const {
         std::size_t added = 0;
-        for (const auto& [agent, times, position] : readers_[directory])
-            added += weights_[agent] * (sightings_[agent] == 0 ? times - 1 : times);
+        for (const auto& [reader, times, position] : readers(directory)) {
+            const AgentState& agent = agents_[reader];
+            added += agent.weight * (agent.sightings == 0 ? times - 1 : times);
+        }
         return added;
     }
 
     [[nodiscard]] bool can_win(Candidate directory) const {
-        return !excluded_[directory] && score_.duplicates + costs_[directory] <= bound_.duplicates;
+        const CandidateState& candidate = candidates_[directory];
+        return !candidate.is_excluded && score_.duplicates + candidate.cost <= bound_.duplicates;
     }
 
     // Whether whatever is added leads to a worse score than the best. Once no double sighting may be added, what is
@@ -94,17 +126,17 @@ class Search {
             keep_if_best();
             return;
         }
-        for (std::size_t i = 0; i < costs_.size(); i++) costs_[i] = cost(static_cast<Candidate>(i));
+        for (std::size_t i = 0; i < candidates_.size(); i++) candidates_[i].cost = cost(static_cast<Candidate>(i));
         const Directories* fewest = nullptr;
         std::ptrdiff_t fewest_options = std::numeric_limits<std::ptrdiff_t>::max();
         std::size_t least_native_rank = 0;
-        for (std::size_t agent = 0; agent < agents_.size(); agent++) {
-            if (sightings_[agent] > 0) continue;
-            const Directories& directories = *agents_[agent];
+        for (const AgentState& agent : agents_) {
+            if (agent.sightings > 0) continue;
+            const Directories& directories = *agent.directories;
             const auto viable = [this](Candidate directory) { return can_win(directory); };
             const auto first = std::ranges::find_if(directories, viable);
             if (first == directories.end()) return;
-            least_native_rank += weights_[agent] * static_cast<std::size_t>(first - directories.begin());
+            least_native_rank += agent.weight * static_cast<std::size_t>(first - directories.begin());
             const std::ptrdiff_t options = std::count_if(first, directories.end(), viable);
             if (options < fewest_options) fewest = &directories;
             fewest_options = std::min(options, fewest_options);
@@ -114,46 +146,52 @@ class Search {
 
     // Tries the directories, the cheapest first, and then the most native.
     void branch(const Directories& directories) {
-        std::vector<Candidate> options;
-        for (const Candidate directory : directories)
-            if (can_win(directory) && std::ranges::find(options, directory) == options.end())
-                options.push_back(directory);
-        std::ranges::stable_sort(options, {}, [this](Candidate directory) { return costs_[directory]; });
-        for (const Candidate directory : options) {
+        std::vector<std::pair<std::size_t, std::size_t>> options;  // cost, and position
+        for (std::size_t position = 0; position < directories.size(); position++)
+            if (can_win(directories[position]))
+                options.emplace_back(candidates_[directories[position]].cost, position);
+        std::ranges::sort(options);
+        for (const auto& [cost, position] : options) {
+            const Candidate directory = directories[position];
+            if (candidates_[directory].is_excluded) continue;  // a repeated one
             choose(directory);
             visit();
             undo(directory);
-            excluded_[directory] = true;
+            candidates_[directory].is_excluded = true;
         }
-        for (const Candidate directory : options) excluded_[directory] = false;
+        for (const auto& [cost, position] : options) candidates_[directories[position]].is_excluded = false;
     }
 
     void choose(Candidate directory) {
         score_.duplicates += cost(directory);
         score_.size++;
         selection_.push_back(directory);
-        for (const auto& [agent, times, position] : readers_[directory]) {
-            saved_ranks_.push_back(ranks_[agent]);
-            const bool is_new = sightings_[agent] == 0;
-            if (is_new) unserved_--;
-            const std::size_t rank = is_new ? position : std::min(ranks_[agent], position);
-            score_.native_rank += weights_[agent] * rank;
-            if (!is_new) score_.native_rank -= weights_[agent] * ranks_[agent];
-            ranks_[agent] = rank;
-            sightings_[agent] += times;
+        for (const auto& [reader, times, position] : readers(directory)) {
+            AgentState& agent = agents_[reader];
+            saved_ranks_.push_back(agent.rank);
+            if (agent.sightings == 0) {
+                unserved_--;
+                agent.rank = position;
+                score_.native_rank += agent.weight * position;
+            } else if (position < agent.rank) {
+                score_.native_rank -= agent.weight * (agent.rank - position);
+                agent.rank = position;
+            }
+            agent.sightings += times;
         }
     }
 
     void undo(Candidate directory) {
-        for (const auto& [agent, times, position] : std::views::reverse(readers_[directory])) {
-            sightings_[agent] -= times;
-            score_.native_rank -= weights_[agent] * ranks_[agent];
-            ranks_[agent] = saved_ranks_.back();
+        for (const auto& [reader, times, position] : std::views::reverse(readers(directory))) {
+            AgentState& agent = agents_[reader];
+            score_.native_rank -= agent.weight * agent.rank;
+            agent.sightings -= times;
+            agent.rank = saved_ranks_.back();
             saved_ranks_.pop_back();
-            if (sightings_[agent] == 0)
+            if (agent.sightings == 0)
                 unserved_++;
             else
-                score_.native_rank += weights_[agent] * ranks_[agent];
+                score_.native_rank += agent.weight * agent.rank;
         }
         selection_.pop_back();
         score_.size--;
@@ -170,16 +208,12 @@ class Search {
 
     static constexpr std::size_t worst = std::numeric_limits<std::size_t>::max();
 
-    std::vector<const Directories*> agents_;  // distinct
-    std::vector<std::size_t> weights_;
-    std::vector<std::vector<Reading>> readers_;  // of each candidate
+    std::vector<AgentState> agents_;
+    std::vector<CandidateState> candidates_;
+    std::vector<Reading> readings_;  // by candidate
 
     std::vector<Candidate> selection_;
-    std::vector<std::size_t> sightings_;  // of each agent
-    std::vector<std::size_t> ranks_;      // of each agent that finds a skill: the first position selected
     std::vector<std::size_t> saved_ranks_;
-    std::vector<std::size_t> costs_;  // of each candidate, at the node that is visited
-    std::vector<char> excluded_;
     std::size_t unserved_ = 0;
     Score score_;
 
@@ -233,6 +267,13 @@ std::vector<Group> groups_of(std::span<const Directories> agents, std::size_t ca
 
 std::vector<Candidate> best_selection(std::span<const Directories> agents, std::size_t candidates,
                                       const std::function<void()>& checkpoint) {
+    // Few candidates are searched sooner than they are put into groups.
+    constexpr std::size_t few_candidates = 8;
+    if (candidates <= few_candidates) {
+        Search search(agents, candidates, checkpoint);
+        search.run();
+        return search.best();
+    }
     std::vector<Candidate> selection;
     for (const Group& group : groups_of(agents, candidates)) {
         if (group.agents.empty()) continue;

@@ -24,6 +24,13 @@ Ref next_to_unpack(PyObject* iterator, int already) {
     throw PythonError{};
 }
 
+// For a list or a tuple.
+bool has_only_texts(PyObject* sequence) {
+    for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(sequence); i++)
+        if (!PyUnicode_CheckExact(PySequence_Fast_GET_ITEM(sequence, i))) return false;
+    return true;
+}
+
 }  // namespace
 
 Ref item_if_any(PyObject* dict, PyObject* key) {
@@ -53,12 +60,9 @@ std::optional<std::string_view> utf8_of(PyObject* text) {
     return {};
 }
 
-bool is_list_of_texts(PyObject* object) {
-    if (!PyList_CheckExact(object)) return false;
-    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(object); i++)
-        if (!PyUnicode_CheckExact(PyList_GET_ITEM(object, i))) return false;
-    return true;
-}
+bool is_list_of_texts(PyObject* object) { return PyList_CheckExact(object) && has_only_texts(object); }
+
+bool is_tuple_of_texts(PyObject* object) { return PyTuple_CheckExact(object) && has_only_texts(object); }
 
 Ref sorted(PyObject* iterable) {
     Ref list = checked(PySequence_List(iterable));

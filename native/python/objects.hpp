@@ -50,8 +50,9 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
     return PyUnicode_CheckExact(object) && PyUnicode_GET_LENGTH(object) == 0;
 }
 
-// Whether the object is a plain list of plain strings.
+// Whether the object is a plain list, or a plain tuple, of plain strings.
 [[nodiscard]] bool is_list_of_texts(PyObject* object);
+[[nodiscard]] bool is_tuple_of_texts(PyObject* object);
 
 // `left == text` in a test, for a text that is a plain str.
 [[nodiscard]] inline bool equals(PyObject* left, PyObject* text) {

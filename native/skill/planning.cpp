@@ -180,7 +180,7 @@ namespace {
 // The fast path of `{directory: [readers] for directory in chosen}`, in one pass over the agents; false when it is not
 // to be taken.
 bool add_readers_natively(PyObject* plan, PyObject* chosen, PyObject* agent_roots) {
-    if (!python::is_list_of_texts(chosen) || !is_plain(agent_roots)) return false;
+    if (!is_list_of_texts(chosen) || !is_plain(agent_roots)) return false;
     for (Py_ssize_t i = 0; i < PyList_GET_SIZE(chosen); i++) {
         const Ref readers = checked(PyList_New(0));
         checked(PyDict_SetItem(plan, PyList_GET_ITEM(chosen, i), readers));

@@ -7,11 +7,12 @@ namespace tarnel::skill {
 
 namespace {
 
-bool has_only_texts(PyObject* tuple) {
-    if (!PyTuple_CheckExact(tuple)) return false;
-    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(tuple); i++)
-        if (!PyUnicode_CheckExact(PyTuple_GET_ITEM(tuple, i))) return false;
-    return true;
+// `dict.fromkeys(texts)`, for a list or tuple of plain strings
+Ref distinct_texts(PyObject* texts) {
+    Ref distinct = checked(PyDict_New());
+    for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(texts); i++)
+        checked(PyDict_SetItem(distinct, PySequence_Fast_GET_ITEM(texts, i), Py_None));
+    return distinct;
 }
 
 // `AGENT_CONFIG.get(key)`
@@ -29,11 +30,12 @@ bool is_plain(PyObject* agent_roots) {
     PyObject* key = nullptr;
     PyObject* directories = nullptr;
     for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;)
-        if (!has_only_texts(directories)) return false;
+        if (!is_tuple_of_texts(directories)) return false;
     return true;
 }
 
 Ref distinct_keys(const CallContext& context, PyObject* agent_keys) {
+    if (is_list_of_texts(agent_keys) || is_tuple_of_texts(agent_keys)) return distinct_texts(agent_keys);
     auto* dict_type = reinterpret_cast<PyObject*>(&PyDict_Type);
     return context.call_method(dict_type, name::fromkeys, {agent_keys});
 }
