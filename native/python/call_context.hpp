@@ -70,6 +70,18 @@ class CallContext {
         return call(callable, positional, keywords);
     }
 
+    // `name(*positional)`, for a global name that stands for the module's own function with that body, which then runs
+    // at once. To be given one argument for each of its parameters.
+    [[nodiscard]] Ref call(StringId name, Body own, std::initializer_list<PyObject*> positional) const {
+        if (is_own(name, own)) return run(own, positional);
+        return call(name, positional);
+    }
+
+    // The call of an own function's body.
+    [[nodiscard]] Ref run(Body own, std::initializer_list<PyObject*> arguments) const {
+        return own(CallContext(globals_, builtins_, shared_, {arguments.begin(), arguments.size()}));
+    }
+
     // `object.name(*positional, **keywords)`, likewise
     [[nodiscard]] Ref call_method(PyObject* object, StringId name, std::initializer_list<PyObject*> positional = {},
                                   std::initializer_list<Keyword> keywords = {}) const {

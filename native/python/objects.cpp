@@ -1,5 +1,10 @@
 #include "python/objects.hpp"
 
+#include <algorithm>
+#include <array>
+#include <span>
+#include <stdexcept>
+
 namespace tarnel::python {
 
 namespace {
@@ -63,6 +68,26 @@ std::optional<std::string_view> utf8_of(PyObject* text) {
 bool is_list_of_texts(PyObject* object) { return PyList_CheckExact(object) && has_only_texts(object); }
 
 bool is_tuple_of_texts(PyObject* object) { return PyTuple_CheckExact(object) && has_only_texts(object); }
+
+Ref joined(std::initializer_list<Piece> pieces) {
+    constexpr std::size_t most_pieces = 4;
+    if (pieces.size() > most_pieces) throw std::length_error("a text of too many pieces");
+    std::array<Ref, most_pieces> texts;
+    Py_ssize_t length = 0;
+    Py_UCS4 largest = 0;
+    std::size_t index = 0;
+    for (const auto& [literal, object] : pieces) {
+        Ref& text = texts[index++];
+        text = checked(object != nullptr ? PyObject_Str(object) : PyUnicode_FromString(literal));
+        length += PyUnicode_GET_LENGTH(text.get());
+        largest = std::max(largest, PyUnicode_MAX_CHAR_VALUE(text.get()));
+    }
+    Ref whole = checked(PyUnicode_New(length, largest));
+    Py_ssize_t end = 0;
+    for (const Ref& text : std::span(texts).first(index))
+        end += checked(PyUnicode_CopyCharacters(whole, end, text, 0, PyUnicode_GET_LENGTH(text.get())));
+    return whole;
+}
 
 Ref sorted(PyObject* iterable) {
     Ref list = checked(PySequence_List(iterable));

@@ -1,6 +1,7 @@
 // What expressions and loops of a Python body do with objects, with the interpreter's own results and errors.
 #pragma once
 
+#include <initializer_list>
 #include <optional>
 #include <string_view>
 #include <utility>
@@ -58,6 +59,19 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
 [[nodiscard]] inline bool equals(PyObject* left, PyObject* text) {
     return PyUnicode_CheckExact(left) ? is_same_text(left, text) : compare(left, text, Py_EQ);
 }
+
+// A part of a text: ASCII characters, or an object that is asked for its `str()`.
+struct Piece {
+    // NOLINTBEGIN(misc-explicit-constructor): so that pieces are simply listed
+    Piece(const char* ascii) noexcept : literal(ascii) {}
+    Piece(PyObject* its_object) noexcept : object(its_object) {}
+    // NOLINTEND(misc-explicit-constructor)
+    const char* literal = nullptr;
+    PyObject* object = nullptr;
+};
+
+// The pieces, one after the other, in a new str.
+[[nodiscard]] Ref joined(std::initializer_list<Piece> pieces);
 
 // `sorted(iterable)`
 [[nodiscard]] Ref sorted(PyObject* iterable);

@@ -17,6 +17,7 @@ using python::is_none;
 using python::is_true;
 using python::is_tuple_of_texts;
 using python::Iteration;
+using python::joined;
 using python::none;
 using python::PythonError;
 using python::Ref;

@@ -25,14 +25,14 @@ Wording wording(const CallContext& context, PyObject* existing) {
     if (is_true(existing)) {
         const Ref found = checked(PyObject_Str(existing));
         const Ref target = context.global(name::package_version);
-        words.action = checked(PyUnicode_FromFormat("update v%U -> v%S", found.get(), target.get()));
+        words.action = joined({"update v", found.get(), " -> v", target.get()});
         const Ref reached = context.global(name::package_version);
-        words.done = checked(PyUnicode_FromFormat("updated to v%S", reached.get()));
+        words.done = joined({"updated to v", reached.get()});
     } else {
         const Ref target = context.global(name::package_version);
-        words.action = checked(PyUnicode_FromFormat("install v%S", target.get()));
+        words.action = joined({"install v", target.get()});
         const Ref reached = context.global(name::package_version);
-        words.done = checked(PyUnicode_FromFormat("installed v%S", reached.get()));
+        words.done = joined({"installed v", reached.get()});
     }
     return words;
 }
@@ -68,13 +68,13 @@ Ref install_skill(const CallContext& context) {
     const Ref existing = target.exists() ? installed_version(context, target) : none();
     if (is_true(existing) && !is_true(force) && is_current(context, existing)) {
         const Record record(context, scope, target);
-        const Ref message = checked(PyUnicode_FromFormat("already up to date (v%S)", existing.get()));
+        const Ref message = joined({"already up to date (v", existing.get(), ")"});
         return record.finish(Outcome::unchanged, message, agents);
     }
     const auto [action, done] = wording(context, existing);
     if (is_true(dry_run)) {
         const Record record(context, scope, target);
-        const Ref message = checked(PyUnicode_FromFormat("would %U (dry run)", action.get()));
+        const Ref message = joined({"would ", action.get(), " (dry run)"});
         return record.finish(Outcome::unchanged, message, agents);
     }
     try {
@@ -114,7 +114,7 @@ namespace {
 
 Ref install_skills(const CallContext& context) {
     const auto [scope, project_root, agents, force, dry_run] = context.arguments<5>();
-    const Ref plan = context.call(name::skill_dir_plan, {agents, scope});
+    const Ref plan = context.call(name::skill_dir_plan, function::skill_dir_plan.body, {agents, scope});
     Ref results = checked(PyList_New(0));
     const Ref entries = context.call_method(plan, name::items);
     for (const Ref& entry : Iteration(entries)) {
@@ -123,12 +123,16 @@ Ref install_skills(const CallContext& context) {
         for (const Ref& skill_name : Iteration(templates)) {
             const Ref install = context.global(name::install_skill);
             const Ref readers = checked(PySequence_Tuple(keys));
-            const Ref result = context.call(install, {scope, project_root},
-                                            {{name::force, force},
-                                             {name::dry_run, dry_run},
-                                             {name::skill_name, skill_name},
-                                             {name::skills_dir, directory},
-                                             {name::agents, readers}});
+            const Ref result =
+                context.is_own(name::install_skill, skill::install_skill)
+                    ? context.run(skill::install_skill,
+                                  {scope, project_root, force, dry_run, skill_name, directory, readers})
+                    : context.call(install, {scope, project_root},
+                                   {{name::force, force},
+                                    {name::dry_run, dry_run},
+                                    {name::skill_name, skill_name},
+                                    {name::skills_dir, directory},
+                                    {name::agents, readers}});
             checked(PyList_Append(results, result));
         }
     }

@@ -139,7 +139,7 @@ Ref choose_natively(const CallContext& context, PyObject* agent_roots) {
 
 Ref resolve_skill_dirs(const CallContext& context) {
     const auto [agent_keys, scope] = context.arguments<2>();
-    const Ref agent_roots = context.call(name::_agent_roots, {agent_keys, scope});
+    const Ref agent_roots = context.call(name::_agent_roots, function::_agent_roots.body, {agent_keys, scope});
     if (!is_true(agent_roots)) return checked(PyList_New(0));
     if (Ref chosen = choose_natively(context, agent_roots); chosen.get() != nullptr) return chosen;
     const Ref candidates = distinct_directories(context, agent_roots);
@@ -200,9 +200,9 @@ bool add_readers_natively(PyObject* plan, PyObject* chosen, PyObject* agent_root
 
 Ref skill_dir_plan(const CallContext& context) {
     const auto [agent_keys, scope] = context.arguments<2>();
-    const Ref agent_roots = context.call(name::_agent_roots, {agent_keys, scope});
+    const Ref agent_roots = context.call(name::_agent_roots, function::_agent_roots.body, {agent_keys, scope});
     Ref plan = checked(PyDict_New());
-    const Ref chosen = context.call(name::resolve_skill_dirs, {agent_keys, scope});
+    const Ref chosen = context.call(name::resolve_skill_dirs, skill::resolve_skill_dirs, {agent_keys, scope});
     if (add_readers_natively(plan, chosen, agent_roots)) return plan;
     for (const Ref& directory : Iteration(chosen)) {
         const Ref readers = readers_of(context, directory, agent_roots);

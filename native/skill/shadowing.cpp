@@ -14,7 +14,7 @@ class ScopeCopies {
         : context_(context),
           scope_(scope),
           project_root_(project_root),
-          agent_roots_(context.call(name::_agent_roots, {agents, scope})) {}
+          agent_roots_(context.call(name::_agent_roots, function::_agent_roots.body, {agents, scope})) {}
 
     [[nodiscard]] bool hold(PyObject* skill_name, PyObject* agent) const {
         const Ref nothing = checked(PyTuple_New(0));

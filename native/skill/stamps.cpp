@@ -34,14 +34,6 @@ Ref recognized_version_pattern(PyObject* pattern) {
     return is_same ? Ref::borrow(pattern) : none();
 }
 
-Ref compare_with_package(const CallContext& context, PyObject* version, int operation) {
-    const Ref installed_key = context.call(name::_version_tuple, {version});
-    const Ref to_key = context.global(name::_version_tuple);
-    const Ref package_version = context.global(name::package_version);
-    const Ref package_key = context.call(to_key, {package_version});
-    return checked(PyObject_RichCompare(installed_key, package_key, operation));
-}
-
 namespace {
 
 const core::CharacterClasses character_classes = {
@@ -52,6 +44,41 @@ const core::CharacterClasses character_classes = {
         return value < 0 ? std::nullopt : std::optional(value);
     },
 };
+
+// The fast path of `_version_tuple`; null when it is not to be taken.
+Ref plain_version_key(const CallContext& context, PyObject* version) {
+    PyObject* re = context.global_if_plain(name::re);
+    if (re == nullptr || !context.standard_library().has_original_matching(re)) return {};
+    auto rest = python::utf8_of(version);
+    if (!rest) return {};
+    const Py_ssize_t count = std::ranges::count(*rest, '.') + 1;
+    Ref key = checked(PyTuple_New(count));
+    for (Py_ssize_t i = 0; i < count; i++) {
+        const auto number = core::take_number(*rest, character_classes);
+        if (!number) return {};
+        PyTuple_SET_ITEM(key.get(), i, checked(PyLong_FromUnsignedLongLong(*number)).release());
+    }
+    return key;
+}
+
+}  // namespace
+
+Ref compare_with_package(const CallContext& context, PyObject* version, int operation) {
+    PyObject* package = context.global_if_plain(name::package_version);
+    if (package != nullptr && context.is_own(name::_version_tuple, function::_version_tuple.body)) {
+        const Ref owned = Ref::borrow(package);
+        const Ref keys[] = {plain_version_key(context, version), plain_version_key(context, owned)};
+        if (keys[0].get() != nullptr && keys[1].get() != nullptr)
+            return checked(PyObject_RichCompare(keys[0], keys[1], operation));
+    }
+    const Ref installed_key = context.call(name::_version_tuple, {version});
+    const Ref to_key = context.global(name::_version_tuple);
+    const Ref package_version = context.global(name::package_version);
+    const Ref package_key = context.call(to_key, {package_version});
+    return checked(PyObject_RichCompare(installed_key, package_key, operation));
+}
+
+namespace {
 
 // The fast path of `_installed_version`, for a path whose file nothing but the system is asked for.
 Ref stamp_of_file(const python::SystemPath& path) {
@@ -123,22 +150,6 @@ Ref installed_version(const CallContext& context, Target& target) {
 }
 
 namespace {
-
-// The fast path of `_version_tuple`; null when it is not to be taken.
-Ref plain_version_key(const CallContext& context, PyObject* version) {
-    PyObject* re = context.global_if_plain(name::re);
-    if (re == nullptr || !context.standard_library().has_original_matching(re)) return {};
-    auto rest = python::utf8_of(version);
-    if (!rest) return {};
-    const Py_ssize_t count = std::ranges::count(*rest, '.') + 1;
-    Ref key = checked(PyTuple_New(count));
-    for (Py_ssize_t i = 0; i < count; i++) {
-        const auto number = core::take_number(*rest, character_classes);
-        if (!number) return {};
-        PyTuple_SET_ITEM(key.get(), i, checked(PyLong_FromUnsignedLongLong(*number)).release());
-    }
-    return key;
-}
 
 Ref leading_number(const CallContext& context, PyObject* piece) {
     const Ref re = context.global(name::re);

@@ -29,18 +29,18 @@ namespace {
 Ref note_on(const CallContext& context, PyObject* version) {
     if (!is_true(version)) return Ref::borrow(context[literal::not_installed]);
     const Ref outdated = compare_with_package(context, version, Py_LT);
-    Ref note = checked(PyUnicode_FromFormat("v%S", version));
+    Ref note = joined({"v", version});
     if (!is_true(outdated)) return note;
     const Ref package_version = context.global(name::package_version);
-    return checked(PyUnicode_FromFormat("%U (update available: v%S)", note.get(), package_version.get()));
+    return joined({note.get(), " (update available: v", package_version.get(), ")"});
 }
 
 // What is reported for one scope.
 class ScopeStatus {
   public:
     ScopeStatus(const CallContext& context, PyObject* scope, PyObject* agents)
-        : context_(context), scope_(scope), agent_roots_(context.call(name::_agent_roots, {agents, scope})) {
-        const Ref chosen = context.call(name::resolve_skill_dirs, {agents, scope});
+        : context_(context), scope_(scope), agent_roots_(context.call(name::_agent_roots, function::_agent_roots.body, {agents, scope})) {
+        const Ref chosen = context.call(name::resolve_skill_dirs, function::resolve_skill_dirs.body, {agents, scope});
         targets_ = checked(PySet_New(chosen));
     }
 
@@ -60,7 +60,7 @@ class ScopeStatus {
         if (is_none(version) && !contains(targets_, directory)) return;
         const Ref note = note_on(context_, version);
         const Record record(context_, scope_, target);
-        const Ref readers = context_.call(name::_reading_agents, {directory, agent_roots_});
+        const Ref readers = context_.call(name::_reading_agents, _reading_agents, {directory, agent_roots_});
         const Ref result = record.finish(Outcome::unchanged, note, readers);
         checked(PyList_Append(results, result));
     }
