@@ -112,6 +112,7 @@ void execute(const Namespace& module) {
     const Ref pattern = compile_version_pattern(module.dict());
     module.bind("_VERSION_RE", pattern);
     shared->recognized.push_back(recognized_version_pattern(pattern));
+    add_result_keywords(shared->recognized);
     define(function::_installed_version);
     define(function::_version_tuple);
     module.bind("DEFAULT_AGENTS", checked(Py_BuildValue("(s)", "claude")));

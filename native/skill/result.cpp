@@ -1,6 +1,8 @@
 #include "skill/result.hpp"
 
+#include "python/instances.hpp"
 #include "skill/names.hpp"
+#include "skill/recognized.hpp"
 
 namespace tarnel::skill {
 
@@ -57,19 +59,21 @@ Record::Record(const CallContext& context, PyObject* scope, Target& target)
 Ref Record::finish(Outcome outcome, PyObject* message, PyObject* agents) const {
     PyObject* success = outcome == Outcome::failed ? Py_False : Py_True;
     if (outcome == Outcome::written)
-        return context_.call(class_, {},
-                             {{name::success, success},
-                              {name::scope, scope_},
-                              {name::path, path_},
-                              {name::message, message},
-                              {name::installed, Py_True},
-                              {name::agents, agents}});
-    return context_.call(class_, {},
-                         {{name::success, success},
-                          {name::scope, scope_},
-                          {name::path, path_},
-                          {name::message, message},
-                          {name::agents, agents}});
+        return python::new_instance(class_, {success, scope_, path_, message, Py_True, agents},
+                                    context_.recognized(recognized::result_keywords_if_installed));
+    return python::new_instance(class_, {success, scope_, path_, message, agents},
+                                context_.recognized(recognized::result_keywords));
+}
+
+void add_result_keywords(std::vector<Ref>& recognized) {
+    recognized.push_back(checked(Py_BuildValue("(sssss)", "success", "scope", "path", "message", "agents")));
+    recognized.push_back(
+        checked(Py_BuildValue("(ssssss)", "success", "scope", "path", "message", "installed", "agents")));
+    for (const std::size_t index : {recognized::result_keywords, recognized::result_keywords_if_installed}) {
+        PyObject* names = recognized[index];
+        for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(names); i++)
+            PyUnicode_InternInPlace(&reinterpret_cast<PyTupleObject*>(names)->ob_item[i]);
+    }
 }
 
 }  // namespace tarnel::skill

@@ -1,6 +1,8 @@
 // SkillResult, the record of one operation's outcome.
 #pragma once
 
+#include <vector>
+
 #include "python/call_context.hpp"
 #include "skill/targets.hpp"
 
@@ -8,6 +10,9 @@ namespace tarnel::skill {
 
 // Makes the class, a data class, over `globals`, the module's namespace, and binds it there.
 void define_skill_result(PyObject* globals);
+
+// Adds the names of its fields, as a record gives them, to the objects that the bodies recognise.
+void add_result_keywords(std::vector<python::Ref>& recognized);
 
 enum class Outcome { failed, unchanged, written };
 

@@ -106,18 +106,39 @@ constinit const python::Definition function::skill_capable_agents = {
 
 namespace {
 
+// Adds one agent's directories, if it is known and has any. Whether it has none, though it is known.
+bool add_roots(const CallContext& context, PyObject* roots, PyObject* key, PyObject* scope) {
+    const Ref record = record_of(context, key);
+    if (is_none(record)) return false;
+    const bool at_user_scope = equals(scope, context[literal::user]);
+    const Ref directories =
+        context.attribute(record, at_user_scope ? name::skills_user_roots : name::skills_project_roots);
+    if (!is_true(directories)) return true;
+    checked(PyDict_SetItem(roots, key, directories));
+    return false;
+}
+
+// For a list or a tuple of plain strings. Each key counts once: what has been added tells which were met, but for the
+// agents without directories.
+void add_roots_of_texts(const CallContext& context, PyObject* roots, PyObject* keys, PyObject* scope) {
+    const Ref tuple = checked(PySequence_Tuple(keys));  // a record's attributes may change a list
+    const Ref without_directories = checked(PyList_New(0));
+    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(tuple.get()); i++) {
+        PyObject* key = PyTuple_GET_ITEM(tuple.get(), i);
+        if (checked(PyDict_Contains(roots, key)) != 0 || contains(without_directories, key)) continue;
+        if (add_roots(context, roots, key, scope)) checked(PyList_Append(without_directories, key));
+    }
+}
+
 Ref _agent_roots(const CallContext& context) {
     const auto [agent_keys, scope] = context.arguments<2>();
     Ref roots = checked(PyDict_New());
-    const Ref keys = distinct_keys(context, agent_keys);
-    for (const Ref& key : Iteration(keys)) {
-        const Ref record = record_of(context, key);
-        if (is_none(record)) continue;
-        const bool at_user_scope = equals(scope, context[literal::user]);
-        const Ref directories =
-            context.attribute(record, at_user_scope ? name::skills_user_roots : name::skills_project_roots);
-        if (is_true(directories)) checked(PyDict_SetItem(roots, key, directories));
+    if (is_list_of_texts(agent_keys) || is_tuple_of_texts(agent_keys)) {
+        add_roots_of_texts(context, roots, agent_keys, scope);
+        return roots;
     }
+    const Ref keys = distinct_keys(context, agent_keys);
+    for (const Ref& key : Iteration(keys)) add_roots(context, roots, key, scope);
     return roots;
 }
 

@@ -1,0 +1,14 @@
+// Instances of classes that are written in Python.
+#pragma once
+
+#include <initializer_list>
+
+#include "python/reference.hpp"
+
+namespace tarnel::python {
+
+// `callable(**dict(zip(keywords, values)))`. A class whose instances are made by nothing but its `__init__` is not asked
+// to pack the keywords into a dict first.
+[[nodiscard]] Ref new_instance(PyObject* callable, std::initializer_list<PyObject*> values, PyObject* keywords);
+
+}  // namespace tarnel::python
