@@ -109,4 +109,22 @@ std::optional<std::uint64_t> take_number(std::string_view& version, const Charac
     return number;
 }
 
+std::optional<std::strong_ordering> compare_versions(std::string_view left, std::string_view right,
+                                                     const CharacterClasses& classes) {
+    std::optional<std::string_view> rests[] = {left, right};
+    std::optional<std::strong_ordering> order = std::strong_ordering::equal;
+    while (rests[0] && rests[1]) {
+        const bool is_last[] = {rests[0]->find('.') == std::string_view::npos,
+                                rests[1]->find('.') == std::string_view::npos};
+        const auto left_number = take_number(*rests[0], classes);
+        const auto right_number = take_number(*rests[1], classes);
+        if (!left_number || !right_number) return {};
+        if (*order == 0) order = *left_number <=> *right_number;
+        for (int i = 0; i < 2; i++)
+            if (is_last[i]) rests[i].reset();
+    }
+    if (*order == 0) order = rests[0].has_value() <=> rests[1].has_value();
+    return order;
+}
+
 }  // namespace tarnel::core

@@ -1,6 +1,7 @@
 // Version stamps in documents, and version keys.
 #pragma once
 
+#include <compare>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -26,5 +27,10 @@ inline constexpr std::size_t searched_characters = 2000;
 // Takes the next piece off a version: up to a full stop, which goes as well, or the end. Its leading decimal digits as
 // a number, or 0; nothing if that has more than 18 digits. UTF-8.
 [[nodiscard]] std::optional<std::uint64_t> take_number(std::string_view& version, const CharacterClasses& classes);
+
+// How the keys of two versions compare, piece by piece, the shorter one first if they are equal so far; nothing if a
+// number is too large. UTF-8.
+[[nodiscard]] std::optional<std::strong_ordering> compare_versions(std::string_view left, std::string_view right,
+                                                                   const CharacterClasses& classes);
 
 }  // namespace tarnel::core

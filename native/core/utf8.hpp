@@ -2,9 +2,11 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <limits>
 #include <string_view>
 #include <type_traits>
 
@@ -34,12 +36,17 @@ constexpr std::size_t length_of_character(std::string_view text, std::size_t ind
 
 // The first position at or after `index` that is not ASCII, or the text's end.
 constexpr std::size_t skip_ascii(std::string_view text, std::size_t index) {
-    if (!std::is_constant_evaluated()) {
+    if (!std::is_constant_evaluated() && std::endian::native == std::endian::little) {
         constexpr std::uint64_t high_bits = 0x8080808080808080U;
         std::array<std::uint64_t, 4> block{};
         for (; text.size() - index >= sizeof block; index += sizeof block) {
             std::memcpy(block.data(), text.data() + index, sizeof block);
             if (((block[0] | block[1] | block[2] | block[3]) & high_bits) != 0) break;
+        }
+        for (; text.size() - index >= sizeof block[0]; index += sizeof block[0]) {
+            std::memcpy(block.data(), text.data() + index, sizeof block[0]);
+            const int zeros = std::countr_zero(block[0] & high_bits);
+            if (zeros < std::numeric_limits<std::uint64_t>::digits) return index + static_cast<std::size_t>(zeros) / 8;
         }
     }
     while (index < text.size() && is_ascii(text[index])) index++;

@@ -4,6 +4,8 @@
 #include <array>
 #include <stdexcept>
 
+#include "python/objects.hpp"
+
 
 namespace tarnel::python {
 
@@ -12,22 +14,22 @@ namespace {
 constexpr std::size_t most_arguments = 8;
 
 // The `__init__` of a class that has nothing else to say of how its instances are made; null for anything else.
-Ref plain_init(PyObject* callable) {
+Ref plain_init(PyObject* callable, PyObject* name) {
     if (!Py_IS_TYPE(callable, &PyType_Type)) return {};
     auto* type = reinterpret_cast<PyTypeObject*>(callable);
     if (type->tp_new != PyBaseObject_Type.tp_new || (type->tp_flags & Py_TPFLAGS_IS_ABSTRACT) != 0) return {};
     const Ref dict = checked(PyType_GetDict(type));
-    PyObject* init = PyDict_GetItemString(dict, "__init__");
-    return init != nullptr && Py_IS_TYPE(init, &PyFunction_Type) ? Ref::borrow(init) : Ref();
+    Ref init = item_if_any(dict, name);
+    return init.get() != nullptr && Py_IS_TYPE(init.get(), &PyFunction_Type) ? std::move(init) : Ref();
 }
 
 }  // namespace
 
-Ref new_instance(PyObject* callable, std::initializer_list<PyObject*> values, PyObject* keywords) {
+Ref new_instance(PyObject* callable, std::initializer_list<PyObject*> values, PyObject* keywords, PyObject* init_name) {
     std::array<PyObject*, most_arguments> arguments{};
     if (values.size() >= arguments.size()) throw std::length_error("a call with too many arguments");
     std::ranges::copy(values, arguments.begin() + 1);
-    const Ref init = plain_init(callable);
+    const Ref init = plain_init(callable, init_name);
     if (init.get() == nullptr)
         return checked(PyObject_Vectorcall(callable, &arguments[1], PY_VECTORCALL_ARGUMENTS_OFFSET, keywords));
     auto* type = reinterpret_cast<PyTypeObject*>(callable);

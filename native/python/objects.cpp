@@ -73,19 +73,29 @@ Ref joined(std::initializer_list<Piece> pieces) {
     constexpr std::size_t most_pieces = 4;
     if (pieces.size() > most_pieces) throw std::length_error("a text of too many pieces");
     std::array<Ref, most_pieces> texts;
-    Py_ssize_t length = 0;
+    std::size_t length = 0;
     Py_UCS4 largest = 0;
     std::size_t index = 0;
     for (const auto& [literal, object] : pieces) {
         Ref& text = texts[index++];
-        text = checked(object != nullptr ? PyObject_Str(object) : PyUnicode_FromString(literal));
-        length += PyUnicode_GET_LENGTH(text.get());
+        if (object == nullptr) {
+            length += literal.size();
+            continue;
+        }
+        text = checked(PyObject_Str(object));
+        length += static_cast<std::size_t>(PyUnicode_GET_LENGTH(text.get()));
         largest = std::max(largest, PyUnicode_MAX_CHAR_VALUE(text.get()));
     }
-    Ref whole = checked(PyUnicode_New(length, largest));
+    Ref whole = checked(PyUnicode_New(static_cast<Py_ssize_t>(length), std::max<Py_UCS4>(largest, 0x7F)));
     Py_ssize_t end = 0;
-    for (const Ref& text : std::span(texts).first(index))
-        end += checked(PyUnicode_CopyCharacters(whole, end, text, 0, PyUnicode_GET_LENGTH(text.get())));
+    index = 0;
+    for (const auto& [literal, object] : pieces) {
+        const Ref& text = texts[index++];
+        for (const char character : literal)
+            PyUnicode_WRITE(PyUnicode_KIND(whole.get()), PyUnicode_DATA(whole.get()), end++, character);
+        if (object != nullptr)
+            end += checked(PyUnicode_CopyCharacters(whole, end, text, 0, PyUnicode_GET_LENGTH(text.get())));
+    }
     return whole;
 }
 

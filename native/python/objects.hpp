@@ -66,7 +66,7 @@ struct Piece {
     Piece(const char* ascii) noexcept : literal(ascii) {}
     Piece(PyObject* its_object) noexcept : object(its_object) {}
     // NOLINTEND(misc-explicit-constructor)
-    const char* literal = nullptr;
+    std::string_view literal;
     PyObject* object = nullptr;
 };
 

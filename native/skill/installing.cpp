@@ -14,25 +14,30 @@ bool is_current(const CallContext& context, PyObject* existing) {
     return is_true(same_or_newer);
 }
 
-// What is about to happen, and what has happened then. Each text looks the version up for itself.
+// What is about to happen, and what has happened then. Each text looks the version up for itself. A text that will not
+// be used is left out if nothing can tell.
 struct Wording {
     Ref action;
     Ref done;
 };
 
-Wording wording(const CallContext& context, PyObject* existing) {
+Wording wording(const CallContext& context, PyObject* existing, PyObject* dry_run) {
+    const PyObject* version = context.global_if_plain(name::package_version);
+    const bool is_dry_run = dry_run == Py_True;
+    const bool is_plain = PyBool_Check(dry_run) && version != nullptr && PyUnicode_CheckExact(version) &&
+                          (is_none(existing) || PyUnicode_CheckExact(existing));
     Wording words;
     if (is_true(existing)) {
         const Ref found = checked(PyObject_Str(existing));
         const Ref target = context.global(name::package_version);
-        words.action = joined({"update v", found.get(), " -> v", target.get()});
+        if (!is_plain || is_dry_run) words.action = joined({"update v", found.get(), " -> v", target.get()});
         const Ref reached = context.global(name::package_version);
-        words.done = joined({"updated to v", reached.get()});
+        if (!is_plain || !is_dry_run) words.done = joined({"updated to v", reached.get()});
     } else {
         const Ref target = context.global(name::package_version);
-        words.action = joined({"install v", target.get()});
+        if (!is_plain || is_dry_run) words.action = joined({"install v", target.get()});
         const Ref reached = context.global(name::package_version);
-        words.done = joined({"installed v", reached.get()});
+        if (!is_plain || !is_dry_run) words.done = joined({"installed v", reached.get()});
     }
     return words;
 }
@@ -71,7 +76,7 @@ Ref install_skill(const CallContext& context) {
         const Ref message = joined({"already up to date (v", existing.get(), ")"});
         return record.finish(Outcome::unchanged, message, agents);
     }
-    const auto [action, done] = wording(context, existing);
+    const auto [action, done] = wording(context, existing, dry_run);
     if (is_true(dry_run)) {
         const Record record(context, scope, target);
         const Ref message = joined({"would ", action.get(), " (dry run)"});

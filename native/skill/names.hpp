@@ -29,6 +29,7 @@
     X(name, skill_target_path, "skill_target_path")              \
     X(name, install_skill, "install_skill")                      \
     X(name, _reading_agents, "_reading_agents")                  \
+    X(name, init, "__init__")                                    \
     X(name, _raw_paths, "_raw_paths")                            \
     X(name, agents, "agents")                                    \
     X(name, combinations, "combinations")                        \

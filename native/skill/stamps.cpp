@@ -45,6 +45,19 @@ const core::CharacterClasses character_classes = {
     },
 };
 
+// The fast path of a comparison of keys; nothing when it is not to be taken.
+std::optional<std::strong_ordering> compare_plain_versions(const CallContext& context, PyObject* left,
+                                                           PyObject* right) {
+    PyObject* re = context.global_if_plain(name::re);
+    if (re == nullptr || !context.standard_library().has_original_matching(re)) return {};
+    const auto left_text = python::utf8_of(left);
+    const auto right_text = python::utf8_of(right);
+    if (!left_text || !right_text) return {};
+    return core::compare_versions(*left_text, *right_text, character_classes);
+}
+
+bool holds(std::strong_ordering order, int operation) { return operation == Py_LT ? order < 0 : order >= 0; }
+
 // The fast path of `_version_tuple`; null when it is not to be taken.
 Ref plain_version_key(const CallContext& context, PyObject* version) {
     PyObject* re = context.global_if_plain(name::re);
@@ -66,10 +79,8 @@ Ref plain_version_key(const CallContext& context, PyObject* version) {
 Ref compare_with_package(const CallContext& context, PyObject* version, int operation) {
     PyObject* package = context.global_if_plain(name::package_version);
     if (package != nullptr && context.is_own(name::_version_tuple, function::_version_tuple.body)) {
-        const Ref owned = Ref::borrow(package);
-        const Ref keys[] = {plain_version_key(context, version), plain_version_key(context, owned)};
-        if (keys[0].get() != nullptr && keys[1].get() != nullptr)
-            return checked(PyObject_RichCompare(keys[0], keys[1], operation));
+        const auto order = compare_plain_versions(context, version, package);
+        if (order) return Ref::borrow(holds(*order, operation) ? Py_True : Py_False);
     }
     const Ref installed_key = context.call(name::_version_tuple, {version});
     const Ref to_key = context.global(name::_version_tuple);

@@ -15,8 +15,8 @@ namespace tarnel::skill {
 // `_installed_version(path)` for a target's path.
 [[nodiscard]] python::Ref installed_version(const python::CallContext& context, Target& target);
 
-// `_version_tuple(version) OPERATOR _version_tuple(__version__)`, not yet tested for truth; `operation` is Py_GE, Py_LT
-// and so on.
+// `_version_tuple(version) OPERATOR _version_tuple(__version__)`, not yet tested for truth; `operation` is Py_GE or
+// Py_LT.
 [[nodiscard]] python::Ref compare_with_package(const python::CallContext& context, PyObject* version, int operation);
 
 }  // namespace tarnel::skill
