@@ -32,7 +32,7 @@ constexpr void check_shape(const Document& document) {
 
     constexpr std::string_view opening = "---\nname: ";
     require_shape(text.starts_with(opening) && text.substr(opening.size()).starts_with(document.name) &&
-                      text.substr(opening.size() + document.name.size()).starts_with("\n"),
+                      text.substr(opening.size() + document.name.size()).starts_with('\n'),
                   "the front matter opens with the skill's name");
     const std::size_t end_of_front_matter = text.find("\n---\n", opening.size());
     require_shape(text.substr(0, end_of_front_matter).ends_with("\nversion: {version}"),

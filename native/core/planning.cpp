@@ -120,6 +120,8 @@ class Search {
         return std::pair(native_rank, score_.size + 1) > std::pair(bound_.native_rank, bound_.size);
     }
 
+    // As deep as the selection is large.
+    // NOLINTNEXTLINE(misc-no-recursion)
     void visit() {
         if (++nodes_ % nodes_between_checkpoints == 0) checkpoint_();
         if (unserved_ == 0) {
@@ -141,10 +143,11 @@ class Search {
             if (options < fewest_options) fewest = &directories;
             fewest_options = std::min(options, fewest_options);
         }
-        if (!is_hopeless(least_native_rank)) branch(*fewest);
+        if (fewest != nullptr && !is_hopeless(least_native_rank)) branch(*fewest);
     }
 
     // Tries the directories, the cheapest first, and then the most native.
+    // NOLINTNEXTLINE(misc-no-recursion)
     void branch(const Directories& directories) {
         std::vector<std::pair<std::size_t, std::size_t>> options;  // cost, and position
         for (std::size_t position = 0; position < directories.size(); position++)

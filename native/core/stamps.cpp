@@ -1,5 +1,7 @@
 #include "core/stamps.hpp"
 
+#include <algorithm>
+
 #include "core/utf8.hpp"
 
 namespace tarnel::core {
@@ -22,6 +24,12 @@ bool is_value(char32_t character, const CharacterClasses& classes) {
     const char32_t lower = character | 0x20U;
     return (character >= '0' && character <= '9') || (lower >= 'a' && lower <= 'z') || character == '_' ||
            character == '.' || character == '-';
+}
+
+std::optional<int> digit_of(char32_t character, const CharacterClasses& classes) {
+    if (character >= 0x80U) return classes.digit(character);
+    if (character < '0' || character > '9') return {};
+    return static_cast<int>(character - '0');
 }
 
 // The length of the run of such characters at the front of the text.
@@ -97,34 +105,26 @@ std::optional<std::uint64_t> take_number(std::string_view& version, const Charac
     std::uint64_t number = 0;
     for (int digits = 0; !piece.empty(); digits++) {
         const char32_t character = take_character(piece);
-        const bool is_ascii = character < 0x80U;
-        const std::optional<int> digit = !is_ascii ? classes.digit(character)
-                                         : is_digit(static_cast<char>(character))
-                                             ? std::optional<int>(static_cast<int>(character - '0'))
-                                             : std::nullopt;
+        const std::optional<int> digit = digit_of(character, classes);
         if (!digit) break;
         if (digits == most_digits) return {};
-        number = number * 10 + static_cast<std::uint64_t>(*digit);
+        number = (number * 10) + static_cast<std::uint64_t>(*digit);
     }
     return number;
 }
 
 std::optional<std::strong_ordering> compare_versions(std::string_view left, std::string_view right,
                                                      const CharacterClasses& classes) {
-    std::optional<std::string_view> rests[] = {left, right};
-    std::optional<std::strong_ordering> order = std::strong_ordering::equal;
-    while (rests[0] && rests[1]) {
-        const bool is_last[] = {rests[0]->find('.') == std::string_view::npos,
-                                rests[1]->find('.') == std::string_view::npos};
-        const auto left_number = take_number(*rests[0], classes);
-        const auto right_number = take_number(*rests[1], classes);
+    const auto left_pieces = std::ranges::count(left, '.') + 1;
+    const auto right_pieces = std::ranges::count(right, '.') + 1;
+    std::strong_ordering order = std::strong_ordering::equal;
+    for (std::ptrdiff_t i = 0; i < std::max(left_pieces, right_pieces); i++) {
+        const auto left_number = take_number(left, classes);  // 0 behind the end
+        const auto right_number = take_number(right, classes);
         if (!left_number || !right_number) return {};
-        if (*order == 0) order = *left_number <=> *right_number;
-        for (int i = 0; i < 2; i++)
-            if (is_last[i]) rests[i].reset();
+        if (order == 0 && i < std::min(left_pieces, right_pieces)) order = *left_number <=> *right_number;
     }
-    if (*order == 0) order = rests[0].has_value() <=> rests[1].has_value();
-    return order;
+    return order != 0 ? order : left_pieces <=> right_pieces;
 }
 
 }  // namespace tarnel::core

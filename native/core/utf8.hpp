@@ -20,10 +20,17 @@ constexpr bool is_ascii(char byte) { return static_cast<unsigned char>(byte) < 0
 
 constexpr bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
+// The length of the character that begins with this byte, if it is a well-formed one.
+constexpr std::size_t length_by_lead(unsigned lead) {
+    if (lead < 0x80U) return 1;
+    if (lead < 0xE0U) return 2;
+    return lead < 0xF0U ? 3 : 4;
+}
+
 // The length of the well-formed character at `index`, which is not ASCII; 0 if it is malformed or cut off.
 constexpr std::size_t length_of_character(std::string_view text, std::size_t index) {
     const unsigned lead = byte_at(text, index);
-    const std::size_t length = lead < 0xE0U ? 2 : lead < 0xF0U ? 3 : 4;
+    const std::size_t length = length_by_lead(lead);
     if (lead < 0xC2U || lead > 0xF4U || text.size() - index < length) return 0;
     for (std::size_t i = 1; i < length; i++)
         if (!is_continuation(text[index + i])) return 0;
@@ -46,7 +53,7 @@ constexpr std::size_t skip_ascii(std::string_view text, std::size_t index) {
         for (; text.size() - index >= sizeof block[0]; index += sizeof block[0]) {
             std::memcpy(block.data(), text.data() + index, sizeof block[0]);
             const int zeros = std::countr_zero(block[0] & high_bits);
-            if (zeros < std::numeric_limits<std::uint64_t>::digits) return index + static_cast<std::size_t>(zeros) / 8;
+            if (zeros < std::numeric_limits<std::uint64_t>::digits) return index + (static_cast<std::size_t>(zeros) / 8);
         }
     }
     while (index < text.size() && is_ascii(text[index])) index++;
@@ -69,7 +76,7 @@ constexpr bool is_utf8(std::string_view text) {
 // The character at the front of `text`, which is well-formed and not empty; takes it off.
 constexpr char32_t take_character(std::string_view& text) {
     const unsigned lead = utf8::byte_at(text, 0);
-    const std::size_t length = lead < 0x80U ? 1 : lead < 0xE0U ? 2 : lead < 0xF0U ? 3 : 4;
+    const std::size_t length = utf8::length_by_lead(lead);
     char32_t character = length == 1 ? lead : lead & (0xFFU >> (length + 1));
     for (std::size_t i = 1; i < length; i++) character = (character << 6U) | (utf8::byte_at(text, i) & 0x3FU);
     text.remove_prefix(length);

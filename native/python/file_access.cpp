@@ -1,6 +1,7 @@
 #include "python/file_access.hpp"
 
 #include <cerrno>
+#include <stdexcept>
 #include <string>
 
 #include "core/paths.hpp"
@@ -72,6 +73,7 @@ bool make_directory(const SystemPath& path) {
 
 enum class Parents { make, expect };
 
+// NOLINTNEXTLINE(misc-no-recursion): as deep as the path
 void make_directory(const SystemPath& path, Parents parents) {
     if (make_directory(path)) return;
     if (PyErr_ExceptionMatches(PyExc_FileNotFoundError) == 0) {
@@ -122,7 +124,12 @@ std::optional<SystemPath> SystemPath::of(PyObject* text) {
     return SystemPath(Ref::borrow(text), std::move(bytes), encoded);
 }
 
-SystemPath SystemPath::parent() const { return of(core::parent_of(utf8_of(text_).value())).value(); }
+SystemPath SystemPath::parent() const {
+    const std::optional<std::string_view> utf8 = utf8_of(text_);
+    std::optional<SystemPath> parent = utf8 ? of(core::parent_of(*utf8)) : std::nullopt;
+    if (!parent) throw std::logic_error("the parent of a path is a path");
+    return *std::move(parent);
+}
 
 std::optional<SystemPath> SystemPath::of(std::string_view utf8) {
     const Ref text = text_of(utf8);

@@ -27,7 +27,7 @@ Ref recognized_version_pattern(PyObject* pattern) {
     if (std::string_view(Py_TYPE(pattern)->tp_name) != "re.Pattern") return none();
     const Ref text = checked(PyObject_GetAttrString(pattern, "pattern"));
     const Ref flags = checked(PyObject_GetAttrString(pattern, "flags"));
-    constexpr long multiline_and_unicode = 8 | 32;  // re.MULTILINE, and what patterns for text have
+    constexpr long multiline_and_unicode = 8 + 32;  // re.MULTILINE, and what patterns for text have
     const bool is_same = PyUnicode_CheckExact(text.get()) &&
                          PyUnicode_CompareWithASCIIString(text, version_pattern) == 0 &&
                          PyLong_AsLong(flags) == multiline_and_unicode;
@@ -36,7 +36,7 @@ Ref recognized_version_pattern(PyObject* pattern) {
 
 namespace {
 
-const core::CharacterClasses character_classes = {
+constexpr core::CharacterClasses character_classes = {
     .is_space = [](char32_t character) { return Py_UNICODE_ISSPACE(character) != 0; },
     .is_word = [](char32_t character) { return Py_UNICODE_ISALNUM(character) != 0; },
     .digit = [](char32_t character) -> std::optional<int> {

@@ -105,7 +105,7 @@ PyObject* Target::object() {
 
 void Target::make_object() {
     auto* type = reinterpret_cast<PyObject*>(context_.standard_library().posix_path_type());
-    object_ = checked(PyObject_CallOneArg(type, plain_->text()));
+    if (plain_) object_ = checked(PyObject_CallOneArg(type, plain_->text()));
     plain_.reset();
 }
 
