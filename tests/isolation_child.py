@@ -58,7 +58,7 @@ def run_interpreters() -> None:
 
 
 def calls_of(skill: ModuleType, nameless: ModuleType, root: Path) -> dict[str, Callable[[], object]]:
-    """Successful calls, and one for each road that an error takes; `nameless` lacks the names it would need."""
+    """Successful calls, and one for each way of failing; `nameless` lacks the names it would need."""
     (file := root / "file").write_bytes(b"\xff")
     (body,) = filter(callable, skill._score.__code__.co_consts)
     return {
@@ -87,30 +87,30 @@ def count_leaks() -> None:
     calls, rounds = 12, 3
     with tempfile.TemporaryDirectory() as directory:
         root, without_table = Path(directory), {config.__name__: None}
-        roads: dict[str, Callable[[], object]] = {
+        cases: dict[str, Callable[[], object]] = {
             "import": functools.partial(fresh_module, EXTENSION),
             "failing import": functools.partial(mock.patch.dict(sys.modules, without_table)(fresh_module), EXTENSION),
             "use after the module": lambda: fresh_module(EXTENSION).skill_target_path("project", root),
         }
         watched: list[object] = [root, *ROOTS.values(), *config.AGENT_CONFIG.values(), KeyError, TypeError, NameError]
-        for way in ("short", "long"):
+        for way in ("fast", "slow"):
             modules = [fresh_module(EXTENSION) for _ in range(2)]
             values = [value for module in modules for value in vars(module).values()]
             watched += values
             for function in (value for value in values if isinstance(value, FunctionType)):
                 watched += [*(function.__defaults__ or ()), *(function.__kwdefaults__ or {}).values()]
-                if way == "long" and function.__globals__ in map(vars, modules):
+                if way == "slow" and function.__globals__ in map(vars, modules):
                     function.__code__ = function.__code__.replace()
             del modules[1].SKILL_TEMPLATES
             vars(modules[1])["_scope_base"] = modules[1].skill_target_path
-            roads |= {f"{name}, {way} way": road for name, road in calls_of(modules[0], modules[1], root).items()}
+            cases |= {f"{name}, {way} way": road for name, case in calls_of(modules[0], modules[1], root).items()}
         gc.freeze()
-        for name, road in roads.items():
+        for name, case in cases.items():
             counts = []
             for _ in range(1 + rounds):
                 for _ in range(calls):
                     with contextlib.suppress(Exception):
-                        road()
+                        case()
                 gc.collect()
                 sys._clear_type_cache()  # it owns names, more of them as time goes by
                 counts.append((sys.getallocatedblocks(), sum(map(sys.getrefcount, watched))))
