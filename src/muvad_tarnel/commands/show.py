@@ -3,19 +3,21 @@
 import click
 
 from muvad_tarnel import __version__
-from muvad_tarnel.commands.options import output_options, speaking
-from muvad_tarnel.installed.copies import document
-from muvad_tarnel.output.report import Document, Record, Report
+from muvad_tarnel.commands.options import with_output
+from muvad_tarnel.commands.running import speaking
+from muvad_tarnel.commands.spelling import Choice
+from muvad_tarnel.installed.documents import document
+from muvad_tarnel.output.report import Block, Document, Report, Table
 from muvad_tarnel.setup import skill
 
 
 @click.command("show")
-@click.argument("name", type=click.Choice(list(skill.SKILL_TEMPLATES)), metavar="NAME")
-@output_options
-def show(name: str, **options: object) -> None:
-    """Print a skill's document, as an install writes it.
+@click.argument("name", type=Choice(list(skill.SKILL_TEMPLATES)), metavar="[NAME]", required=False)
+@with_output
+def show(name: str | None, **options: object) -> None:
+    """Print a skill's document, or list the skills.
 
-    NAME is tarnel, tarnel-map or tarnel-wiki.
+    NAME is tarnel, tarnel-map or tarnel-wiki. The document is printed as an install writes it.
 
     \b
     Examples:
@@ -23,9 +25,20 @@ def show(name: str, **options: object) -> None:
 
     \b
     Exit codes:
-      0  the document was printed
-      2  the command line is wrong
+      0  the document or the list was printed
+      2  usage error
     """
-    text = document(__version__, name)
-    result: Record = {"skill": name, "version": __version__, "text": text}
-    speaking(lambda _: Report([Document(text)], [result]), "show")(**options)
+    names = [name] if name else list(skill.SKILL_TEMPLATES)
+    blocks: list[Block] = [Table("", ("Skill", "Purpose"), [(each, purpose(each)) for each in names])]
+    if name:
+        blocks = [Document(document(name))]
+    results = [
+        {"skill": each, "version": __version__, "purpose": purpose(each), "text": document(each)} for each in names
+    ]
+    speaking(lambda _: Report(blocks, list(results)), "show")(**options)
+
+
+def purpose(name: str) -> str:
+    """The first sentence of a document's description."""
+    description = document(name).partition("description: >-\n")[2].partition("\nversion:")[0]
+    return " ".join(description.split()).partition(". ")[0] + "."

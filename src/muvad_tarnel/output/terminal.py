@@ -4,12 +4,13 @@ from itertools import groupby
 from shutil import get_terminal_size
 
 from rich import box
-from rich.console import Console, Group
+from rich.console import Console, Group, RenderableType
+from rich.measure import Measurement
 from rich.table import Table as Grid
 from rich.text import Text
 
-from muvad_tarnel.output.console import Style, printable
-from muvad_tarnel.output.report import Block, Cell, Document, Line, Table, Tone
+from muvad_tarnel.output.report import Block, Cell, Command, Document, Line, Table, Tone
+from muvad_tarnel.output.text import Style, printable
 
 _STYLES = {Tone.GOOD: "green", Tone.WARNING: "yellow", Tone.BAD: "red", Tone.NEUTRAL: ""}
 _MARKS = {Tone.GOOD: "\N{CHECK MARK}", Tone.WARNING: "!", Tone.BAD: "\N{BALLOT X}", Tone.NEUTRAL: ""}
@@ -41,21 +42,27 @@ def draw(console: Console, blocks: list[Block], style: Style) -> None:
             console.print()
         match block:
             case Table():
-                console.print(grid_of(block, marks, "\u2500" if style.has_marks else "-"))
+                if block.title:
+                    console.print(Text(printable(block.title), "bold"))
+                grid = grid_of(block, marks, "\u2500" if style.has_marks else "-")
+                is_wide = Measurement.get(console, console.options, grid).minimum > console.width
+                console.print(stack_of(block, marks) if is_wide else grid)
             case Line(text, tone):
                 console.print(line_of(text, tone, marks))
+            case Command(label, text):
+                console.print(Text(printable(f"    {label}  {text}")), soft_wrap=True)
             case Document(text, is_diff):
                 for line in text.splitlines():
                     console.print(Text(line, diff_style(line) if is_diff else ""), soft_wrap=True)
         former = block
 
 
-def line_of(text: str, tone: Tone, marks: dict[Tone, str]) -> Text | Grid:
-    """A sentence behind its mark; a neutral one may be a command, which is never broken."""
+def line_of(text: str, tone: Tone, marks: dict[Tone, str]) -> RenderableType:
+    """A sentence after its mark."""
     if tone is Tone.NEUTRAL:
-        return Text(printable(text), no_wrap=text.startswith(" "), overflow="ignore")
+        return Text(printable(text))
     grid = Grid.grid(padding=(0, 1))
-    grid.add_row(Text(marks[tone], _STYLES[tone]), printable(text))
+    grid.add_row(Text(marks[tone], _STYLES[tone]), Text(printable(text), overflow="fold"))
     return grid
 
 
@@ -66,13 +73,14 @@ def diff_style(line: str) -> str:
     return {"+": "green", "-": "red", "@": "cyan"}.get(line[:1], "")
 
 
-def grid_of(table: Table, marks: dict[Tone, str], rule: str) -> Group:
-    """The table under its title."""
+def grid_of(table: Table, marks: dict[Tone, str], rule: str) -> Grid:
+    """The table with its columns side by side. Its cells are broken between words only."""
     lines = box.Box(f"    \n    \n{rule}{rule}{rule}{rule}\n" + "    \n" * 5)
     grid = Grid(box=lines, header_style="bold", show_edge=False, padding=(0, 1, 0, 0))
-    for column in table.columns:
-        grid.add_column(column, no_wrap=column not in table.wrapping, overflow="fold")
     rows = [[text_of(cell, marks) for cell in row] for row in table.rows]
+    for column, cells in zip(table.columns, zip(*rows, strict=True), strict=True):
+        words = [word for cell in cells for word in cell.plain.split()]
+        grid.add_column(column, overflow="fold", min_width=max(map(len, [column, *words])))
     head, tail = table.shared
     groups = [
         list(group) for _, group in groupby(rows, lambda row: (row[:head], row[len(row) - tail :]) if head else row)
@@ -82,8 +90,7 @@ def grid_of(table: Table, marks: dict[Tone, str], rule: str) -> Group:
             grid.add_row()
         for row in merged(group, head, tail):
             grid.add_row(*row)
-    title = [Text(printable(table.title), "bold")] if table.title else []
-    return Group(*title, grid)
+    return grid
 
 
 def merged(rows: list[list[Text]], head: int, tail: int) -> list[list[Text]]:
@@ -95,8 +102,23 @@ def merged(rows: list[list[Text]], head: int, tail: int) -> list[list[Text]]:
     return [first[:head] + middle + first[-tail:]]
 
 
+def stack_of(table: Table, marks: dict[Tone, str]) -> Group:
+    """The table with the cells of a row below one another, for a terminal that is too narrow for columns."""
+    width = max(map(len, table.columns))
+    grid = Grid.grid(padding=(0, 1, 0, 0))
+    grid.add_column(min_width=min(width, 12), style="bold")
+    grid.add_column(overflow="fold")
+    for index, row in enumerate(table.rows):
+        if index:
+            grid.add_row()
+        for column, cell in zip(table.columns, row, strict=True):
+            if text := text_of(cell, marks):
+                grid.add_row(column, text)
+    return Group(grid)
+
+
 def text_of(cell: str | Cell, marks: dict[Tone, str]) -> Text:
-    """The cell behind its mark."""
+    """The cell after its mark."""
     if not isinstance(cell, Cell):
         return Text(printable(cell))
     return Text(f"{marks[cell.tone]} {printable(cell.text)}".lstrip(), _STYLES[cell.tone])
