@@ -5,7 +5,6 @@ and in part. Obeyed round after round, they end in a state without hints.
 """
 
 from collections.abc import Iterable, Sequence
-from pathlib import Path
 from typing import NamedTuple
 
 from muvad_tarnel.failure import Obstacle

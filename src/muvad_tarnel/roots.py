@@ -13,18 +13,20 @@ SCOPES: tuple[Scope, ...] = ("user", "project")
 
 def home_directory() -> Path:
     """The user's home directory. Raises `Failure` if there is none to be used."""
+    remedy = "set HOME to your home directory"
+    if os.environ.get("HOME") == "":  # which would be taken for the root directory
+        raise Failure("HOME is empty", remedy)
     try:
         home = Path.home()
-    except (RuntimeError, OSError) as error:
-        raise Failure("the home directory cannot be found", "set HOME to it") from error
-    if not home.is_absolute():
-        problem = f"HOME is not an absolute path ({home})" if os.environ.get("HOME") else "HOME is empty"
-        raise Failure(problem, "set HOME to your home directory")
-    try:
-        if not home.is_dir() and os.path.lexists(home):
-            raise Failure("the home directory is not a directory", "set HOME to your home directory", home)
+        is_usable = home.is_dir() or not os.path.lexists(home)
+    except RuntimeError as error:
+        raise Failure("the home directory cannot be found", remedy) from error
     except OSError as error:
-        raise Failure(error.strerror or str(error), "set HOME to your home directory", home) from error
+        raise Failure(error.strerror or str(error), remedy, error.filename) from error
+    if not home.is_absolute():
+        raise Failure(f"HOME is not an absolute path ({home})", remedy)
+    if not is_usable:
+        raise Failure("the home directory is not a directory", remedy, home)
     return home
 
 

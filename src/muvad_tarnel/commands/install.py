@@ -88,6 +88,9 @@ def satisfied(request: Request) -> list[Block]:
             ]
             places.setdefault(tuple(dict.fromkeys(found)), []).append(AGENT_CONFIG[agent].name)
     return [
-        Line(f"{joined(names)} already {'finds' if len(names) == 1 else 'find'} every skill in {joined(where)}.", Tone.GOOD)
+        Line(
+            f"{joined(names)} already {'finds' if len(names) == 1 else 'find'} every skill in {joined(where)}.",
+            Tone.GOOD,
+        )
         for where, names in places.items()
     ]

@@ -84,7 +84,7 @@ def asked_for(scoping: Scoping, *, agents: str = "") -> Decorator:
     `agents` says in words which agents a command is about if none are named; without it they cannot be named.
     """
 
-    def decorate(command: Callable[..., Report]) -> Callable[..., object]:
+    def decorate(command: Callable[..., object]) -> Callable[..., object]:
         @wraps(command)
         def run(
             *,
@@ -106,6 +106,7 @@ def asked_for(scoping: Scoping, *, agents: str = "") -> Decorator:
             def answer(console: Console, **options: object) -> Report:
                 request = Request(wanted, console)
                 report = command(request, **options)
+                assert isinstance(report, Report)  # noqa: S101 (for the type checker)
                 return report._replace(
                     errors=list(dict.fromkeys([*request.obstacles, *report.errors])),
                     exit_code=report.exit_code or int(bool(request.obstacles)),

@@ -45,7 +45,9 @@ class Removal(NamedTuple):
 @click.option("--force", is_flag=True, help="Also remove texts that this package did not write, and links.")
 @dry_run_option
 @with_output
-def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool, dry_run: bool) -> Report:
+def remove(
+    request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool, dry_run: bool
+) -> Report:
     """Remove installed skills.
 
     From each DIRECTORY: a path, which tells its scope, or with --scope as `agents` lists it: .claude/skills. Without
@@ -108,7 +110,9 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     # All directories would fill a screen: those in use are what is meant.
     in_use = [spelling for spelling, place in known.items() if any(c.exists for c in request.survey.at(*place))]
     expected = f"; expected one of {', '.join(in_use)}" if in_use else ", and no skill is installed"
-    message = f"unknown directory {text!r}{expected}.{did_you_mean(text, known)}"
+    message = (
+        f"unknown directory {text!r}{expected}.{did_you_mean(text, [directory for _, directory in known.values()])}"
+    )
     raise click.BadParameter(message, param_hint="DIRECTORY")
 
 
@@ -156,13 +160,11 @@ def loss_lines(
     for scope, agent, names in losing:
         if agent in request.in_use or agent in alone:
             groups.setdefault((scope, tuple(names)), []).append(agent)
-    return [
-        Line(
-            f"{names_of(agents)} {'finds' if len(agents) == 1 else 'find'} {skills_of(names)} no more at {scope} scope.",
-            Tone.WARNING,
-        )
-        for (scope, names), agents in groups.items()
-    ]
+    lines: list[Block] = []
+    for (scope, names), agents in groups.items():
+        verb = "no longer finds" if len(agents) == 1 else "no longer find"
+        lines.append(Line(f"{names_of(agents)} {verb} {skills_of(names)} at {scope} scope.", Tone.WARNING))
+    return lines
 
 
 def table(request: Request, scope: Scope, removals: Iterable[Removal], *, dry_run: bool) -> Table:

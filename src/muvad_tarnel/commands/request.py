@@ -112,4 +112,3 @@ class Request:
             raise Failure(f"no agent was detected in {home_directory()}", "use --agent or --all-agents")
         self.console.note(f"detected: {', '.join(AGENT_CONFIG[agent].name for agent in found)}")
         return found
-

@@ -122,7 +122,11 @@ def record(request: Request, shadow: Shadow) -> Record:
         "project_path": str(shadow.project.path),
         "different": shadow.is_different,
         "agents": [
-            {"agent": agent, "precedence": (precedence := AGENT_CONFIG[agent].precedence), "effect": EFFECTS[precedence]}
+            {
+                "agent": agent,
+                "precedence": (precedence := AGENT_CONFIG[agent].precedence),
+                "effect": EFFECTS[precedence],
+            }
             for agent in shadow.agents
         ],
         "ways_out": [

@@ -7,7 +7,7 @@ from muvad_tarnel.commands.options import with_output
 from muvad_tarnel.commands.running import speaking
 from muvad_tarnel.commands.spelling import Choice
 from muvad_tarnel.installed.documents import document
-from muvad_tarnel.output.report import Block, Document, Report, Table
+from muvad_tarnel.output.report import Block, Document, Record, Report, Table
 from muvad_tarnel.setup import skill
 
 
@@ -32,10 +32,10 @@ def show(name: str | None, **options: object) -> None:
     blocks: list[Block] = [Table("", ("Skill", "Purpose"), [(each, purpose(each)) for each in names])]
     if name:
         blocks = [Document(document(name))]
-    results = [
+    results: list[Record] = [
         {"skill": each, "version": __version__, "purpose": purpose(each), "text": document(each)} for each in names
     ]
-    speaking(lambda _: Report(blocks, list(results)), "show")(**options)
+    speaking(lambda _: Report(blocks, results), "show")(**options)
 
 
 def purpose(name: str) -> str:

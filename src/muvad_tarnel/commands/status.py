@@ -99,7 +99,9 @@ def listed(request: Request) -> Iterator[Copy]:
                 yield copy
 
 
-def blocks(request: Request, copies: list[Copy], finders: list[str] | tuple[str, ...], hints: Advice) -> Iterator[Block]:
+def blocks(
+    request: Request, copies: list[Copy], finders: list[str] | tuple[str, ...], hints: Advice
+) -> Iterator[Block]:
     """What a person gets to see: the copies, who finds them, and what to do."""
     for scope in request.scopes:
         if rows := [copy for copy in copies if copy.scope == scope]:
@@ -137,10 +139,7 @@ def finding_table(request: Request, finders: list[str] | tuple[str, ...]) -> lis
     shown = [
         agent
         for agent in finders
-        if request.named
-        or agent in request.in_use
-        or request.console.verbose
-        or not request.console.style.is_terminal
+        if request.named or agent in request.in_use or request.console.verbose or not request.console.style.is_terminal
     ]
     if not finders:
         return []

@@ -72,7 +72,11 @@ def agent_records(survey: Survey, scopes: Sequence[Scope], agents: Iterable[str]
             "agent": agent,
             "name": AGENT_CONFIG[agent].name,
             "finds": [
-                {"scope": scope, "skill": name, "paths": [str(c.path) for c in survey.finds(agent, scope, name).values()]}
+                {
+                    "scope": scope,
+                    "skill": name,
+                    "paths": [str(c.path) for c in survey.finds(agent, scope, name).values()],
+                }
                 for scope in scopes
                 for name in skill.SKILL_TEMPLATES
             ],
@@ -139,4 +143,3 @@ def twice_lines(request: Request, survey: Survey, scope: Scope, verbs: tuple[str
         verb = verbs[len(agents) > 1]
         lines.append(Line(f"{names_of(agents)} {verb} {skills_of(names)} {count}: in {places}.", Tone.WARNING))
     return lines
-

@@ -84,7 +84,7 @@ def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     return copies
 
 
-def read_copy(copy: Copy) -> Copy:
+def read_copy(copy: Copy) -> Copy:  # noqa: PLR0911 (one for each thing that may be there)
     """The copy as it is on the disk now."""
     copy = Copy(*copy[:6], misplaced=copy.misplaced)
 
@@ -114,7 +114,7 @@ def read_copy(copy: Copy) -> Copy:
 
 def read(file: Path) -> bytes:
     """The file's bytes. A pipe that has just taken the file's place blocks nobody."""
-    with open(os.open(file, os.O_RDONLY | os.O_NONBLOCK | os.O_CLOEXEC), "rb") as stream:
+    with os.fdopen(os.open(file, os.O_RDONLY | os.O_NONBLOCK | os.O_CLOEXEC), "rb") as stream:
         return stream.read(_LARGEST)
 
 

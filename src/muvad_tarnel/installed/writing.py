@@ -94,7 +94,7 @@ def staged(folder: Path, content: bytes, like: Copy) -> Iterator[Path]:
     """A locked temporary file with this content, with the owner and mode of the file that it is to replace."""
     path, descriptor = open_locked(folder)
     try:
-        with open(descriptor, "wb") as stream:
+        with os.fdopen(descriptor, "wb") as stream:
             stream.write(content)
             stream.flush()
             if like.exists:
@@ -143,7 +143,7 @@ def keep(file: Path) -> Path:
             except FileExistsError:
                 continue
             try:
-                with open(descriptor, "wb") as stream:
+                with os.fdopen(descriptor, "wb") as stream:
                     stream.write(read(file))
             except OSError:
                 backup.unlink()

@@ -22,6 +22,7 @@ def drawn(blocks: list[Block], style: Style) -> str:
     console = Console(
         force_terminal=True,
         color_system="standard" if style.has_colour else None,
+        no_color=not style.has_colour,
         width=get_terminal_size().columns,
         markup=False,
         emoji=False,

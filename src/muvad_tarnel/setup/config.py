@@ -95,9 +95,7 @@ AGENTS: Final = {
         "Windsurf", (".windsurf/skills", _AGENTS), (".codeium/windsurf/skills", _AGENTS), ".codeium/windsurf"
     ),
     "codex": AgentRecord("Codex", (_AGENTS,), (_AGENTS,), "$CODEX_HOME", "both"),
-    "gemini": AgentRecord(
-        "Gemini CLI", (".gemini/skills", _AGENTS), (".gemini/skills", _AGENTS), ".gemini", "project"
-    ),
+    "gemini": AgentRecord("Gemini CLI", (".gemini/skills", _AGENTS), (".gemini/skills", _AGENTS), ".gemini", "project"),
     "opencode": AgentRecord(
         "OpenCode",
         (".opencode/skills", _CLAUDE, _AGENTS),
