@@ -63,8 +63,7 @@ def unified(copy: Copy) -> str:
     compared = unified_diff(
         lines(plain_text(copy.content or b"")),
         lines(document(copy.skill)),
-        f"{copy.path} ({difference(copy)})\n",
-        f"{copy.skill} {__version__} of this package\n",
-        lineterm="\n",
+        f"{copy.path} ({difference(copy)})",
+        f"{copy.skill} {__version__} of this package",
     )
     return "".join("\t".join(map(printable, line.split("\t"))) + "\n" for line in "".join(compared).split("\n")[:-1])

@@ -18,11 +18,11 @@ from muvad_tarnel.commands.wording import (
     state_cell,
     twice_lines,
 )
-from muvad_tarnel.hints import Advice, advice, joined
+from muvad_tarnel.hints import Advice, advice, joined, lacking_at
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
-from muvad_tarnel.planning import Plan
+from muvad_tarnel.planning import additions
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -91,8 +91,8 @@ def listed(request: Request) -> Iterator[Copy]:
     """The copies worth a row: what exists, what its neighbours lack, and what an install would write."""
     survey = request.survey
     for scope in request.scopes:
-        usable = [agent for agent in request.named if survey.lacking(agent, request.scopes)]
-        planned = {copy.path for copy in Plan(survey, scope, usable, force=False).added} if usable else set()
+        lacking = lacking_at(survey, scope, request.scopes, request.named)
+        planned = {copy.path for copy in additions(survey, scope, lacking)}
         in_use = {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
         for copy in survey.read_by(request.named or AGENT_CONFIG, [scope]):
             if copy.exists or copy.directory in in_use or copy.path in planned:

@@ -49,7 +49,8 @@ def readers_in_words(request: Request, directory: str, scope: Scope) -> str:
         wanted = set(readers)
     names = [AGENT_CONFIG[agent].name for agent in readers if agent in wanted]
     others = len(readers) - len(names)
-    return ", ".join([*names, *([f"{others} {'others' if names else 'agents'}"] if others else [])])
+    word = ("other" if names else "agent") + "s" * (others > 1)
+    return ", ".join([*names, *([f"{others} {word}"] if others else [])])
 
 
 def copy_record(copy: Copy) -> Record:
