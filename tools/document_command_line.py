@@ -16,6 +16,7 @@ import string
 import sys
 from io import StringIO
 from pathlib import Path
+from typing import Self
 
 from rich._export_format import CONSOLE_SVG_FORMAT
 from rich.console import Console
@@ -48,7 +49,7 @@ class Stage:
         self.home.mkdir(mode=0o700)
         (self.home / PROJECT / ".git").mkdir(parents=True)
 
-    def __enter__(self) -> "Stage":
+    def __enter__(self) -> Self:
         """Use the stage."""
         return self
 

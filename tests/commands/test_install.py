@@ -71,7 +71,7 @@ def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> Non
     assert [path.read_bytes() == text for path, text in zip(others, before, strict=True)] == [False, True]
 
 
-def test_a_plan_gives_its_reasons(home: Path) -> None:
+def test_a_plan_gives_its_reasons() -> None:
     said = answer("plan", *agents("claude", "cursor", "windsurf"), "--scope", "project")
     assert {r["directory"]: {s["agent"]: s["why"] for s in r["serves"]} for r in said["results"]} == {
         ".claude/skills": {"claude": "its own directory", "cursor": "shared, in place of .cursor/skills"},

@@ -1,6 +1,5 @@
 """Agents, scopes, roots, and mistakes in naming them."""
 
-import os
 from pathlib import Path
 
 import pytest
@@ -80,7 +79,7 @@ def test_mistakes_are_named(home: Path, arguments: str, named: list[str]) -> Non
     result = run(*arguments.split())
     assert (result.exit_code, result.stdout) == (2, "")
     assert all(word in result.stderr.split("Error:")[1] for word in named), result.stderr
-    assert os.listdir(home) == []
+    assert list(home.iterdir()) == []
 
 
 @pytest.mark.parametrize("command", ["install", "status", "remove"])

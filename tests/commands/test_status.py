@@ -95,4 +95,4 @@ def test_an_edited_copy_is_no_way_out(home: Path, project: Path) -> None:
     put(home, ".claude/skills", "modified", "tarnel")
     put(project, ".claude/skills", "current", "tarnel")
     (row,) = answer("shadowed")["results"]
-    assert [(way["command"], way["problem"]) for way in row["ways_out"]][0] == (None, "edited")
+    assert (row["ways_out"][0]["command"], row["ways_out"][0]["problem"]) == (None, "edited")

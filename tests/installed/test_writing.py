@@ -6,7 +6,6 @@ import resource
 import signal
 import subprocess
 import threading
-from collections.abc import Callable
 from pathlib import Path
 
 import pytest
@@ -24,7 +23,7 @@ class TestLinks:
     @pytest.mark.parametrize("link", [".claude/skills/tarnel/SKILL.md", ".claude/skills/tarnel", ".claude"])
     @pytest.mark.parametrize("kind", ["foreign", "outdated", "missing"])
     def test_one_that_leads_elsewhere_is_refused(
-        self, home: Path, project: Path, tmp_path: Path, *, command: str, link: str, kind: str
+        self, project: Path, tmp_path: Path, *, command: str, link: str, kind: str
     ) -> None:
         place, target = project / link, tmp_path / "elsewhere"
         place.parent.mkdir(parents=True, exist_ok=True)
@@ -92,16 +91,23 @@ class TestFailures:
         copy = copy_in(home, ".claude/skills", "tarnel-map")
         if obstacle not in ("a file for a directory", "a dangling link"):
             copy.parent.mkdir(parents=True)
-        make: dict[str, Callable[[], object]] = {
-            "a file for a directory": lambda: (home / ".claude").write_text("in the way"),
-            "a directory for a file": copy.mkdir,
-            "a pipe": lambda: os.mkfifo(copy),
-            "a dangling link": lambda: ((home / ".claude").mkdir(), (home / ".claude/skills").symlink_to("nowhere")),
-            "a loop": lambda: copy.symlink_to(copy.name),
-            "too large": lambda: (copy.touch(), os.truncate(copy, 2**40)),
-            "not UTF-8": lambda: copy.write_bytes(b"version: \xff\n"),
-        }
-        make[obstacle]()
+        match obstacle:
+            case "a file for a directory":
+                (home / ".claude").write_text("in the way")
+            case "a directory for a file":
+                copy.mkdir()
+            case "a pipe":
+                os.mkfifo(copy)
+            case "a dangling link":
+                (home / ".claude").mkdir()
+                (home / ".claude/skills").symlink_to("nowhere")
+            case "a loop":
+                copy.symlink_to(copy.name)
+            case "too large":
+                copy.touch()
+                os.truncate(copy, 2**40)
+            case "not UTF-8":
+                copy.write_bytes(b"version: \xff\n")
         result = run("install", *dry)
         (line,) = result.stderr.splitlines()
         assert line.startswith("Error: " + words.format(root=home, copy=copy))

@@ -1,7 +1,6 @@
 """Every command's JSON object is what docs/cli.schema.json says, whatever happens."""
 
 import json
-import os
 from pathlib import Path
 from typing import Any
 
@@ -52,4 +51,4 @@ def test_usage_errors(home: Path, mistake: str) -> None:
     assert (result.exit_code, result.stderr.startswith("Usage: ")) == (2, True)
     (error,) = checked(json.loads(result.stdout))["errors"]
     assert error["problem"].split(".")[0].split("\n")[0] in result.stderr.replace("\n", " ")
-    assert os.listdir(home) == []
+    assert list(home.iterdir()) == []

@@ -51,12 +51,6 @@ def plan(request: Request) -> Report:
     )
 
 
-def files_found(chosen: Plan, agent: str) -> list[str]:
-    """The directories through which an agent would find skills, those that links make one counted once."""
-    found = (chosen.after.finds(agent, chosen.scope, name).values() for name in skill.SKILL_TEMPLATES)
-    return list(dict.fromkeys(copy.directory for copies in found for copy in copies))
-
-
 def is_twice(chosen: Plan, agent: str) -> bool:
     """Whether an agent would find a skill several times."""
     return any(len(chosen.after.finds(agent, chosen.scope, name)) > 1 for name in skill.SKILL_TEMPLATES)
@@ -82,7 +76,7 @@ def table(request: Request, chosen: Plan) -> Table:
     rows: list[tuple[str | Cell, ...]] = [
         (
             request.place(chosen.scope, directory),
-            what(chosen, directory),
+            f"would write {written}" if (written := len(written_to(chosen, directory))) else "there already",
             AGENT_CONFIG[agent].name,
             Cell(why(chosen, directory, agent), Tone.WARNING if is_twice(chosen, agent) else Tone.GOOD),
         )
@@ -92,16 +86,15 @@ def table(request: Request, chosen: Plan) -> Table:
     return Table(scope_title(request, chosen.scope), ("Directory", "Files", "Serves", "Why"), rows, shared=(2, 0))
 
 
-def what(chosen: Plan, directory: str) -> str:
-    """What an install does in a directory."""
-    written = [copy for copy in chosen.writes if copy.directory == directory]
-    return f"would write {len(written)}" if written else "there already"
+def written_to(chosen: Plan, directory: str) -> list[str]:
+    """The skills that an install would write into a directory."""
+    return [copy.skill for copy in chosen.writes if copy.directory == directory]
 
 
 def why(chosen: Plan, directory: str, agent: str) -> str:
     """Why an agent is served by a directory."""
-    others = [other for other in files_found(chosen, agent) if other != directory]
-    if others and is_twice(chosen, agent):
+    if is_twice(chosen, agent):
+        others = [other for other, readers in chosen.directories.items() if agent in readers and other != directory]
         return f"twice: reads {joined(others)} as well"
     native = AGENT_CONFIG[agent].directories(chosen.scope)[0]
     return "its own directory" if directory == native else f"shared, in place of {native}"
@@ -126,7 +119,7 @@ def record(request: Request, chosen: Plan, directory: str) -> Record:
         "scope": chosen.scope,
         "directory": directory,
         "path": str(request.root / directory),
-        "writes": [copy.skill for copy in chosen.writes if copy.directory == directory],
+        "writes": written_to(chosen, directory),
         "serves": [
             {
                 "agent": agent,

@@ -26,7 +26,6 @@ from muvad_tarnel.installed.survey import Survey, directories_read, readers_of
 from muvad_tarnel.installed.writing import clean_up, obstacle_to_removing, reason_to_keep
 from muvad_tarnel.installed.writing import remove as remove_copy
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
-from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 
@@ -80,12 +79,11 @@ def remove(
     blocks: list[Block] = [table(request, scope, removals, dry_run=dry_run) for scope in scopes if removals]
     if not removals:
         blocks.append(Line(f"Nothing to remove in {joined(request.place(*place) for place in places)}.", Tone.GOOD))
-    losing = [agent for scope in scopes for agent in losing_at(survey, after, scope)]
     return Report(
-        [*blocks, *loss_lines(request, removals, losing), *([] if dry_run else advice_blocks(request, hints))],
+        [*blocks, *loss_lines(request, after, removals), *([] if dry_run else advice_blocks(request, hints))],
         [record(removal) for removal in removals],
         {"dry_run": dry_run},
-        agents=agent_records(after, scopes, dict.fromkeys(agent for _, agent, _ in losing)),
+        agents=agent_records(after, scopes, survey.finders(scopes)),
         advice=advice_records(request, hints),
         errors=list(dict.fromkeys(removal.obstacle for removal in removals if removal.obstacle)),
         exit_code=int(any(removal.obstacle for removal in removals)),
@@ -136,30 +134,16 @@ def removed(request: Request, copy: Copy, *, force: bool, dry_run: bool) -> Remo
     return Removal(copy, obstacle, forced)
 
 
-def losing_at(before: Survey, after: Survey, scope: Scope) -> list[tuple[Scope, str, list[str]]]:
-    """The agents that find skills at a scope no more, and which."""
-    losing = []
-    for agent in AGENT_CONFIG:
-        names = [
-            name
-            for name in skill.SKILL_TEMPLATES
-            if before.finds(agent, scope, name) and not after.finds(agent, scope, name)
-        ]
-        if names:
-            losing.append((scope, agent, names))
-    return losing
-
-
-def loss_lines(
-    request: Request, removals: Iterable[Removal], losing: Iterable[tuple[Scope, str, list[str]]]
-) -> list[Block]:
+def loss_lines(request: Request, after: Survey, removals: Iterable[Removal]) -> list[Block]:
     """Who finds a skill no more, among the agents detected or served by a directory alone."""
     places = {(removal.copy.directory, removal.copy.scope) for removal in removals}
     alone = {readers[0] for place in places if len(readers := readers_of(*place)) == 1}
     groups: dict[tuple[Scope, tuple[str, ...]], list[str]] = {}
-    for scope, agent, names in losing:
-        if agent in request.in_use or agent in alone:
-            groups.setdefault((scope, tuple(names)), []).append(agent)
+    for scope in dict.fromkeys(scope for _, scope in places):
+        for agent in AGENT_CONFIG:
+            lost = [n for n in after.lacking(agent, [scope]) if n not in request.survey.lacking(agent, [scope])]
+            if lost and (agent in request.in_use or agent in alone):
+                groups.setdefault((scope, tuple(lost)), []).append(agent)
     lines: list[Block] = []
     for (scope, names), agents in groups.items():
         verb = "no longer finds" if len(agents) == 1 else "no longer find"

@@ -21,6 +21,7 @@ from muvad_tarnel.commands.wording import (
 from muvad_tarnel.hints import Advice, advice, joined, lacking_at
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.shadowing import shadows_among
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
 from muvad_tarnel.setup import skill
@@ -159,10 +160,8 @@ def finding_table(request: Request, finders: list[str] | tuple[str, ...]) -> lis
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
     """What the tables don't tell: unreadable and foreign copies, linked directories, shadowing."""
     for copy in copies:
-        if copy.obstacle:
-            yield Line(f"{copy.obstacle}.", Tone.BAD)
-        elif copy.misplaced and copy.exists:
-            yield Line(f"{copy.misplaced}.", Tone.BAD)
+        if obstacle := copy.obstacle or (copy.misplaced if copy.exists else None):
+            yield Line(f"{obstacle}.", Tone.BAD)
         elif copy.state is State.FOREIGN:
             yield Line(f"{copy.path} was not written by this package, and does not count as a skill of it.", Tone.BAD)
     linked = {
@@ -177,13 +176,7 @@ def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
 
 def shadow_remark(request: Request) -> Iterator[Block]:
     """A pointer to `shadowed`, if an agent finds different texts of a skill at both scopes."""
-    if len(request.scopes) < 2:
-        return
-    from muvad_tarnel.installed.shadowing import shadows_among  # noqa: PLC0415 (seldom needed)
-
-    agents = request.named or tuple(AGENT_CONFIG)
-    if names := dict.fromkeys(s.user.skill for s in shadows_among(request.survey, agents) if s.is_different):
-        text = f"Different copies of {joined(names)} at both scopes: one may hide the other."
-        yield Line(text, Tone.WARNING)
-        words = request.command(None, ["shadowed"])
-        yield Command("to see:", command_line(words))
+    shadows = shadows_among(request.survey, request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
+    if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
+        yield Line(f"Different copies of {joined(names)} at both scopes: one may hide the other.", Tone.WARNING)
+        yield Command("to see:", command_line(request.command(None, ["shadowed"])))

@@ -65,13 +65,16 @@ class Copy(NamedTuple):
 
 def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     """Every skill's place in a skills directory. Raises nothing for what is on the disk."""
-    folder = root / directory
-    actual = Path(os.path.realpath(folder))
-    try:
-        is_there = folder.is_dir()
-        obstacle = None if is_there else dangling(folder)
-    except OSError as error:
-        is_there, obstacle = False, obstacle_of(error, folder)
+    folder = actual = root / directory
+    is_there, obstacle = False, None
+    # Most directories of the table are missing from the first part on: then there is nothing to resolve.
+    if os.path.lexists(root / Path(directory).parts[0]):
+        actual = Path(os.path.realpath(folder))
+        try:
+            is_there = folder.is_dir()
+            obstacle = None if is_there else dangling(folder)
+        except OSError as error:
+            obstacle = obstacle_of(error, folder)
     copies = []
     for name in skill.SKILL_TEMPLATES:
         path = skill.skill_target_path("project", root, name, directory)

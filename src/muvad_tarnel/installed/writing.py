@@ -138,15 +138,14 @@ def keep(file: Path) -> Path:
         except FileExistsError:
             continue
         except OSError:  # there are no hard links here
+            content = read(file)
             try:
-                descriptor = os.open(backup, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o666)
+                with backup.open("xb") as stream:
+                    stream.write(content)
             except FileExistsError:
                 continue
-            try:
-                with os.fdopen(descriptor, "wb") as stream:
-                    stream.write(read(file))
             except OSError:
-                backup.unlink()
+                backup.unlink(missing_ok=True)
                 raise
         return backup
     raise AssertionError
