@@ -65,14 +65,20 @@ def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Se
 
 def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> Advice:
     """An install for agents that lack a skill: for all of them, or for those that nothing stands in the way of."""
-    blocked = [agent for agent in agents if Plan(survey, scope, [agent], force=False).obstacles]
-    obstacles = [obstacle for agent in blocked for obstacle in Plan(survey, scope, [agent], force=False).obstacles]
-    free = [agent for agent in agents if agent not in blocked]
-    obstacles += Plan(survey, scope, free, force=False).obstacles
-    if not free or Plan(survey, scope, free, force=False).obstacles:
-        return Advice(obstacles=tuple(obstacles))
-    reason = f"{names_of(free)} {'does' if len(free) == 1 else 'do'} not find every skill"
-    return Advice((Hint(reason, scope, ("install", "--scope", scope, *agent_words(free))),), tuple(obstacles))
+
+    def obstacles_to(*keys: str) -> list[Obstacle]:
+        return Plan(survey, scope, keys, force=False).obstacles
+
+    if not agents:
+        return Advice()
+    obstacles: list[Obstacle] = []
+    if obstacles_to(*agents):
+        obstacles = [obstacle for agent in agents for obstacle in obstacles_to(agent)]
+        agents = [agent for agent in agents if not obstacles_to(agent)]
+        if not agents or obstacles_to(*agents):
+            return Advice(obstacles=tuple(obstacles))
+    reason = f"{names_of(agents)} {'does' if len(agents) == 1 else 'do'} not find every skill"
+    return Advice((Hint(reason, scope, ("install", "--scope", scope, *agent_words(agents))),), tuple(obstacles))
 
 
 def removing(survey: Survey, scopes: Sequence[Scope]) -> list[Hint]:

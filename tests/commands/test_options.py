@@ -31,6 +31,15 @@ def test_naming_a_project_implies_its_scope(home: Path, project: Path, *, option
     assert (bool(files(project)), bool(files(home))) == (is_project, not is_project)
 
 
+def test_a_moved_directory_is_installed_into(home: Path, tmp_path: Path) -> None:
+    for moved in (tmp_path / "away", home / "claude"):
+        assert run_process("skill", "install", CLAUDE_CONFIG_DIR=str(moved)).returncode == 0
+        assert holding_all(moved) == {"skills"}
+        assert run_process("skill", "status", "--check", CLAUDE_CONFIG_DIR=str(moved)).returncode == 0
+        assert run_process("skill", "remove", str(moved / "skills"), CLAUDE_CONFIG_DIR=str(moved)).returncode == 0
+        assert files(moved) == set()
+
+
 def test_hints_name_the_project(tmp_path: Path) -> None:
     elsewhere = tmp_path / "else where"
     put(elsewhere, ".claude/skills", "outdated")

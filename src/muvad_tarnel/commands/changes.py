@@ -1,18 +1,26 @@
 """Writing copies and reporting what became of each: what `install` and `update` share."""
 
-from collections.abc import Iterable, Sequence
+from collections.abc import Callable, Iterable, Sequence
 from pathlib import Path
 from typing import NamedTuple
 
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import copy_record, readers_in_words, scope_title
+from muvad_tarnel.commands.wording import (
+    advice_blocks,
+    advice_records,
+    agent_records,
+    copy_record,
+    readers_in_words,
+    scope_title,
+)
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import count, joined
+from muvad_tarnel.hints import advice, count, joined
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.survey import Survey
 from muvad_tarnel.installed.writing import clean_up, obstacle_met, obstacle_to_writing, replace
-from muvad_tarnel.output.report import Block, Cell, Line, Record, Table, Tone
+from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
 
 DIFFERENCES = {
     State.FOREIGN: "not written by this package",
@@ -56,12 +64,11 @@ def write(request: Request, copy: Copy, *, dry_run: bool) -> Outcome:
             kept = replace(copy)
         except OSError as error:
             obstacle = obstacle_met(error, copy)
+    what = f"{copy.path}, {difference(copy)}"
     if kept:
-        text = f"replaced {copy.path}, {difference(copy)}; the old text is kept as {kept}"
-        request.console.note(text, is_important=True)
+        request.console.note(f"replaced {what}; the old text is kept as {kept}", is_important=True)
     elif dry_run and not obstacle and copy.exists and not copy.is_ours:
-        text = f"would replace {copy.path}, {difference(copy)}, and keep the old text beside it"
-        request.console.note(text, is_important=True)
+        request.console.note(f"would replace {what}, and keep the old text beside it", is_important=True)
     return Outcome(copy, verb, kept, obstacle)
 
 
@@ -110,19 +117,43 @@ def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
     parts += [f"{count(current)} already up to date"] if current else []
     parts += [f"{others} unchanged"] if others else []
     parts += [f"{len(failed)} failed"] if failed else []
-    text = joined(parts) if parts else "nothing to do"
+    text = joined(parts) if parts else "no copy needs an update"
     return Line(f"{text[0].upper()}{text[1:]}.", Tone.BAD if failed else Tone.GOOD)
 
 
 def outcome_record(outcome: Outcome) -> Record:
     """What became of one copy, for programs. Its state and version are those from before."""
-    is_written = outcome.is_written
     return copy_record(outcome.copy) | {
-        "action": "failed" if outcome.obstacle else outcome.verb if is_written else "none",
+        "action": "failed" if outcome.obstacle else outcome.verb or "none",
         "kept": str(outcome.kept) if outcome.kept else None,
     }
 
 
-def obstacles_of(outcomes: Iterable[Outcome]) -> list[Obstacle]:
-    """What went wrong, each obstacle once."""
-    return list(dict.fromkeys(outcome.obstacle for outcome in outcomes if outcome.obstacle))
+def report_of(
+    request: Request,
+    outcomes: Sequence[Outcome],
+    agents: Sequence[str],
+    *,
+    dry_run: bool,
+    remarks: Callable[[Survey], Iterable[Block]] = lambda _: (),
+) -> Report:
+    """The report on writing for the agents. The remarks are about the survey as it is, or would be, afterwards."""
+    obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
+    survey = request.survey
+    after = survey.changed(State.CURRENT, (outcome.copy for outcome in outcomes if outcome.is_written))
+    # Hints are for what is on the disk, which a dry run has not changed.
+    hints = advice(survey if dry_run else after, request.scopes, agents)
+    return Report(
+        [
+            *outcome_tables(request, outcomes, dry_run=dry_run),
+            *remarks(after),
+            summary(outcomes, dry_run=dry_run),
+            *([] if dry_run else advice_blocks(request, hints)),
+        ],
+        [outcome_record(outcome) for outcome in outcomes],
+        {"dry_run": dry_run},
+        agents=agent_records(after, request.scopes, agents or after.finders(request.scopes)),
+        advice=advice_records(request, hints),
+        errors=[*obstacles, *hints.obstacles],
+        exit_code=int(bool(obstacles)),
+    )

@@ -2,24 +2,15 @@
 
 import click
 
-from muvad_tarnel.commands.changes import (
-    Outcome,
-    obstacles_of,
-    outcome_record,
-    outcome_tables,
-    summary,
-    write_all,
-)
+from muvad_tarnel.commands.changes import Outcome, report_of, write_all
 from muvad_tarnel.commands.options import asked_for, dry_run_option, with_output
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import advice_blocks, advice_records, agent_records, twice_lines
-from muvad_tarnel.hints import advice, joined
-from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.survey import each_once
+from muvad_tarnel.commands.wording import twice_lines
+from muvad_tarnel.hints import joined, names_of
+from muvad_tarnel.installed.survey import Survey, each_once
 from muvad_tarnel.output.report import Block, Line, Report, Tone
 from muvad_tarnel.planning import Plan
 from muvad_tarnel.setup import skill
-from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
 @click.command("install")
@@ -54,26 +45,13 @@ def install(request: Request, *, force: bool, dry_run: bool) -> Report:
     writes = {outcome.copy.file: outcome for outcome in write_all(request, plan.writes, dry_run=dry_run)}
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
-    obstacles = obstacles_of(outcomes)
-    after = survey.changed(State.CURRENT, (outcome.copy for outcome in outcomes if outcome.is_written))
-    # Hints are for what is on the disk, which a dry run has not changed.
-    hints = advice(survey if dry_run else after, request.scopes, request.agents)
-    verbs = ("would find", "would find") if dry_run else ("finds", "find")
-    return Report(
-        [
-            *outcome_tables(request, outcomes, dry_run=dry_run),
-            *satisfied(request),
-            summary(outcomes, dry_run=dry_run),
-            *twice_lines(request, after, scope, verbs),
-            *([] if dry_run else advice_blocks(request, hints)),
-        ],
-        [outcome_record(outcome) for outcome in outcomes],
-        {"dry_run": dry_run, "scope": scope, "root": str(request.root)},
-        agents=agent_records(after, [scope], request.agents),
-        advice=advice_records(request, hints),
-        errors=[*obstacles, *hints.obstacles],
-        exit_code=int(bool(obstacles)),
-    )
+    verb = "would find" if dry_run else ""
+
+    def remarks(after: Survey) -> list[Block]:
+        return [*satisfied(request), *twice_lines(request, after, scope, (verb or "finds", verb or "find"))]
+
+    report = report_of(request, outcomes, request.agents, dry_run=dry_run, remarks=remarks)
+    return report._replace(facts={**(report.facts or {}), "scope": scope, "root": str(request.root)})
 
 
 def satisfied(request: Request) -> list[Block]:
@@ -86,11 +64,9 @@ def satisfied(request: Request) -> list[Block]:
                 for name in skill.SKILL_TEMPLATES
                 for copy in request.survey.finds(agent, request.scope, name).values()
             ]
-            places.setdefault(tuple(dict.fromkeys(found)), []).append(AGENT_CONFIG[agent].name)
-    return [
-        Line(
-            f"{joined(names)} already {'finds' if len(names) == 1 else 'find'} every skill in {joined(where)}.",
-            Tone.GOOD,
-        )
-        for where, names in places.items()
-    ]
+            places.setdefault(tuple(dict.fromkeys(found)), []).append(agent)
+    lines: list[Block] = []
+    for where, agents in places.items():
+        verb = "finds" if len(agents) == 1 else "find"
+        lines.append(Line(f"{names_of(agents)} already {verb} every skill in {joined(where)}.", Tone.GOOD))
+    return lines
