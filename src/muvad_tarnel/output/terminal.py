@@ -4,8 +4,8 @@ from itertools import groupby
 from shutil import get_terminal_size
 
 from rich import box
+from rich.cells import cell_len
 from rich.console import Console, Group, RenderableType
-from rich.measure import Measurement
 from rich.table import Table as Grid
 from rich.text import Text
 
@@ -45,9 +45,9 @@ def draw(console: Console, blocks: list[Block], style: Style) -> None:
             case Table():
                 if block.title:
                     console.print(Text(printable(block.title), "bold"))
-                grid = grid_of(block, marks, "\u2500" if style.has_marks else "-")
-                is_wide = Measurement.get(console, console.options, grid).minimum > console.width
-                console.print(stack_of(block, marks) if is_wide else grid)
+                widths = widths_of(block, marks, console.width)
+                rule = "\u2500" if style.has_marks else "-"
+                console.print(grid_of(block, marks, rule, widths) if widths else stack_of(block, marks))
             case Line(text, tone):
                 console.print(line_of(text, tone, marks))
             case Command(label, text):
@@ -74,14 +74,26 @@ def diff_style(line: str) -> str:
     return {"+": "green", "-": "red", "@": "cyan"}.get(line[:1], "")
 
 
-def grid_of(table: Table, marks: dict[Tone, str], rule: str) -> Grid:
-    """The table with its columns side by side. Its cells are broken between words only."""
+def widths_of(table: Table, marks: dict[Tone, str], available: int) -> list[int]:
+    """The widths at which the columns fit with no word broken; none if there are no such widths."""
+    cells = [[text_of(cell, marks).plain for cell in column] for column in zip(table.columns, *table.rows, strict=True)]
+    least = [max(cell_len(word) for text in column for word in text.split() or [""]) for column in cells]
+    widths = [max(map(cell_len, column)) for column in cells]
+    while sum(widths) + 2 * len(widths) - 1 > available:
+        slack = [width - minimum for width, minimum in zip(widths, least, strict=True)]
+        if not any(slack):
+            return []
+        widths[slack.index(max(slack))] -= 1
+    return widths
+
+
+def grid_of(table: Table, marks: dict[Tone, str], rule: str, widths: list[int]) -> Grid:
+    """The table with its columns side by side."""
     lines = box.Box(f"    \n    \n{rule}{rule}{rule}{rule}\n" + "    \n" * 5)
     grid = Grid(box=lines, header_style="bold", show_edge=False, padding=(0, 1, 0, 0))
     rows = [[text_of(cell, marks) for cell in row] for row in table.rows]
-    for column, cells in zip(table.columns, zip(*rows, strict=True), strict=True):
-        words = [word for cell in cells for word in cell.plain.split()]
-        grid.add_column(column, overflow="fold", min_width=max(map(len, [column, *words])))
+    for column, width in zip(table.columns, widths, strict=True):
+        grid.add_column(column, overflow="fold", width=width)
     head, tail = table.shared
     groups = [
         list(group) for _, group in groupby(rows, lambda row: (row[:head], row[len(row) - tail :]) if head else row)
@@ -105,17 +117,13 @@ def merged(rows: list[list[Text]], head: int, tail: int) -> list[list[Text]]:
 
 def stack_of(table: Table, marks: dict[Tone, str]) -> Group:
     """The table with the cells of a row below one another, for a terminal that is too narrow for columns."""
-    width = max(map(len, table.columns))
-    grid = Grid.grid(padding=(0, 1, 0, 0))
-    grid.add_column(min_width=min(width, 12), style="bold")
-    grid.add_column(overflow="fold")
-    for index, row in enumerate(table.rows):
-        if index:
-            grid.add_row()
-        for column, cell in zip(table.columns, row, strict=True):
-            if text := text_of(cell, marks):
-                grid.add_row(column, text)
-    return Group(grid)
+    lines = [
+        Text.assemble((f"{column}: ", "bold"), text, overflow="fold")
+        for row in table.rows
+        for column, cell in (("", ""), *zip(table.columns, row, strict=True))
+        if (text := text_of(cell, marks)) or not column
+    ]
+    return Group(*(line if line.plain != ": " else Text() for line in lines[1:]))
 
 
 def text_of(cell: str | Cell, marks: dict[Tone, str]) -> Text:
