@@ -64,7 +64,7 @@ def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Se
 
 
 def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> Advice:
-    """An install for agents that lack a skill: for all of them, or for those that nothing stands in the way of."""
+    """An install for agents that lack a skill: for all of them, or for those without obstacles."""
 
     def obstacles_to(*keys: str) -> list[Obstacle]:
         return Plan(survey, scope, keys, force=False).obstacles

@@ -42,7 +42,7 @@ class TestLinks:
             assert (result.exit_code == 1, str(place) in result.stderr, str(target) in result.stderr) == (acted,) * 3
         assert place.is_symlink()
 
-    def test_one_to_another_file_of_the_repository_is_refused(self, project: Path) -> None:
+    def test_one_to_another_file_is_refused(self, project: Path) -> None:
         (project / "README.md").write_text("mine")
         copy = put(project, ".claude/skills", "missing", "tarnel")
         copy.symlink_to(project / "README.md")
@@ -160,6 +160,7 @@ class TestOthers:
         folder = put(home, ".claude/skills").parent
         abandoned, in_use = folder / ".SKILL.md.1.tmp", folder / ".SKILL.md.2.tmp"
         abandoned.touch()
+        (folder / ".SKILL.md.0.tmp").symlink_to(abandoned)
         with in_use.open("w") as stream:
             fcntl.flock(stream, fcntl.LOCK_EX)
             run("install")

@@ -153,10 +153,11 @@ def keep(file: Path) -> Path:
 
 def clean_up(copies: Iterable[Copy]) -> None:
     """Remove the temporary files that killed runs have left beside the copies."""
+    # Whatever keeps one from being removed keeps nobody from writing.
     for folder in {copy.file.parent for copy in copies if not copy.misplaced}:
-        with suppress(OSError):  # whatever keeps us from cleaning up keeps nobody from writing
-            for path in folder.iterdir():
-                if path.name.startswith(_PREFIX) and path.name.endswith(_SUFFIX):
+        with suppress(OSError):
+            for path in list(folder.glob(f"{_PREFIX}*{_SUFFIX}")):
+                with suppress(OSError):
                     remove_abandoned(path)
 
 
