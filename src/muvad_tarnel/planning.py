@@ -68,7 +68,8 @@ def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str]
     candidates = {candidate for candidates in rows.values() for candidate in candidates}
     for agent in AGENT_CONFIG:
         if agent not in lacking and survey.finds(agent, scope, name):
-            rows[agent] = [candidate for candidate in row(agent) if candidate in candidates]
+            reached = dict.fromkeys(aliases[directory] for directory in AGENT_CONFIG[agent].directories(scope))
+            rows[agent] = [candidate for candidate in reached if candidate in candidates]
     return [places[directory] for directory in choose(rows) if directory not in held]
 
 

@@ -78,12 +78,12 @@ def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     copies = []
     for name in skill.SKILL_TEMPLATES:
         path = skill.skill_target_path("project", root, name, directory)
-        copy = Copy(scope, root, directory, name, path, actual / name / path.name, obstacle=obstacle)
-        if is_there:
-            copy = read_copy(copy)
-        elif obstacle:
-            copy = copy._replace(state=State.UNREADABLE)
-        copies.append(copy._replace(misplaced=misplaced(copy)))
+        file = path if actual is folder else actual / name / path.name
+        state = State.UNREADABLE if obstacle else State.MISSING
+        copy = Copy(scope, root, directory, name, path, file, state, obstacle=obstacle)
+        copy = read_copy(copy) if is_there else copy
+        reason = misplaced(copy)
+        copies.append(copy._replace(misplaced=reason) if reason else copy)
     return copies
 
 
@@ -138,7 +138,7 @@ def dangling(path: Path) -> Obstacle | None:
 
 def misplaced(copy: Copy) -> Obstacle | None:
     """The link that makes a path lead to another file than a copy of the skill, or out of the repository."""
-    if copy.file == copy.path:
+    if copy.file is copy.path or copy.file == copy.path:
         return None
     is_inside = copy.may_hold(copy.file)
     if is_inside and copy.file.name == copy.path.name and copy.file.parent.name == copy.skill:
