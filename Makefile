@@ -35,6 +35,8 @@ help:
 	@echo "make hooks      have git run the quick checks at each commit"
 	@echo "make packages   build and check the source distribution and the wheels; one: sdist, wheel, linux-wheel, mac-wheel"
 	@echo "make clients    have tools and libraries of others use the wheel"
+	@echo "make bench      time the extension against plain Python, Cython, mypyc and the least that could be done"
+	@echo "make bench-counts  count its system calls and instructions, and hold them to the recorded ceilings"
 	@echo "make embedding  build the extension by itself and test a host that vendors it"
 	@echo "make clean      remove all that make has made"
 
@@ -159,6 +161,24 @@ clients: wheel $(CLIENTS)/.environment
 	  $(PACKAGES)/wheel/*.whl
 	@TARNEL_WHEELHOUSE=$(CURDIR)/$(WHEELHOUSE) $(CLIENTS_PY) -X dev -m pytest tests/clients $(ARGS) \
 	  --override-ini="addopts=-ra --disable-plugin-autoload -p pyfakefs.pytest_plugin"
+
+# The benchmark: the extension as it was just built, beside the same module from other compilers.
+BENCH    := .build/bench
+BENCH_PY := PYTHONPATH=src $(BENCH)/bin/python
+PEERS    := .build/peers
+.PHONY: bench bench-counts bench-build
+bench: bench-build
+	@$(BENCH_PY) bench/compare.py $(PEERS) $(ARGS)
+bench-counts: bench-build $(PEERS)/probe.so
+	@$(BENCH_PY) bench/count_calls.py $(PEERS) $(ARGS)
+$(PEERS)/probe.so: bench/probe.c $(PEERS)/.built
+	@$(CC) -O2 -fPIC -shared $< -o $@
+bench-build: $(PEERS)/.built $(INSTALLED)
+	@mkdir -p $(PEERS)/extension && cp $(BUILD)/skill.*.so $(PEERS)/extension/
+$(PEERS)/.built: $(BENCH)/.environment bench/peers.py bench/plain_skill.py bench/floor.c $(wildcard skills/*/SKILL.md)
+	@echo "Building what the extension is compared with"
+	@$(BENCH_PY) bench/peers.py $(PEERS)
+	@touch $@
 
 .PHONY: embedding
 embedding: $(ENVIRONMENT)

@@ -18,4 +18,13 @@ static_assert(every_shape_holds(), "a document under skills/ has lost its shape"
 
 constinit const std::array<Document, document_count> documents = embedded::documents;
 
+std::string render(const Document& document, std::string_view version) {
+    std::string rendered;
+    rendered.reserve(document.text.size() + version.size());
+    rendered += document.text.substr(0, document.field);
+    rendered += version;
+    rendered += document.text.substr(document.field + version_field.size());
+    return rendered;
+}
+
 }  // namespace tarnel::core

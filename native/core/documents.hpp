@@ -3,18 +3,34 @@
 
 #include <array>
 #include <cstddef>
+#include <string>
 #include <string_view>
+
+#include "core/utf8.hpp"
 
 namespace tarnel::core {
 
+inline constexpr std::string_view version_field = "{version}";
+
 struct Document {
+    constexpr Document(std::string_view its_name, std::string_view its_text)
+        : name(its_name), text(its_text), field(its_text.find(version_field)) {
+        for (const char byte : text.substr(0, field))
+            if (!utf8::is_continuation(byte)) characters_before_field++;
+    }
+
     std::string_view name;  // the skill's name, its directory's name and its front matter's `name`
-    std::string_view text;  // the template: UTF-8, line feeds only, with one `{version}` field
+    std::string_view text;  // the template: UTF-8, line feeds only, with one `version_field`
+    std::size_t field;      // where the field begins, in bytes
+    std::size_t characters_before_field = 0;
 };
 
 inline constexpr std::size_t document_count = 3;
 
 // The primary skill, the map skill and the wiki skill, in this order.
 extern const std::array<Document, document_count> documents;
+
+// The document with the version in its field.
+[[nodiscard]] std::string render(const Document& document, std::string_view version);
 
 }  // namespace tarnel::core

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <span>
 
-#include "python/frame.hpp"
+#include "python/call_context.hpp"
 
 namespace tarnel::python {
 

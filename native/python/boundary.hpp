@@ -23,7 +23,7 @@ PyObject* guarded(Body&& body) noexcept {
         PyErr_SetString(PyExc_SystemError, error.what());
         return nullptr;
     } catch (...) {  // nothing of ours: most likely the end of this thread
-        rest_unless_attached();
+        hang_unless_attached();
         PyErr_SetString(PyExc_SystemError, "a C++ exception of an unknown type");
         return nullptr;
     }

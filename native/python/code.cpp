@@ -33,8 +33,8 @@ PyObject* call_body(PyObject* capsule, PyObject* const* arguments, Py_ssize_t co
     }
     return guarded([&] {
         const RecursiveCall recursive;
-        return native->body(Frame(globals, PyEval_GetBuiltins(), *native->texts,
-                                  std::span(arguments, static_cast<std::size_t>(count))));
+        return native->body(CallContext(globals, PyEval_GetBuiltins(), *native->shared,
+                                        std::span(arguments, static_cast<std::size_t>(count))));
     });
 }
 
@@ -96,10 +96,11 @@ Ref capsule_of(std::unique_ptr<NativeBody> native) {
 
 }  // namespace
 
-Ref make_code(const Definition& definition, PyObject* file, const std::shared_ptr<const Texts>& texts) {
+Ref make_code(const Definition& definition, PyObject* file, const std::shared_ptr<Shared>& shared) {
     const int parameters = definition.parameters.size();
     const int positional = definition.parameters.positional();
-    const Ref capsule = capsule_of(std::make_unique<NativeBody>(NativeBody{definition.body, parameters, texts, Ref()}));
+    const Ref capsule =
+        capsule_of(std::make_unique<NativeBody>(NativeBody{definition.body, parameters, shared, Ref()}));
     const Ref builtin = checked(PyCFunction_New(&call_body_method, capsule));
     const Ref doc = checked(PyUnicode_FromString(definition.doc));
     const Ref constants = checked(PyTuple_Pack(constants_of_code, doc.get(), builtin.get()));

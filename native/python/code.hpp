@@ -16,12 +16,12 @@ namespace tarnel::python {
 struct NativeBody {
     Body body;
     Py_ssize_t parameters;
-    std::shared_ptr<const Texts> texts;
+    std::shared_ptr<Shared> shared;
     Ref code;  // a weak reference to the code object, to know it from such copies
 };
 
 // The code object of a definition. `file` is the name that tracebacks show.
-[[nodiscard]] Ref make_code(const Definition& definition, PyObject* file, const std::shared_ptr<const Texts>& texts);
+[[nodiscard]] Ref make_code(const Definition& definition, PyObject* file, const std::shared_ptr<Shared>& shared);
 
 // The body that `code` runs when it is an object made here, unchanged; else null. Runs no foreign code, sets no error.
 [[nodiscard]] const NativeBody* native_body_of(PyObject* code) noexcept;

@@ -5,12 +5,9 @@
 #include <cstddef>
 #include <initializer_list>
 
-#include "python/frame.hpp"
+#include "python/call_context.hpp"
 
 namespace tarnel::python {
-
-// A native body: runs with every parameter bound. Throws PythonError when a Python exception is set.
-using Body = Ref (*)(const Frame& frame);
 
 // A parameter's default, evaluated once, when the function is made.
 struct Default {

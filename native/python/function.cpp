@@ -13,30 +13,30 @@ namespace tarnel::python {
 
 namespace {
 
-// Short calls leave no frames to count against the recursion limit, and the C stack allows fewer of them than a host
+// Fast calls leave no frames to count against the recursion limit, and the C stack allows fewer of them than a host
 // may allow frames: from this depth on, calls go the interpreter's way.
-constexpr int max_nested_short_calls = 100;
-thread_local int nested_short_calls = 0;
+constexpr int max_nested_fast_calls = 100;
+thread_local int nested_fast_calls = 0;
 
-class NestedShortCall {
+class NestedFastCall {
   public:
-    NestedShortCall() noexcept { nested_short_calls++; }
-    NestedShortCall(const NestedShortCall&) = delete;
-    NestedShortCall(NestedShortCall&&) = delete;
-    NestedShortCall& operator=(const NestedShortCall&) = delete;
-    NestedShortCall& operator=(NestedShortCall&&) = delete;
-    ~NestedShortCall() { nested_short_calls--; }
+    NestedFastCall() noexcept { nested_fast_calls++; }
+    NestedFastCall(const NestedFastCall&) = delete;
+    NestedFastCall(NestedFastCall&&) = delete;
+    NestedFastCall& operator=(const NestedFastCall&) = delete;
+    NestedFastCall& operator=(NestedFastCall&&) = delete;
+    ~NestedFastCall() { nested_fast_calls--; }
 };
 
 // How the interpreter calls any function: the same for all of them, in every interpreter of the process.
 std::atomic<vectorcallfunc> interpreter_call = nullptr;
 
-// The short way: binds and runs the body without a frame. Whatever isn't simple is left to the interpreter, before
+// The fast call path: binds and runs the body without a frame. Whatever isn't simple is left to the interpreter, before
 // anything has happened that could be noticed. Not noexcept, for that way may end the thread.
 PyObject* call_function(PyObject* function, PyObject* const* arguments, size_t flags, PyObject* keywords) {
     PyObject* code_object = PyFunction_GET_CODE(function);
     const NativeBody* native = native_body_of(code_object);
-    if (native == nullptr || nested_short_calls >= max_nested_short_calls)
+    if (native == nullptr || nested_fast_calls >= max_nested_fast_calls)
         return interpreter_call.load(std::memory_order_relaxed)(function, arguments, flags, keywords);
 
     // Binding and the body may run code that drops or changes the function: what they use is owned here.
@@ -53,9 +53,10 @@ PyObject* call_function(PyObject* function, PyObject* const* arguments, size_t f
             return {};
         }
         const RecursiveCall recursive;
-        const NestedShortCall nested;
+        const NestedFastCall nested;
         PyObject* builtins = reinterpret_cast<PyFunctionObject*>(function)->func_builtins;
-        return native->body(Frame(PyFunction_GET_GLOBALS(function), builtins, *native->texts, binding.arguments()));
+        return native->body(
+            CallContext(PyFunction_GET_GLOBALS(function), builtins, *native->shared, binding.arguments()));
     });
     if (handled) return result;
     return interpreter_call.load(std::memory_order_relaxed)(function, arguments, flags, keywords);
@@ -105,7 +106,7 @@ void set_annotations(PyObject* function, const Definition& definition) {
     checked(PyFunction_SetAnnotations(function, annotations));
 }
 
-void take_the_short_way(PyObject* object) {
+void use_fast_call(PyObject* object) {
     auto* function = reinterpret_cast<PyFunctionObject*>(object);
     interpreter_call.store(function->vectorcall, std::memory_order_relaxed);
     PyFunction_SetVectorcall(function, call_function);
@@ -113,14 +114,14 @@ void take_the_short_way(PyObject* object) {
 
 }  // namespace
 
-void define(PyObject* globals, const Definition& definition, const std::shared_ptr<const Texts>& texts) {
+void define(PyObject* globals, const Definition& definition, const std::shared_ptr<Shared>& shared) {
     const Ref file = file_of_module(globals);
-    const Ref code = make_code(definition, file, texts);
+    const Ref code = make_code(definition, file, shared);
     const Ref name = checked(PyUnicode_InternFromString(definition.name));
     const Ref function = checked(PyFunction_NewWithQualName(code, globals, name));
     set_defaults(function, definition.parameters, globals);
     set_annotations(function, definition);
-    take_the_short_way(function);
+    use_fast_call(function);
     checked(PyDict_SetItem(globals, name, function));
 }
 

@@ -8,7 +8,7 @@
 namespace tarnel::python {
 
 // Makes the function over `globals`, a module's namespace, with the defaults evaluated now, and binds it there under
-// its name. The function needs nothing of the module but that namespace; it shares `texts` with the others.
-void define(PyObject* globals, const Definition& definition, const std::shared_ptr<const Texts>& texts);
+// its name. The function needs nothing of the module but that namespace; it shares `shared` with the others.
+void define(PyObject* globals, const Definition& definition, const std::shared_ptr<Shared>& shared);
 
 }  // namespace tarnel::python

@@ -25,7 +25,7 @@ class Handling {
     Handling& operator=(const Handling&) = delete;
     Handling& operator=(Handling&&) = delete;
     ~Handling() {
-        rest_unless_attached();
+        hang_unless_attached();
         state_->exc_info = item_.previous_item;
         const Ref handled = Ref::steal(item_.exc_value);  // may be another by now, if foreign code has set one
     }

@@ -43,6 +43,23 @@ Ref file_of_module(PyObject* globals) {
     return checked(PyUnicode_FromString("<extension module>"));  // linked into an executable
 }
 
+std::optional<std::string_view> utf8_of(PyObject* text) {
+    if (!PyUnicode_CheckExact(text)) return {};
+    Py_ssize_t size = 0;
+    const char* utf8 = PyUnicode_AsUTF8AndSize(text, &size);
+    if (utf8 != nullptr) return std::string_view(utf8, static_cast<std::size_t>(size));
+    if (PyErr_ExceptionMatches(PyExc_UnicodeEncodeError) == 0) throw PythonError{};
+    PyErr_Clear();
+    return {};
+}
+
+bool is_list_of_texts(PyObject* object) {
+    if (!PyList_CheckExact(object)) return false;
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(object); i++)
+        if (!PyUnicode_CheckExact(PyList_GET_ITEM(object, i))) return false;
+    return true;
+}
+
 Ref sorted(PyObject* iterable) {
     Ref list = checked(PySequence_List(iterable));
     checked(PyList_Sort(list));

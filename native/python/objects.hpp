@@ -1,6 +1,8 @@
 // What expressions and loops of a Python body do with objects, with the interpreter's own results and errors.
 #pragma once
 
+#include <optional>
+#include <string_view>
 #include <utility>
 
 #include "python/reference.hpp"
@@ -30,6 +32,31 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
 
 // The file name that tracebacks through a module show, from its namespace.
 [[nodiscard]] Ref file_of_module(PyObject* globals);
+
+// The content of a plain str in UTF-8, which lives as long as the str; nothing for other objects, or a text that has
+// none (lone surrogates).
+[[nodiscard]] std::optional<std::string_view> utf8_of(PyObject* text);
+
+// The str of a text in UTF-8.
+[[nodiscard]] inline Ref text_of(std::string_view utf8) {
+    return checked(PyUnicode_FromStringAndSize(utf8.data(), static_cast<Py_ssize_t>(utf8.size())));
+}
+
+// Whether the object is a plain str, and equal to that one; and whether it is an empty one.
+[[nodiscard]] inline bool is_same_text(PyObject* object, PyObject* text) {
+    return object == text || (PyUnicode_CheckExact(object) && PyUnicode_Compare(object, text) == 0);
+}
+[[nodiscard]] inline bool is_empty_text(PyObject* object) {
+    return PyUnicode_CheckExact(object) && PyUnicode_GET_LENGTH(object) == 0;
+}
+
+// Whether the object is a plain list of plain strings.
+[[nodiscard]] bool is_list_of_texts(PyObject* object);
+
+// `left == text` in a test, for a text that is a plain str.
+[[nodiscard]] inline bool equals(PyObject* left, PyObject* text) {
+    return PyUnicode_CheckExact(left) ? is_same_text(left, text) : compare(left, text, Py_EQ);
+}
 
 // `sorted(iterable)`
 [[nodiscard]] Ref sorted(PyObject* iterable);

@@ -17,7 +17,7 @@ class RecursiveCall {
     RecursiveCall& operator=(const RecursiveCall&) = delete;
     RecursiveCall& operator=(RecursiveCall&&) = delete;
     ~RecursiveCall() {
-        rest_unless_attached();
+        hang_unless_attached();
         Py_LeaveRecursiveCall();
     }
 };

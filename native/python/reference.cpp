@@ -7,11 +7,11 @@
 namespace tarnel::python {
 
 void Ref::drop(PyObject* object) noexcept {
-    rest_unless_attached();
+    hang_unless_attached();
     try {
         Py_XDECREF(object);
     } catch (...) {  // the thread was ended while the object's finalizer waited for the GIL
-        rest_unless_attached();
+        hang_unless_attached();
         std::terminate();
     }
 }

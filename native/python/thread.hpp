@@ -4,7 +4,7 @@
 // that unwinds the stack as an exception does, past every destructor and into every `catch (...)`, but without the GIL:
 // no object may be touched any more, and leaving a handler or a noexcept function would end the process. Nor may the
 // unwinding go on from one of our destructors where the C++ runtime that is linked in isn't glibc's own. So whatever
-// such a thread reaches first makes it rest until the process is gone.
+// such a thread reaches first makes it hang until the process is gone.
 #pragma once
 
 #include <unistd.h>
@@ -16,12 +16,32 @@ namespace tarnel::python {
 // Whether this thread may touch objects.
 inline bool is_attached() noexcept { return _PyThreadState_UncheckedGet() != nullptr; }
 
-[[noreturn]] inline void rest() noexcept {
+[[noreturn]] inline void hang() noexcept {
     for (;;) static_cast<void>(pause());
 }
 
-inline void rest_unless_attached() noexcept {
-    if (!is_attached()) rest();
+inline void hang_unless_attached() noexcept {
+    if (!is_attached()) hang();
 }
+
+// Lets other threads run Python code while it lives, in which time no object may be touched.
+class ReleasedGil {
+  public:
+    ReleasedGil() noexcept : state_(PyEval_SaveThread()) {}
+    ReleasedGil(const ReleasedGil&) = delete;
+    ReleasedGil(ReleasedGil&&) = delete;
+    ReleasedGil& operator=(const ReleasedGil&) = delete;
+    ReleasedGil& operator=(ReleasedGil&&) = delete;
+    ~ReleasedGil() {
+        try {
+            PyEval_RestoreThread(state_);
+        } catch (...) {  // the thread was ended while it waited
+            hang();
+        }
+    }
+
+  private:
+    PyThreadState* state_;
+};
 
 }  // namespace tarnel::python

@@ -7,10 +7,11 @@
 
 namespace tarnel::skill {
 
+using python::CallContext;
 using python::checked;
 using python::compare;
 using python::contains;
-using python::Frame;
+using python::equals;
 using python::is_none;
 using python::is_true;
 using python::Iteration;

@@ -1,6 +1,7 @@
 // Installing: one skill into one directory, and every skill into every planned directory.
 #include "python/handling.hpp"
 #include "skill/body.hpp"
+#include "skill/documents.hpp"
 #include "skill/result.hpp"
 #include "skill/stamps.hpp"
 
@@ -8,8 +9,8 @@ namespace tarnel::skill {
 
 namespace {
 
-bool is_current(const Frame& frame, PyObject* existing) {
-    const Ref same_or_newer = compare_with_package(frame, existing, Py_GE);
+bool is_current(const CallContext& context, PyObject* existing) {
+    const Ref same_or_newer = compare_with_package(context, existing, Py_GE);
     return is_true(same_or_newer);
 }
 
@@ -19,89 +20,78 @@ struct Wording {
     Ref done;
 };
 
-Wording wording(const Frame& frame, PyObject* existing) {
+Wording wording(const CallContext& context, PyObject* existing) {
     Wording words;
     if (is_true(existing)) {
         const Ref found = checked(PyObject_Str(existing));
-        const Ref target = frame.global(name::package_version);
+        const Ref target = context.global(name::package_version);
         words.action = checked(PyUnicode_FromFormat("update v%U -> v%S", found.get(), target.get()));
-        const Ref reached = frame.global(name::package_version);
+        const Ref reached = context.global(name::package_version);
         words.done = checked(PyUnicode_FromFormat("updated to v%S", reached.get()));
     } else {
-        const Ref target = frame.global(name::package_version);
+        const Ref target = context.global(name::package_version);
         words.action = checked(PyUnicode_FromFormat("install v%S", target.get()));
-        const Ref reached = frame.global(name::package_version);
+        const Ref reached = context.global(name::package_version);
         words.done = checked(PyUnicode_FromFormat("installed v%S", reached.get()));
     }
     return words;
 }
 
-// Creates the skill's directory and writes its document, in place.
-void write_document(const Frame& frame, PyObject* path, PyObject* skill_name) {
-    const Ref directory = frame.attribute(path, name::parent);
+void make_directory(const CallContext& context, Target& target) {
+    if (const python::SystemPath* path = target.plain()) {
+        python::make_directories(path->parent());
+        return;
+    }
+    const Ref directory = context.attribute(target.object(), name::parent);
     static_cast<void>(
-        frame.call_method(directory, name::mkdir, {}, {{name::parents, Py_True}, {name::exist_ok, Py_True}}));
-    const Ref write_text = frame.attribute(path, name::write_text);
-    const Ref text = frame.call(name::render_skill_md, {}, {{name::skill_name, skill_name}});
-    static_cast<void>(frame.call(write_text, {text}, {{name::encoding, frame[literal::utf_8]}}));
+        context.call_method(directory, name::mkdir, {}, {{name::parents, Py_True}, {name::exist_ok, Py_True}}));
 }
 
-Ref install_skill(const Frame& frame) {
-    const auto [scope, project_root, force, dry_run, skill_name, skills_dir, agents] = frame.arguments<7>();
-    const Ref path = frame.call(name::skill_target_path, {scope, project_root, skill_name, skills_dir});
-    const Ref is_there = frame.call_method(path, name::exists);
-    const Ref existing = is_true(is_there) ? frame.call(name::_installed_version, {path}) : none();
-    if (is_true(existing) && !is_true(force) && is_current(frame, existing)) {
-        const Record record(frame, scope, path);
-        const Ref message = checked(PyUnicode_FromFormat("already up to date (v%S)", existing.get()));
-        return record.finish(Outcome::reached, message, agents);
+// Creates the skill's directory and writes its document, in place.
+void write_document(const CallContext& context, Target& target, PyObject* skill_name) {
+    make_directory(context, target);
+    if (const python::SystemPath* path = target.plain();
+        path != nullptr && context.standard_library().text_files_hold()) {
+        if (const auto document = rendered_in_utf8(context, skill_name)) {
+            python::write_text(*path, *document);
+            return;
+        }
     }
-    const auto [action, done] = wording(frame, existing);
+    const Ref write_text = context.attribute(target.object(), name::write_text);
+    const Ref text = context.call(name::render_skill_md, {}, {{name::skill_name, skill_name}});
+    static_cast<void>(context.call(write_text, {text}, {{name::encoding, context[literal::utf_8]}}));
+}
+
+Ref install_skill(const CallContext& context) {
+    const auto [scope, project_root, force, dry_run, skill_name, skills_dir, agents] = context.arguments<7>();
+    Target target(context, scope, project_root, skill_name, skills_dir);
+    const Ref existing = target.exists() ? installed_version(context, target) : none();
+    if (is_true(existing) && !is_true(force) && is_current(context, existing)) {
+        const Record record(context, scope, target);
+        const Ref message = checked(PyUnicode_FromFormat("already up to date (v%S)", existing.get()));
+        return record.finish(Outcome::unchanged, message, agents);
+    }
+    const auto [action, done] = wording(context, existing);
     if (is_true(dry_run)) {
-        const Record record(frame, scope, path);
+        const Record record(context, scope, target);
         const Ref message = checked(PyUnicode_FromFormat("would %U (dry run)", action.get()));
-        return record.finish(Outcome::reached, message, agents);
+        return record.finish(Outcome::unchanged, message, agents);
     }
     try {
-        write_document(frame, path, skill_name);
+        write_document(context, target, skill_name);
     } catch (const PythonError&) {
         const python::Handling failure(PyExc_OSError);
-        const Record record(frame, scope, path);
+        const Record record(context, scope, target);
         const Ref message = checked(PyUnicode_FromFormat("failed: %S", failure.error()));
         return record.finish(Outcome::failed, message, agents);
     }
-    const Record record(frame, scope, path);
+    const Record record(context, scope, target);
     return record.finish(Outcome::written, done, agents);
-}
-
-Ref install_skills(const Frame& frame) {
-    const auto [scope, project_root, agents, force, dry_run] = frame.arguments<5>();
-    const Ref plan = frame.call(name::skill_dir_plan, {agents, scope});
-    Ref results = checked(PyList_New(0));
-    const Ref entries = frame.call_method(plan, name::items);
-    for (const Ref& entry : Iteration(entries)) {
-        const auto [directory, keys] = unpack_pair(entry);
-        const Ref templates = frame.global(name::SKILL_TEMPLATES);
-        for (const Ref& skill_name : Iteration(templates)) {
-            const Ref install = frame.global(name::install_skill);
-            const Ref readers = checked(PySequence_Tuple(keys));
-            const Ref result = frame.call(install, {scope, project_root},
-                                          {{name::force, force},
-                                           {name::dry_run, dry_run},
-                                           {name::skill_name, skill_name},
-                                           {name::skills_dir, directory},
-                                           {name::agents, readers}});
-            checked(PyList_Append(results, result));
-        }
-    }
-    return results;
 }
 
 }  // namespace
 
-namespace function {
-
-constinit const python::Definition install_skill = {
+constinit const python::Definition function::install_skill = {
     .name = "install_skill",
     .parameters = {{"scope", "str", python::literal("user")},
                    {"project_root", "Path | None", python::none_by_default},
@@ -120,7 +110,34 @@ constinit const python::Definition install_skill = {
     .body = skill::install_skill,
 };
 
-constinit const python::Definition install_skills = {
+namespace {
+
+Ref install_skills(const CallContext& context) {
+    const auto [scope, project_root, agents, force, dry_run] = context.arguments<5>();
+    const Ref plan = context.call(name::skill_dir_plan, {agents, scope});
+    Ref results = checked(PyList_New(0));
+    const Ref entries = context.call_method(plan, name::items);
+    for (const Ref& entry : Iteration(entries)) {
+        const auto [directory, keys] = unpack_pair(entry);
+        const Ref templates = context.global(name::SKILL_TEMPLATES);
+        for (const Ref& skill_name : Iteration(templates)) {
+            const Ref install = context.global(name::install_skill);
+            const Ref readers = checked(PySequence_Tuple(keys));
+            const Ref result = context.call(install, {scope, project_root},
+                                            {{name::force, force},
+                                             {name::dry_run, dry_run},
+                                             {name::skill_name, skill_name},
+                                             {name::skills_dir, directory},
+                                             {name::agents, readers}});
+            checked(PyList_Append(results, result));
+        }
+    }
+    return results;
+}
+
+}  // namespace
+
+constinit const python::Definition function::install_skills = {
     .name = "install_skills",
     .parameters = {{"scope", "str", python::literal("user")},
                    {"project_root", "Path | None", python::none_by_default},
@@ -138,7 +155,5 @@ constinit const python::Definition install_skills = {
     )",
     .body = skill::install_skills,
 };
-
-}  // namespace function
 
 }  // namespace tarnel::skill

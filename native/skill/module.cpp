@@ -9,7 +9,9 @@
 #include "python/imports.hpp"
 #include "skill/functions.hpp"
 #include "skill/names.hpp"
+#include "skill/planning.hpp"
 #include "skill/result.hpp"
+#include "skill/stamps.hpp"
 
 namespace tarnel::skill {
 
@@ -69,7 +71,7 @@ constexpr std::array<DocumentNames, core::document_count> document_names = {
      {"MAP_SKILL_DIR_NAME", "_MAP_SKILL_TEMPLATE"},
      {"WIKI_SKILL_DIR_NAME", "_WIKI_SKILL_TEMPLATE"}}};
 
-void bind_documents(const Namespace& module, PyObject* annotations) {
+void bind_documents(const Namespace& module, PyObject* annotations, std::vector<Ref>& recognized) {
     for (std::size_t i = 0; i < core::document_count; i++) {
         module.bind_text(document_names[i].skill_name, core::documents[i].name);
         module.bind_text(document_names[i].text, core::documents[i].text);
@@ -79,53 +81,37 @@ void bind_documents(const Namespace& module, PyObject* annotations) {
         const Ref key = module[skill_name];
         const Ref value = module[text];
         checked(PyDict_SetItem(templates, key, value));
+        recognized.push_back(Ref::borrow(value));
     }
     module.bind("SKILL_TEMPLATES", templates);
     const Ref annotation = checked(PyUnicode_InternFromString("dict[str, str]"));
     checked(PyDict_SetItemString(annotations, "SKILL_TEMPLATES", annotation));
 }
 
-// `tuple[int, int, int, tuple[str, ...]]`
-Ref score_alias() {
-    auto* tuple = reinterpret_cast<PyObject*>(&PyTuple_Type);
-    auto* integer = reinterpret_cast<PyObject*>(&PyLong_Type);
-    const Ref texts_items = checked(Py_BuildValue("(OO)", &PyUnicode_Type, Py_Ellipsis));
-    const Ref texts_type = checked(PyObject_GetItem(tuple, texts_items));
-    const Ref items = checked(Py_BuildValue("(OOOO)", integer, integer, integer, texts_type.get()));
-    return checked(PyObject_GetItem(tuple, items));
-}
-
-// `re.compile(pattern, re.MULTILINE)`
-Ref version_pattern(const Namespace& module) {
-    const Ref re = module["re"];
-    const Ref compile = checked(PyObject_GetAttrString(re, "compile"));
-    const Ref flags = checked(PyObject_GetAttrString(re, "MULTILINE"));
-    return checked(PyObject_CallFunction(compile, "sO", R"(^version:\s*([0-9][\w.\-]*)\s*$)", flags.get()));
-}
-
 void execute(const Namespace& module) {
-    const auto interned = std::make_shared<const python::Texts>(texts);
+    const auto shared = std::make_shared<python::Shared>(std::span<const char* const>(strings));
     const auto define = [&](const python::Definition& definition) {
-        python::define(module.dict(), definition, interned);
+        python::define(module.dict(), definition, shared);
     };
-    constexpr long exhaustive_search_limit = 12;  // candidate directories
 
     // As when a Python module is executed; creating the data class would put it in the middle.
     module.bind("__builtins__", Ref::borrow(PyEval_GetBuiltins()));
     const Ref annotations = checked(PyDict_New());
     module.bind("__annotations__", annotations);
     bind_imports(module.dict());
-    bind_documents(module, annotations);
+    bind_documents(module, annotations, shared->recognized);
     define(function::render_skill_md);
     define(function::skill_capable_agents);
     define(function::_agent_roots);
-    module.bind("_EXHAUSTIVE_SEARCH_LIMIT", checked(PyLong_FromLong(exhaustive_search_limit)));
+    module.bind("_EXHAUSTIVE_SEARCH_LIMIT", checked(PyLong_FromLong(default_exhaustive_search_limit)));
     module.bind("_Score", score_alias());
     define(function::_score);
     define(function::resolve_skill_dirs);
     define(function::skill_dir_plan);
     define_skill_result(module.dict());
-    module.bind("_VERSION_RE", version_pattern(module));
+    const Ref pattern = compile_version_pattern(module.dict());
+    module.bind("_VERSION_RE", pattern);
+    shared->recognized.push_back(recognized_version_pattern(pattern));
     define(function::_installed_version);
     define(function::_version_tuple);
     module.bind("DEFAULT_AGENTS", checked(Py_BuildValue("(s)", "claude")));

@@ -6,9 +6,9 @@
 #include <array>
 #include <cstddef>
 
-#include "python/frame.hpp"
+#include "python/call_context.hpp"
 
-#define TARNEL_TEXTS(X)                                          \
+#define TARNEL_STRINGS(X)                                        \
     X(name, itertools, "itertools")                              \
     X(name, re, "re")                                            \
     X(name, Path, "Path")                                        \
@@ -29,6 +29,7 @@
     X(name, skill_target_path, "skill_target_path")              \
     X(name, install_skill, "install_skill")                      \
     X(name, _reading_agents, "_reading_agents")                  \
+    X(name, _raw_paths, "_raw_paths")                            \
     X(name, agents, "agents")                                    \
     X(name, combinations, "combinations")                        \
     X(name, cwd, "cwd")                                          \
@@ -73,23 +74,23 @@
 namespace tarnel::skill {
 
 #define TARNEL_INDEX(kind, identifier, text) kind##_##identifier,
-enum class TextIndex : std::size_t { TARNEL_TEXTS(TARNEL_INDEX) };
+enum class StringIndex : std::size_t { TARNEL_STRINGS(TARNEL_INDEX) };
 #undef TARNEL_INDEX
 
 // NOLINTBEGIN(bugprone-macro-parentheses): namespaces are no expressions
-#define TARNEL_CONSTANT(kind, identifier, text)                                                   \
-    namespace kind {                                                                              \
-    inline constexpr auto identifier = static_cast<python::Text>(TextIndex::kind##_##identifier); \
+#define TARNEL_CONSTANT(kind, identifier, text)                                                         \
+    namespace kind {                                                                                    \
+    inline constexpr auto identifier = static_cast<python::StringId>(StringIndex::kind##_##identifier); \
     }
-TARNEL_TEXTS(TARNEL_CONSTANT)
+TARNEL_STRINGS(TARNEL_CONSTANT)
 #undef TARNEL_CONSTANT
 // NOLINTEND(bugprone-macro-parentheses)
 
 // What these stand for, in the order of the list.
 #define TARNEL_STRING(kind, identifier, text) text,
-inline constexpr std::array texts = {TARNEL_TEXTS(TARNEL_STRING)};
+inline constexpr std::array strings = {TARNEL_STRINGS(TARNEL_STRING)};
 #undef TARNEL_STRING
 
 }  // namespace tarnel::skill
 
-#undef TARNEL_TEXTS
+#undef TARNEL_STRINGS

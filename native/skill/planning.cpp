@@ -1,8 +1,21 @@
 // The choice of directories: every agent finds each skill, through one directory if it can be.
+#include "skill/planning.hpp"
+
+#include "python/thread.hpp"
 #include "skill/body.hpp"
+#include "skill/planning_table.hpp"
 #include "skill/roots.hpp"
 
 namespace tarnel::skill {
+
+Ref score_alias() {
+    auto* tuple = reinterpret_cast<PyObject*>(&PyTuple_Type);
+    auto* integer = reinterpret_cast<PyObject*>(&PyLong_Type);
+    const Ref str_items = checked(Py_BuildValue("(OO)", &PyUnicode_Type, Py_Ellipsis));
+    const Ref str_tuple = checked(PyObject_GetItem(tuple, str_items));
+    const Ref items = checked(Py_BuildValue("(OOOO)", integer, integer, integer, str_tuple.get()));
+    return checked(PyObject_GetItem(tuple, items));
+}
 
 namespace {
 
@@ -22,12 +35,12 @@ Sightings sightings(PyObject* directories, PyObject* chosen) {
     return seen;
 }
 
-Ref _score(const Frame& frame) {
-    const auto [selection, agent_roots] = frame.arguments<2>();
+Ref _score(const CallContext& context) {
+    const auto [selection, agent_roots] = context.arguments<2>();
     const Ref chosen = checked(PySet_New(selection));
     Py_ssize_t duplicates = 0;
     Py_ssize_t native_rank = 0;
-    const Ref tuples = frame.call_method(agent_roots, name::values);
+    const Ref tuples = context.call_method(agent_roots, name::values);
     for (const Ref& directories : Iteration(tuples)) {
         const Sightings seen = sightings(directories, chosen);
         if (seen.count == 0) return none();
@@ -38,75 +51,9 @@ Ref _score(const Frame& frame) {
     return checked(Py_BuildValue("(nnnO)", duplicates, native_rank, size, selection));
 }
 
-bool contains_any(PyObject* container, PyObject* items) {
-    for (const Ref& item : Iteration(items))
-        if (contains(container, item)) return true;
-    return false;
-}
-
-// For each agent in turn its native directory, unless it already finds the skill. Not scored: the quick choice.
-Ref quick_choice(const Frame& frame, PyObject* agent_roots) {
-    const Ref chosen = checked(PyList_New(0));
-    const Ref tuples = frame.call_method(agent_roots, name::values);
-    const Ref first = checked(PyLong_FromLong(0));
-    for (const Ref& directories : Iteration(tuples)) {
-        if (contains_any(chosen, directories)) continue;
-        const Ref native = checked(PyObject_GetItem(directories, first));
-        checked(PyList_Append(chosen, native));
-    }
-    const Ref distinct = checked(PySet_New(chosen));
-    return sorted(distinct);
-}
-
-// The selection of the best score among all that can be made of the candidates, a sorted list.
-Ref best_choice(const Frame& frame, PyObject* candidates, PyObject* agent_roots) {
-    Ref best = none();
-    Ref best_selection = checked(PyList_New(0));
-    const Py_ssize_t count = PyList_GET_SIZE(candidates);
-    for (Py_ssize_t size = 1; size <= count; size++) {
-        const Ref itertools = frame.global(name::itertools);
-        const Ref size_object = checked(PyLong_FromSsize_t(size));
-        const Ref selections = frame.call_method(itertools, name::combinations, {candidates, size_object});
-        for (const Ref& selection : Iteration(selections)) {
-            checked(PyErr_CheckSignals());  // with large tables this takes long enough to want to stop it
-            Ref score = frame.call(name::_score, {selection, agent_roots});
-            if (is_none(score)) continue;
-            if (!is_none(best) && !compare(score, best, Py_LT)) continue;
-            best = std::move(score);
-            best_selection = checked(PySequence_List(selection));
-        }
-    }
-    return sorted(best_selection);
-}
-
-Ref resolve_skill_dirs(const Frame& frame) {
-    const auto [agent_keys, scope] = frame.arguments<2>();
-    const Ref agent_roots = frame.call(name::_agent_roots, {agent_keys, scope});
-    if (!is_true(agent_roots)) return checked(PyList_New(0));
-    const Ref candidates = distinct_directories(frame, agent_roots);
-    const Ref count = checked(PyLong_FromSsize_t(PyList_GET_SIZE(candidates.get())));
-    const Ref limit = frame.global(name::exhaustive_search_limit);
-    if (compare(count, limit, Py_GT)) return quick_choice(frame, agent_roots);
-    return best_choice(frame, candidates, agent_roots);
-}
-
-Ref skill_dir_plan(const Frame& frame) {
-    const auto [agent_keys, scope] = frame.arguments<2>();
-    const Ref agent_roots = frame.call(name::_agent_roots, {agent_keys, scope});
-    Ref plan = checked(PyDict_New());
-    const Ref chosen = frame.call(name::resolve_skill_dirs, {agent_keys, scope});
-    for (const Ref& directory : Iteration(chosen)) {
-        const Ref readers = readers_of(frame, directory, agent_roots);
-        checked(PyDict_SetItem(plan, directory, readers));
-    }
-    return plan;
-}
-
 }  // namespace
 
-namespace function {
-
-constinit const python::Definition _score = {
+constinit const python::Definition function::_score = {
     .name = "_score",
     .parameters = {{"selection", "tuple[str, ...]"}, {"agent_roots", "dict[str, tuple[str, ...]]"}},
     .returns = "_Score | None",
@@ -123,7 +70,88 @@ constinit const python::Definition _score = {
     .body = skill::_score,
 };
 
-constinit const python::Definition resolve_skill_dirs = {
+namespace {
+
+bool contains_any(PyObject* container, PyObject* items) {
+    for (const Ref& item : Iteration(items))
+        if (contains(container, item)) return true;
+    return false;
+}
+
+// For each agent in turn its native directory, unless it already finds the skill. Not scored: the quick choice.
+Ref quick_choice(const CallContext& context, PyObject* agent_roots) {
+    const Ref chosen = checked(PyList_New(0));
+    const Ref tuples = context.call_method(agent_roots, name::values);
+    const Ref first = checked(PyLong_FromLong(0));
+    for (const Ref& directories : Iteration(tuples)) {
+        if (contains_any(chosen, directories)) continue;
+        const Ref native = checked(PyObject_GetItem(directories, first));
+        checked(PyList_Append(chosen, native));
+    }
+    const Ref distinct = checked(PySet_New(chosen));
+    return sorted(distinct);
+}
+
+// The selection of the best score among all that can be made of the candidates, a sorted list.
+Ref best_choice(const CallContext& context, PyObject* candidates, PyObject* agent_roots) {
+    Ref best = none();
+    Ref best_selection = checked(PyList_New(0));
+    const Py_ssize_t count = PyList_GET_SIZE(candidates);
+    for (Py_ssize_t size = 1; size <= count; size++) {
+        const Ref itertools = context.global(name::itertools);
+        const Ref size_object = checked(PyLong_FromSsize_t(size));
+        const Ref selections = context.call_method(itertools, name::combinations, {candidates, size_object});
+        for (const Ref& selection : Iteration(selections)) {
+            checked(PyErr_CheckSignals());  // with large tables this takes long enough to want to stop it
+            Ref score = context.call(name::_score, {selection, agent_roots});
+            if (is_none(score)) continue;
+            if (!is_none(best) && !compare(score, best, Py_LT)) continue;
+            best = std::move(score);
+            best_selection = checked(PySequence_List(selection));
+        }
+    }
+    return sorted(best_selection);
+}
+
+// Lets other threads run, and signal handlers, which may end the search.
+void interrupt_search() {
+    { const python::ReleasedGil released; }
+    checked(PyErr_CheckSignals());
+}
+
+// The fast path of the choice; null when it is not to be taken. Numbers in place of directories, and a search that
+// leaves out what can't win.
+Ref choose_natively(const CallContext& context, PyObject* agent_roots) {
+    PyObject* limit = context.global_if_plain(name::exhaustive_search_limit);
+    if (limit == nullptr || !PyLong_CheckExact(limit)) return {};
+    const auto table = PlanningTable::of(agent_roots);
+    if (!table) return {};
+    const Ref count = checked(PyLong_FromSize_t(table->candidates()));
+    if (compare(count, limit, Py_GT))
+        return table->list_of(core::quick_selection(table->agents(), table->candidates()));
+    PyObject* itertools = context.global_if_plain(name::itertools);
+    if (table->candidates() > core::max_candidates || itertools == nullptr ||
+        !context.is_own(name::_score, skill::_score) ||
+        !context.standard_library().has_original_combinations(itertools))
+        return {};
+    return table->list_of(core::best_selection(table->agents(), table->candidates(), interrupt_search));
+}
+
+Ref resolve_skill_dirs(const CallContext& context) {
+    const auto [agent_keys, scope] = context.arguments<2>();
+    const Ref agent_roots = context.call(name::_agent_roots, {agent_keys, scope});
+    if (!is_true(agent_roots)) return checked(PyList_New(0));
+    if (Ref chosen = choose_natively(context, agent_roots); chosen.get() != nullptr) return chosen;
+    const Ref candidates = distinct_directories(context, agent_roots);
+    const Ref count = checked(PyLong_FromSsize_t(PyList_GET_SIZE(candidates.get())));
+    const Ref limit = context.global(name::exhaustive_search_limit);
+    if (compare(count, limit, Py_GT)) return quick_choice(context, agent_roots);
+    return best_choice(context, candidates, agent_roots);
+}
+
+}  // namespace
+
+constinit const python::Definition function::resolve_skill_dirs = {
     .name = "resolve_skill_dirs",
     .parameters = {{"agent_keys", "Iterable[str]"}, {"scope", "str", python::literal("project")}},
     .returns = "list[str]",
@@ -147,14 +175,50 @@ constinit const python::Definition resolve_skill_dirs = {
     .body = skill::resolve_skill_dirs,
 };
 
-constinit const python::Definition skill_dir_plan = {
+namespace {
+
+// The fast path of `{directory: [readers] for directory in chosen}`, in one pass over the agents; false when it is not
+// to be taken.
+bool add_readers_natively(PyObject* plan, PyObject* chosen, PyObject* agent_roots) {
+    if (!python::is_list_of_texts(chosen) || !is_plain(agent_roots)) return false;
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(chosen); i++) {
+        const Ref readers = checked(PyList_New(0));
+        checked(PyDict_SetItem(plan, PyList_GET_ITEM(chosen, i), readers));
+    }
+    PyObject* key = nullptr;
+    PyObject* directories = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;)
+        for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(directories); i++) {
+            PyObject* readers = PyDict_GetItemWithError(plan, PyTuple_GET_ITEM(directories, i));
+            if (readers == nullptr) continue;
+            const Py_ssize_t count = PyList_GET_SIZE(readers);
+            const bool is_repeated = count > 0 && PyList_GET_ITEM(readers, count - 1) == key;
+            if (!is_repeated) checked(PyList_Append(readers, key));
+        }
+    return true;
+}
+
+Ref skill_dir_plan(const CallContext& context) {
+    const auto [agent_keys, scope] = context.arguments<2>();
+    const Ref agent_roots = context.call(name::_agent_roots, {agent_keys, scope});
+    Ref plan = checked(PyDict_New());
+    const Ref chosen = context.call(name::resolve_skill_dirs, {agent_keys, scope});
+    if (add_readers_natively(plan, chosen, agent_roots)) return plan;
+    for (const Ref& directory : Iteration(chosen)) {
+        const Ref readers = readers_of(context, directory, agent_roots);
+        checked(PyDict_SetItem(plan, directory, readers));
+    }
+    return plan;
+}
+
+}  // namespace
+
+constinit const python::Definition function::skill_dir_plan = {
     .name = "skill_dir_plan",
     .parameters = {{"agent_keys", "Iterable[str]"}, {"scope", "str", python::literal("project")}},
     .returns = "dict[str, list[str]]",
     .doc = "Which agents each chosen directory serves — for install output and tests.",
     .body = skill::skill_dir_plan,
 };
-
-}  // namespace function
 
 }  // namespace tarnel::skill

@@ -4,8 +4,8 @@
 
 namespace tarnel::skill {
 
+using python::CallContext;
 using python::checked;
-using python::Frame;
 using python::Ref;
 
 namespace {
@@ -51,25 +51,25 @@ void define_skill_result(PyObject* globals) {
     set(globals, "SkillResult", decorated);
 }
 
-Record::Record(const Frame& frame, PyObject* scope, PyObject* path)
-    : frame_(frame), scope_(scope), class_(frame.global(name::SkillResult)), path_(checked(PyObject_Str(path))) {}
+Record::Record(const CallContext& context, PyObject* scope, Target& target)
+    : context_(context), scope_(scope), class_(context.global(name::SkillResult)), path_(target.text()) {}
 
 Ref Record::finish(Outcome outcome, PyObject* message, PyObject* agents) const {
     PyObject* success = outcome == Outcome::failed ? Py_False : Py_True;
     if (outcome == Outcome::written)
-        return frame_.call(class_, {},
-                           {{name::success, success},
-                            {name::scope, scope_},
-                            {name::path, path_},
-                            {name::message, message},
-                            {name::installed, Py_True},
-                            {name::agents, agents}});
-    return frame_.call(class_, {},
-                       {{name::success, success},
-                        {name::scope, scope_},
-                        {name::path, path_},
-                        {name::message, message},
-                        {name::agents, agents}});
+        return context_.call(class_, {},
+                             {{name::success, success},
+                              {name::scope, scope_},
+                              {name::path, path_},
+                              {name::message, message},
+                              {name::installed, Py_True},
+                              {name::agents, agents}});
+    return context_.call(class_, {},
+                         {{name::success, success},
+                          {name::scope, scope_},
+                          {name::path, path_},
+                          {name::message, message},
+                          {name::agents, agents}});
 }
 
 }  // namespace tarnel::skill

@@ -5,22 +5,50 @@
 
 namespace tarnel::skill {
 
-Ref distinct_keys(const Frame& frame, PyObject* agent_keys) {
-    auto* dict_type = reinterpret_cast<PyObject*>(&PyDict_Type);
-    return frame.call_method(dict_type, name::fromkeys, {agent_keys});
+namespace {
+
+bool has_only_texts(PyObject* tuple) {
+    if (!PyTuple_CheckExact(tuple)) return false;
+    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(tuple); i++)
+        if (!PyUnicode_CheckExact(PyTuple_GET_ITEM(tuple, i))) return false;
+    return true;
 }
 
-Ref distinct_directories(const Frame& frame, PyObject* agent_roots) {
+// `AGENT_CONFIG.get(key)`
+Ref record_of(const CallContext& context, PyObject* key) {
+    const Ref table = context.global(name::AGENT_CONFIG);
+    if (!PyDict_CheckExact(table.get())) return context.call_method(table, name::get, {key});
+    Ref record = python::item_if_any(table, key);
+    return record.get() == nullptr ? none() : std::move(record);
+}
+
+}  // namespace
+
+bool is_plain(PyObject* agent_roots) {
+    if (!PyDict_CheckExact(agent_roots)) return false;
+    PyObject* key = nullptr;
+    PyObject* directories = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;)
+        if (!has_only_texts(directories)) return false;
+    return true;
+}
+
+Ref distinct_keys(const CallContext& context, PyObject* agent_keys) {
+    auto* dict_type = reinterpret_cast<PyObject*>(&PyDict_Type);
+    return context.call_method(dict_type, name::fromkeys, {agent_keys});
+}
+
+Ref distinct_directories(const CallContext& context, PyObject* agent_roots) {
     const Ref distinct = checked(PySet_New(nullptr));
-    const Ref tuples = frame.call_method(agent_roots, name::values);
+    const Ref tuples = context.call_method(agent_roots, name::values);
     for (const Ref& directories : Iteration(tuples))
         for (const Ref& directory : Iteration(directories)) checked(PySet_Add(distinct, directory));
     return sorted(distinct);
 }
 
-Ref readers_of(const Frame& frame, PyObject* directory, PyObject* agent_roots) {
+Ref readers_of(const CallContext& context, PyObject* directory, PyObject* agent_roots) {
     Ref readers = checked(PyList_New(0));
-    const Ref pairs = frame.call_method(agent_roots, name::items);
+    const Ref pairs = context.call_method(agent_roots, name::items);
     for (const Ref& pair : Iteration(pairs)) {
         const auto [key, directories] = unpack_pair(pair);
         if (contains(directories, directory)) checked(PyList_Append(readers, key));
@@ -30,39 +58,21 @@ Ref readers_of(const Frame& frame, PyObject* directory, PyObject* agent_roots) {
 
 namespace {
 
-Ref skill_capable_agents(const Frame& frame) {
+Ref skill_capable_agents(const CallContext& context) {
     Ref keys = checked(PyList_New(0));
-    const Ref table = frame.global(name::AGENT_CONFIG);
-    const Ref rows = frame.call_method(table, name::items);
+    const Ref table = context.global(name::AGENT_CONFIG);
+    const Ref rows = context.call_method(table, name::items);
     for (const Ref& row : Iteration(rows)) {
         const auto [key, record] = unpack_pair(row);
-        const Ref directories = frame.attribute(record, name::skills_project_roots);
+        const Ref directories = context.attribute(record, name::skills_project_roots);
         if (is_true(directories)) checked(PyList_Append(keys, key));
     }
     return keys;
 }
 
-Ref _agent_roots(const Frame& frame) {
-    const auto [agent_keys, scope] = frame.arguments<2>();
-    Ref roots = checked(PyDict_New());
-    const Ref keys = distinct_keys(frame, agent_keys);
-    for (const Ref& key : Iteration(keys)) {
-        const Ref table = frame.global(name::AGENT_CONFIG);
-        const Ref record = frame.call_method(table, name::get, {key});
-        if (is_none(record)) continue;
-        const bool at_user_scope = compare(scope, frame[literal::user], Py_EQ);
-        const Ref directories =
-            frame.attribute(record, at_user_scope ? name::skills_user_roots : name::skills_project_roots);
-        if (is_true(directories)) checked(PyDict_SetItem(roots, key, directories));
-    }
-    return roots;
-}
-
 }  // namespace
 
-namespace function {
-
-constinit const python::Definition skill_capable_agents = {
+constinit const python::Definition function::skill_capable_agents = {
     .name = "skill_capable_agents",
     .parameters = {},
     .returns = "list[str]",
@@ -70,7 +80,26 @@ constinit const python::Definition skill_capable_agents = {
     .body = skill::skill_capable_agents,
 };
 
-constinit const python::Definition _agent_roots = {
+namespace {
+
+Ref _agent_roots(const CallContext& context) {
+    const auto [agent_keys, scope] = context.arguments<2>();
+    Ref roots = checked(PyDict_New());
+    const Ref keys = distinct_keys(context, agent_keys);
+    for (const Ref& key : Iteration(keys)) {
+        const Ref record = record_of(context, key);
+        if (is_none(record)) continue;
+        const bool at_user_scope = equals(scope, context[literal::user]);
+        const Ref directories =
+            context.attribute(record, at_user_scope ? name::skills_user_roots : name::skills_project_roots);
+        if (is_true(directories)) checked(PyDict_SetItem(roots, key, directories));
+    }
+    return roots;
+}
+
+}  // namespace
+
+constinit const python::Definition function::_agent_roots = {
     .name = "_agent_roots",
     .parameters = {{"agent_keys", "Iterable[str]"}, {"scope", "str"}},
     .returns = "dict[str, tuple[str, ...]]",
@@ -80,7 +109,5 @@ constinit const python::Definition _agent_roots = {
     )",
     .body = skill::_agent_roots,
 };
-
-}  // namespace function
 
 }  // namespace tarnel::skill

@@ -1,17 +1,20 @@
 // What can be asked of an agent roots mapping: agent key to the directories that the agent reads at one scope.
 #pragma once
 
-#include "python/frame.hpp"
+#include "python/call_context.hpp"
 
 namespace tarnel::skill {
 
+// Whether the mapping is a plain dict of plain tuples of plain strings: what is asked of it runs no foreign code.
+[[nodiscard]] bool is_plain(PyObject* agent_roots);
+
 // The keys, each at its first occurrence, as a new dict's keys. Reads all of them.
-[[nodiscard]] python::Ref distinct_keys(const python::Frame& frame, PyObject* agent_keys);
+[[nodiscard]] python::Ref distinct_keys(const python::CallContext& context, PyObject* agent_keys);
 
 // Every distinct directory that any of the agents reads, ascending: a new list.
-[[nodiscard]] python::Ref distinct_directories(const python::Frame& frame, PyObject* agent_roots);
+[[nodiscard]] python::Ref distinct_directories(const python::CallContext& context, PyObject* agent_roots);
 
 // The keys of the agents that read the directory, in the mapping's order: a new list.
-[[nodiscard]] python::Ref readers_of(const python::Frame& frame, PyObject* directory, PyObject* agent_roots);
+[[nodiscard]] python::Ref readers_of(const python::CallContext& context, PyObject* directory, PyObject* agent_roots);
 
 }  // namespace tarnel::skill

@@ -1,6 +1,7 @@
 // Shadowing: skills that some agent finds at user scope as well as at project scope.
 #include "skill/body.hpp"
 #include "skill/roots.hpp"
+#include "skill/targets.hpp"
 
 namespace tarnel::skill {
 
@@ -9,25 +10,24 @@ namespace {
 // The directories that agents read at one scope, and whether a skill lies in them.
 class ScopeCopies {
   public:
-    ScopeCopies(const Frame& frame, PyObject* scope, PyObject* agents, PyObject* project_root)
-        : frame_(frame),
+    ScopeCopies(const CallContext& context, PyObject* scope, PyObject* agents, PyObject* project_root)
+        : context_(context),
           scope_(scope),
           project_root_(project_root),
-          agent_roots_(frame.call(name::_agent_roots, {agents, scope})) {}
+          agent_roots_(context.call(name::_agent_roots, {agents, scope})) {}
 
     [[nodiscard]] bool hold(PyObject* skill_name, PyObject* agent) const {
         const Ref nothing = checked(PyTuple_New(0));
-        const Ref directories = frame_.call_method(agent_roots_, name::get, {agent, nothing});
+        const Ref directories = context_.call_method(agent_roots_, name::get, {agent, nothing});
         for (const Ref& directory : Iteration(directories)) {
-            const Ref path = frame_.call(name::skill_target_path, {scope_, project_root_, skill_name, directory});
-            const Ref is_there = frame_.call_method(path, name::exists);
-            if (is_true(is_there)) return true;
+            Target target(context_, scope_, project_root_, skill_name, directory);
+            if (target.exists()) return true;
         }
         return false;
     }
 
   private:
-    const Frame& frame_;
+    const CallContext& context_;
     PyObject* scope_;
     PyObject* project_root_;
     Ref agent_roots_;
@@ -39,14 +39,14 @@ bool is_shadowed(PyObject* skill_name, PyObject* agents, const ScopeCopies& user
     return false;
 }
 
-Ref shadowed_skills(const Frame& frame) {
-    const auto [project_root, agents] = frame.arguments<2>();
-    const Ref distinct = distinct_keys(frame, agents);
+Ref shadowed_skills(const CallContext& context) {
+    const auto [project_root, agents] = context.arguments<2>();
+    const Ref distinct = distinct_keys(context, agents);
     const Ref keys = checked(PySequence_List(distinct));
-    const ScopeCopies user(frame, frame[literal::user], keys, project_root);
-    const ScopeCopies project(frame, frame[literal::project], keys, project_root);
+    const ScopeCopies user(context, context[literal::user], keys, project_root);
+    const ScopeCopies project(context, context[literal::project], keys, project_root);
     Ref shadowed = checked(PyList_New(0));
-    const Ref templates = frame.global(name::SKILL_TEMPLATES);
+    const Ref templates = context.global(name::SKILL_TEMPLATES);
     for (const Ref& skill_name : Iteration(templates))
         if (is_shadowed(skill_name, keys, user, project)) checked(PyList_Append(shadowed, skill_name));
     return shadowed;
@@ -54,9 +54,7 @@ Ref shadowed_skills(const Frame& frame) {
 
 }  // namespace
 
-namespace function {
-
-constinit const python::Definition shadowed_skills = {
+constinit const python::Definition function::shadowed_skills = {
     .name = "shadowed_skills",
     .parameters = {{"project_root", "Path | None", python::none_by_default},
                    {"agents", "Iterable[str]", python::value_of("DEFAULT_AGENTS"), python::Passing::keyword_only}},
@@ -76,7 +74,5 @@ constinit const python::Definition shadowed_skills = {
     )",
     .body = skill::shadowed_skills,
 };
-
-}  // namespace function
 
 }  // namespace tarnel::skill

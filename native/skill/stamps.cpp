@@ -1,28 +1,88 @@
 // Version stamps: read from installed documents, and ordered.
 #include "skill/stamps.hpp"
 
+#include <algorithm>
+
+#include "core/stamps.hpp"
 #include "python/handling.hpp"
 #include "skill/body.hpp"
+#include "skill/recognized.hpp"
 
 namespace tarnel::skill {
 
-Ref compare_with_package(const Frame& frame, PyObject* version, int operation) {
-    const Ref installed_key = frame.call(name::_version_tuple, {version});
-    const Ref to_key = frame.global(name::_version_tuple);
-    const Ref package_version = frame.global(name::package_version);
-    const Ref package_key = frame.call(to_key, {package_version});
+namespace {
+
+constexpr char version_pattern[] = R"(^version:\s*([0-9][\w.\-]*)\s*$)";
+
+}  // namespace
+
+Ref compile_version_pattern(PyObject* globals) {
+    const Ref re = python::look_up(globals, "re");
+    const Ref compile = checked(PyObject_GetAttrString(re, "compile"));
+    const Ref flags = checked(PyObject_GetAttrString(re, "MULTILINE"));
+    return checked(PyObject_CallFunction(compile, "sO", version_pattern, flags.get()));
+}
+
+Ref recognized_version_pattern(PyObject* pattern) {
+    if (std::string_view(Py_TYPE(pattern)->tp_name) != "re.Pattern") return none();
+    const Ref text = checked(PyObject_GetAttrString(pattern, "pattern"));
+    const Ref flags = checked(PyObject_GetAttrString(pattern, "flags"));
+    constexpr long multiline_and_unicode = 8 | 32;  // re.MULTILINE, and what patterns for text have
+    const bool is_same = PyUnicode_CheckExact(text.get()) &&
+                         PyUnicode_CompareWithASCIIString(text, version_pattern) == 0 &&
+                         PyLong_AsLong(flags) == multiline_and_unicode;
+    return is_same ? Ref::borrow(pattern) : none();
+}
+
+Ref compare_with_package(const CallContext& context, PyObject* version, int operation) {
+    const Ref installed_key = context.call(name::_version_tuple, {version});
+    const Ref to_key = context.global(name::_version_tuple);
+    const Ref package_version = context.global(name::package_version);
+    const Ref package_key = context.call(to_key, {package_version});
     return checked(PyObject_RichCompare(installed_key, package_key, operation));
 }
 
 namespace {
 
-constexpr Py_ssize_t searched_characters = 2000;  // at the head of an installed document
+const core::CharacterClasses character_classes = {
+    .is_space = [](char32_t character) { return Py_UNICODE_ISSPACE(character) != 0; },
+    .is_word = [](char32_t character) { return Py_UNICODE_ISALNUM(character) != 0; },
+    .digit = [](char32_t character) -> std::optional<int> {
+        const int value = Py_UNICODE_TODECIMAL(character);
+        return value < 0 ? std::nullopt : std::optional(value);
+    },
+};
+
+// The fast path of `_installed_version`, for a path whose file nothing but the system is asked for.
+Ref stamp_of_file(const python::SystemPath& path) {
+    disk::Reading reading(path.c_str());
+    try {
+        if (!python::read_text(path, reading)) return none();
+    } catch (const PythonError&) {
+        const python::Handling unreadable(PyExc_OSError);
+        return none();
+    }
+    const auto stamp = core::find_stamp(reading.content(), character_classes);
+    return stamp ? python::text_of(*stamp) : none();
+}
+
+bool reads_plain_stamps(const CallContext& context) {
+    return context.global_if_plain(name::version_re) == context.recognized(recognized::version_pattern) &&
+           context.standard_library().text_files_hold();
+}
+
+// The path, for a path object that is read by nothing but its text; nothing for any other.
+std::optional<python::SystemPath> plain_path(const CallContext& context, PyObject* path) {
+    if (!reads_plain_stamps(context) || !Py_IS_TYPE(path, context.standard_library().posix_path_type())) return {};
+    const Ref text = checked(PyObject_Str(path));
+    return python::SystemPath::of(text);
+}
 
 // The head of the text; none when the file can't be read.
-Ref head_of_file(const Frame& frame, PyObject* path) {
+Ref head_of_file(const CallContext& context, PyObject* path) {
     try {
-        const Ref text = frame.call_method(path, name::read_text, {}, {{name::encoding, frame[literal::utf_8]}});
-        const Ref end = checked(PyLong_FromSsize_t(searched_characters));
+        const Ref text = context.call_method(path, name::read_text, {}, {{name::encoding, context[literal::utf_8]}});
+        const Ref end = checked(PyLong_FromSize_t(core::searched_characters));
         const Ref head = checked(PySlice_New(nullptr, end, nullptr));
         return checked(PyObject_GetItem(text, head));
     } catch (const PythonError&) {
@@ -31,41 +91,21 @@ Ref head_of_file(const Frame& frame, PyObject* path) {
     }
 }
 
-Ref _installed_version(const Frame& frame) {
-    const auto [path] = frame.arguments<1>();
-    const Ref head = head_of_file(frame, path);
+Ref _installed_version(const CallContext& context) {
+    const auto [path] = context.arguments<1>();
+    if (const auto plain = plain_path(context, path)) return stamp_of_file(*plain);
+    const Ref head = head_of_file(context, path);
     if (head.get() == nullptr) return none();
-    const Ref pattern = frame.global(name::version_re);
-    const Ref match = frame.call_method(pattern, name::search, {head});
+    const Ref pattern = context.global(name::version_re);
+    const Ref match = context.call_method(pattern, name::search, {head});
     if (!is_true(match)) return none();
     const Ref value_group = checked(PyLong_FromLong(1));
-    return frame.call_method(match, name::group, {value_group});
-}
-
-Ref leading_number(const Frame& frame, PyObject* piece) {
-    const Ref re = frame.global(name::re);
-    const Ref match = frame.call_method(re, name::match, {frame[literal::leading_digits], piece});
-    if (!is_true(match)) return checked(PyLong_FromLong(0));
-    const Ref digits = frame.call_method(match, name::group);
-    return checked(PyObject_CallOneArg(reinterpret_cast<PyObject*>(&PyLong_Type), digits));
-}
-
-Ref _version_tuple(const Frame& frame) {
-    const auto [version] = frame.arguments<1>();
-    const Ref numbers = checked(PyList_New(0));
-    const Ref pieces = frame.call_method(version, name::split, {frame[literal::dot]});
-    for (const Ref& piece : Iteration(pieces)) {
-        const Ref number = leading_number(frame, piece);
-        checked(PyList_Append(numbers, number));
-    }
-    return checked(PyList_AsTuple(numbers));
+    return context.call_method(match, name::group, {value_group});
 }
 
 }  // namespace
 
-namespace function {
-
-constinit const python::Definition _installed_version = {
+constinit const python::Definition function::_installed_version = {
     .name = "_installed_version",
     .parameters = {{"path", "Path"}},
     .returns = "str | None",
@@ -73,14 +113,61 @@ constinit const python::Definition _installed_version = {
     .body = skill::_installed_version,
 };
 
-constinit const python::Definition _version_tuple = {
+Ref installed_version(const CallContext& context, Target& target) {
+    if (const python::SystemPath* path = target.plain();
+        path != nullptr && context.is_own(name::_installed_version, skill::_installed_version) &&
+        reads_plain_stamps(context))
+        return stamp_of_file(*path);
+    const Ref read = context.global(name::_installed_version);
+    return context.call(read, {target.object()});
+}
+
+namespace {
+
+// The fast path of `_version_tuple`; null when it is not to be taken.
+Ref plain_version_key(const CallContext& context, PyObject* version) {
+    PyObject* re = context.global_if_plain(name::re);
+    if (re == nullptr || !context.standard_library().has_original_matching(re)) return {};
+    auto rest = python::utf8_of(version);
+    if (!rest) return {};
+    const Py_ssize_t count = std::ranges::count(*rest, '.') + 1;
+    Ref key = checked(PyTuple_New(count));
+    for (Py_ssize_t i = 0; i < count; i++) {
+        const auto number = core::take_number(*rest, character_classes);
+        if (!number) return {};
+        PyTuple_SET_ITEM(key.get(), i, checked(PyLong_FromUnsignedLongLong(*number)).release());
+    }
+    return key;
+}
+
+Ref leading_number(const CallContext& context, PyObject* piece) {
+    const Ref re = context.global(name::re);
+    const Ref match = context.call_method(re, name::match, {context[literal::leading_digits], piece});
+    if (!is_true(match)) return checked(PyLong_FromLong(0));
+    const Ref digits = context.call_method(match, name::group);
+    return checked(PyObject_CallOneArg(reinterpret_cast<PyObject*>(&PyLong_Type), digits));
+}
+
+Ref _version_tuple(const CallContext& context) {
+    const auto [version] = context.arguments<1>();
+    if (Ref key = plain_version_key(context, version); key.get() != nullptr) return key;
+    const Ref numbers = checked(PyList_New(0));
+    const Ref pieces = context.call_method(version, name::split, {context[literal::dot]});
+    for (const Ref& piece : Iteration(pieces)) {
+        const Ref number = leading_number(context, piece);
+        checked(PyList_Append(numbers, number));
+    }
+    return checked(PyList_AsTuple(numbers));
+}
+
+}  // namespace
+
+constinit const python::Definition function::_version_tuple = {
     .name = "_version_tuple",
     .parameters = {{"v", "str"}},
     .returns = "tuple[int, ...]",
     .doc = "Lenient numeric version key ('1.10.0' -> (1, 10, 0)); non-ints count as 0.",
     .body = skill::_version_tuple,
 };
-
-}  // namespace function
 
 }  // namespace tarnel::skill

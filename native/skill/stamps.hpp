@@ -1,12 +1,22 @@
-// How an installed version stands to the package's.
+// Version stamps, and how an installed version compares with the package's.
 #pragma once
 
-#include "python/frame.hpp"
+#include "python/call_context.hpp"
+#include "skill/targets.hpp"
 
 namespace tarnel::skill {
 
+// `re.compile(PATTERN, re.MULTILINE)`, in the namespace `globals`: the pattern of a version stamp.
+[[nodiscard]] python::Ref compile_version_pattern(PyObject* globals);
+
+// The pattern that was compiled, if it is the interpreter's own and finds what `core::find_stamp` does; else None.
+[[nodiscard]] python::Ref recognized_version_pattern(PyObject* pattern);
+
+// `_installed_version(path)` for a target's path.
+[[nodiscard]] python::Ref installed_version(const python::CallContext& context, Target& target);
+
 // `_version_tuple(version) OPERATOR _version_tuple(__version__)`, not yet tested for truth; `operation` is Py_GE, Py_LT
 // and so on.
-[[nodiscard]] python::Ref compare_with_package(const python::Frame& frame, PyObject* version, int operation);
+[[nodiscard]] python::Ref compare_with_package(const python::CallContext& context, PyObject* version, int operation);
 
 }  // namespace tarnel::skill

@@ -8,70 +8,15 @@ namespace tarnel::skill {
 
 namespace {
 
-Ref _reading_agents(const Frame& frame) {
-    const auto [skills_dir, agent_roots] = frame.arguments<2>();
-    const Ref readers = readers_of(frame, skills_dir, agent_roots);
+Ref _reading_agents(const CallContext& context) {
+    const auto [skills_dir, agent_roots] = context.arguments<2>();
+    const Ref readers = readers_of(context, skills_dir, agent_roots);
     return checked(PyList_AsTuple(readers));
-}
-
-Ref note_on(const Frame& frame, PyObject* version) {
-    if (!is_true(version)) return Ref::borrow(frame[literal::not_installed]);
-    const Ref outdated = compare_with_package(frame, version, Py_LT);
-    Ref note = checked(PyUnicode_FromFormat("v%S", version));
-    if (!is_true(outdated)) return note;
-    const Ref package_version = frame.global(name::package_version);
-    return checked(PyUnicode_FromFormat("%U (update available: v%S)", note.get(), package_version.get()));
-}
-
-// What is reported for one scope.
-class ScopeStatus {
-  public:
-    ScopeStatus(const Frame& frame, PyObject* scope, PyObject* agents)
-        : frame_(frame), scope_(scope), agent_roots_(frame.call(name::_agent_roots, {agents, scope})) {
-        const Ref chosen = frame.call(name::resolve_skill_dirs, {agents, scope});
-        targets_ = checked(PySet_New(chosen));
-    }
-
-    void append_to(PyObject* results, PyObject* project_root) const {
-        const Ref directories = distinct_directories(frame_, agent_roots_);
-        for (const Ref& directory : Iteration(directories)) {
-            const Ref templates = frame_.global(name::SKILL_TEMPLATES);
-            for (const Ref& skill_name : Iteration(templates))
-                append_skill(results, project_root, directory, skill_name);
-        }
-    }
-
-  private:
-    void append_skill(PyObject* results, PyObject* project_root, PyObject* directory, PyObject* skill_name) const {
-        const Ref path = frame_.call(name::skill_target_path, {scope_, project_root, skill_name, directory});
-        const Ref version = frame_.call(name::_installed_version, {path});
-        if (is_none(version) && !contains(targets_, directory)) return;
-        const Ref note = note_on(frame_, version);
-        const Record record(frame_, scope_, path);
-        const Ref readers = frame_.call(name::_reading_agents, {directory, agent_roots_});
-        const Ref result = record.finish(Outcome::reached, note, readers);
-        checked(PyList_Append(results, result));
-    }
-
-    const Frame& frame_;
-    PyObject* scope_;
-    Ref agent_roots_;
-    Ref targets_;
-};
-
-Ref skill_status(const Frame& frame) {
-    const auto [project_root, agents] = frame.arguments<2>();
-    Ref results = checked(PyList_New(0));
-    for (const python::Text scope : {literal::user, literal::project})
-        ScopeStatus(frame, frame[scope], agents).append_to(results, project_root);
-    return results;
 }
 
 }  // namespace
 
-namespace function {
-
-constinit const python::Definition _reading_agents = {
+constinit const python::Definition function::_reading_agents = {
     .name = "_reading_agents",
     .parameters = {{"skills_dir", "str"}, {"agent_roots", "dict[str, tuple[str, ...]]"}},
     .returns = "tuple[str, ...]",
@@ -79,7 +24,64 @@ constinit const python::Definition _reading_agents = {
     .body = skill::_reading_agents,
 };
 
-constinit const python::Definition skill_status = {
+namespace {
+
+Ref note_on(const CallContext& context, PyObject* version) {
+    if (!is_true(version)) return Ref::borrow(context[literal::not_installed]);
+    const Ref outdated = compare_with_package(context, version, Py_LT);
+    Ref note = checked(PyUnicode_FromFormat("v%S", version));
+    if (!is_true(outdated)) return note;
+    const Ref package_version = context.global(name::package_version);
+    return checked(PyUnicode_FromFormat("%U (update available: v%S)", note.get(), package_version.get()));
+}
+
+// What is reported for one scope.
+class ScopeStatus {
+  public:
+    ScopeStatus(const CallContext& context, PyObject* scope, PyObject* agents)
+        : context_(context), scope_(scope), agent_roots_(context.call(name::_agent_roots, {agents, scope})) {
+        const Ref chosen = context.call(name::resolve_skill_dirs, {agents, scope});
+        targets_ = checked(PySet_New(chosen));
+    }
+
+    void append_to(PyObject* results, PyObject* project_root) const {
+        const Ref directories = distinct_directories(context_, agent_roots_);
+        for (const Ref& directory : Iteration(directories)) {
+            const Ref templates = context_.global(name::SKILL_TEMPLATES);
+            for (const Ref& skill_name : Iteration(templates))
+                append_skill(results, project_root, directory, skill_name);
+        }
+    }
+
+  private:
+    void append_skill(PyObject* results, PyObject* project_root, PyObject* directory, PyObject* skill_name) const {
+        Target target(context_, scope_, project_root, skill_name, directory);
+        const Ref version = installed_version(context_, target);
+        if (is_none(version) && !contains(targets_, directory)) return;
+        const Ref note = note_on(context_, version);
+        const Record record(context_, scope_, target);
+        const Ref readers = context_.call(name::_reading_agents, {directory, agent_roots_});
+        const Ref result = record.finish(Outcome::unchanged, note, readers);
+        checked(PyList_Append(results, result));
+    }
+
+    const CallContext& context_;
+    PyObject* scope_;
+    Ref agent_roots_;
+    Ref targets_;
+};
+
+Ref skill_status(const CallContext& context) {
+    const auto [project_root, agents] = context.arguments<2>();
+    Ref results = checked(PyList_New(0));
+    for (const python::StringId scope : {literal::user, literal::project})
+        ScopeStatus(context, context[scope], agents).append_to(results, project_root);
+    return results;
+}
+
+}  // namespace
+
+constinit const python::Definition function::skill_status = {
     .name = "skill_status",
     .parameters = {{"project_root", "Path | None", python::none_by_default},
                    {"agents", "Iterable[str]", python::value_of("DEFAULT_AGENTS"), python::Passing::keyword_only}},
@@ -94,7 +96,5 @@ constinit const python::Definition skill_status = {
     )",
     .body = skill::skill_status,
 };
-
-}  // namespace function
 
 }  // namespace tarnel::skill

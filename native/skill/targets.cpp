@@ -1,40 +1,136 @@
-// Where a skill's document lives.
+#include "skill/targets.hpp"
+
+#include <algorithm>
+
+#include "core/paths.hpp"
 #include "skill/body.hpp"
 
 namespace tarnel::skill {
 
 namespace {
 
-Ref _scope_base(const Frame& frame) {
-    const auto [scope, project_root] = frame.arguments<2>();
-    if (compare(scope, frame[literal::user], Py_EQ)) {
-        const Ref path_type = frame.global(name::Path);
-        return frame.call_method(path_type, name::home);
+// What `_scope_base(scope, project_root)` would give.
+struct Base {
+    core::PathText text;
+    Ref argument;  // to make the path object of: the project's root, or the current directory; null for the home
+};
+
+bool join(core::PathText& path, PyObject* component) {
+    const auto utf8 = python::utf8_of(component);
+    if (utf8) path.join(*utf8);
+    return utf8.has_value();
+}
+
+// `Path.home()`, when HOME is set and begins with no tilde.
+std::optional<Base> home_base(const CallContext& context) {
+    const Ref variable = context.standard_library().home_variable();
+    if (variable.get() == nullptr) return {};
+    const Ref decoded =
+        checked(PyUnicode_DecodeFSDefaultAndSize(PyBytes_AS_STRING(variable.get()), PyBytes_GET_SIZE(variable.get())));
+    auto home = python::utf8_of(decoded);
+    if (!home || home->starts_with('~')) return {};
+    home->remove_suffix(home->size() - (home->find_last_not_of('/') + 1));
+    Base base;
+    base.text.join(home->empty() ? "/" : *home);
+    return base;
+}
+
+// `Path(project_root)`, for a str or a path object.
+std::optional<Base> root_base(const CallContext& context, PyObject* project_root) {
+    Base base{{}, Ref::borrow(project_root)};
+    if (PyUnicode_CheckExact(project_root))
+        return join(base.text, project_root) ? std::optional(std::move(base)) : std::nullopt;
+    if (!Py_IS_TYPE(project_root, context.standard_library().posix_path_type())) return {};
+    const Ref components = Ref::steal(PyObject_GetAttr(project_root, context[name::_raw_paths]));
+    if (components.get() == nullptr) PyErr_Clear();  // an object that was never initialised
+    if (components.get() == nullptr || !PyList_CheckExact(components.get())) return {};
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(components.get()); i++)
+        if (!join(base.text, PyList_GET_ITEM(components.get(), i))) return {};
+    return base;
+}
+
+std::optional<Base> plain_base(const CallContext& context, PyObject* scope, PyObject* project_root) {
+    PyObject* path_type = context.global_if_plain(name::Path);
+    if (path_type == nullptr || !context.standard_library().has_original_paths(path_type)) return {};
+    if (python::is_same_text(scope, context[literal::user])) return home_base(context);
+    if (!python::is_same_text(scope, context[literal::project])) return {};
+    const bool is_given = !is_none(project_root) && !python::is_empty_text(project_root);
+    if (is_given) return root_base(context, project_root);
+    const Ref current = checked(PyObject_CallNoArgs(context.standard_library().getcwd()));
+    return root_base(context, current);
+}
+
+// A path with so many components, and files to be created, makes Python's recursion end in an error.
+constexpr std::ptrdiff_t most_components = 200;
+
+std::optional<python::SystemPath> plain_path(const CallContext& context, PyObject* scope, PyObject* project_root,
+                                             PyObject* skill_name, PyObject* skills_dir) {
+    if (!context.is_own(name::skill_target_path, function::skill_target_path.body) ||
+        !context.is_own(name::_scope_base, function::_scope_base.body) || !PyUnicode_CheckExact(skill_name) ||
+        !PyUnicode_CheckExact(skills_dir))
+        return {};
+    std::optional<Base> base = plain_base(context, scope, project_root);
+    if (!base) return {};
+    for (PyObject* component : {skills_dir, skill_name, context[literal::document_file]})
+        if (!join(base->text, component)) return {};
+    if (std::ranges::count(base->text.text(), '/') > most_components) return {};
+    return python::SystemPath::of(base->text.text());
+}
+
+}  // namespace
+
+Target::Target(const CallContext& context, PyObject* scope, PyObject* project_root, PyObject* skill_name,
+               PyObject* skills_dir)
+    : context_(context), plain_(plain_path(context, scope, project_root, skill_name, skills_dir)) {
+    if (!plain_) object_ = context.call(name::skill_target_path, {scope, project_root, skill_name, skills_dir});
+}
+
+const python::SystemPath* Target::plain() const {
+    return plain_ && context_.standard_library().paths_hold() ? &*plain_ : nullptr;
+}
+
+PyObject* Target::object() {
+    if (plain_) {
+        auto* type = reinterpret_cast<PyObject*>(context_.standard_library().posix_path_type());
+        object_ = checked(PyObject_CallOneArg(type, plain_->text()));
+        plain_.reset();
     }
-    if (compare(scope, frame[literal::project], Py_EQ)) {
-        const Ref path_type = frame.global(name::Path);
-        if (is_true(project_root)) return frame.call(path_type, {project_root});
-        const Ref path_type_again = frame.global(name::Path);  // as `Path(project_root or Path.cwd())` does
-        const Ref current = frame.call_method(path_type_again, name::cwd);
-        return frame.call(path_type, {current});
+    return object_;
+}
+
+bool Target::exists() {
+    if (const python::SystemPath* path = plain()) return python::exists(*path);
+    const Ref is_there = context_.call_method(object(), name::exists);
+    return is_true(is_there);
+}
+
+Ref Target::text() {
+    if (const python::SystemPath* path = plain()) return Ref::borrow(path->text());
+    return checked(PyObject_Str(object()));
+}
+
+namespace {
+
+Ref _scope_base(const CallContext& context) {
+    const auto [scope, project_root] = context.arguments<2>();
+    if (compare(scope, context[literal::user], Py_EQ)) {
+        const Ref path_type = context.global(name::Path);
+        return context.call_method(path_type, name::home);
+    }
+    if (compare(scope, context[literal::project], Py_EQ)) {
+        const Ref path_type = context.global(name::Path);
+        if (is_true(project_root)) return context.call(path_type, {project_root});
+        const Ref path_type_again = context.global(name::Path);  // as `Path(project_root or Path.cwd())` does
+        const Ref current = context.call_method(path_type_again, name::cwd);
+        return context.call(path_type, {current});
     }
     PyErr_Format(PyExc_ValueError, "unknown skill scope: %R (use 'user' or 'project')", scope);
     throw PythonError{};
 }
 
-Ref skill_target_path(const Frame& frame) {
-    const auto [scope, project_root, skill_name, skills_dir] = frame.arguments<4>();
-    Ref path = frame.call(name::_scope_base, {scope, project_root});
-    for (PyObject* component : {skills_dir, skill_name, frame[literal::document_file]})
-        path = checked(PyNumber_TrueDivide(path, component));
-    return path;
-}
-
 }  // namespace
 
-namespace function {
-
-constinit const python::Definition _scope_base = {
+constinit const python::Definition function::_scope_base = {
     .name = "_scope_base",
     .parameters = {{"scope", "str"}, {"project_root", "Path | None", python::none_by_default}},
     .returns = "Path",
@@ -42,7 +138,34 @@ constinit const python::Definition _scope_base = {
     .body = skill::_scope_base,
 };
 
-constinit const python::Definition skill_target_path = {
+namespace {
+
+// The fast path of `skill_target_path`; null when it is not to be taken.
+Ref plain_object(const CallContext& context, PyObject* scope, PyObject* project_root, PyObject* skill_name,
+                 PyObject* skills_dir) {
+    if (!context.is_own(name::_scope_base, function::_scope_base.body) || !PyUnicode_CheckExact(skill_name) ||
+        !PyUnicode_CheckExact(skills_dir))
+        return {};
+    std::optional<Base> base = plain_base(context, scope, project_root);
+    if (!base) return {};
+    if (base->argument.get() == nullptr) base->argument = python::text_of(base->text.text());
+    auto* type = reinterpret_cast<PyObject*>(context.standard_library().posix_path_type());
+    return context.call(type, {base->argument, skills_dir, skill_name, context[literal::document_file]});
+}
+
+Ref skill_target_path(const CallContext& context) {
+    const auto [scope, project_root, skill_name, skills_dir] = context.arguments<4>();
+    if (Ref path = plain_object(context, scope, project_root, skill_name, skills_dir); path.get() != nullptr)
+        return path;
+    Ref path = context.call(name::_scope_base, {scope, project_root});
+    for (PyObject* component : {skills_dir, skill_name, context[literal::document_file]})
+        path = checked(PyNumber_TrueDivide(path, component));
+    return path;
+}
+
+}  // namespace
+
+constinit const python::Definition function::skill_target_path = {
     .name = "skill_target_path",
     .parameters = {{"scope", "str"},
                    {"project_root", "Path | None", python::none_by_default},
@@ -56,7 +179,5 @@ constinit const python::Definition skill_target_path = {
     )",
     .body = skill::skill_target_path,
 };
-
-}  // namespace function
 
 }  // namespace tarnel::skill

@@ -6,44 +6,30 @@
 #include <initializer_list>
 #include <span>
 #include <stdexcept>
-#include <vector>
 
-#include "python/reference.hpp"
+#include "python/lookup.hpp"
+#include "python/shared.hpp"
 
 namespace tarnel::python {
 
 inline constexpr std::size_t max_parameters = 8;  // of a function made here, and arguments of a call from its body
 
-// One of the strings that bodies use (global names, attributes, keywords, literals), as an index into `Texts`.
-enum class Text : std::size_t {};
-
-// These strings, interned. They belong to the interpreter that they were made in.
-class Texts {
-  public:
-    explicit Texts(std::span<const char* const> utf8);
-    [[nodiscard]] PyObject* operator[](Text text) const noexcept { return strings_[static_cast<std::size_t>(text)]; }
-
-  private:
-    std::vector<Ref> strings_;
-};
-
 // `name=value` in a call.
 struct Keyword {
-    Text name;
+    StringId name;
     PyObject* value;
 };
 
-// The value of a global name: the namespace's, else the builtins', else NameError.
-[[nodiscard]] Ref look_up(PyObject* globals, PyObject* builtins, PyObject* name);
+class CallContext;
 
-// The same for the statements of a module that is being executed; the name in UTF-8.
-[[nodiscard]] Ref look_up(PyObject* globals, const char* name);
+// A native body: runs with every parameter bound. Throws PythonError when a Python exception is set.
+using Body = Ref (*)(const CallContext& context);
 
 // Borrows everything it is made of; whoever makes it keeps that alive while the body runs.
-class Frame {
+class CallContext {
   public:
-    Frame(PyObject* globals, PyObject* builtins, const Texts& texts, std::span<PyObject* const> arguments) noexcept
-        : globals_(globals), builtins_(builtins), texts_(texts), arguments_(arguments) {}
+    CallContext(PyObject* globals, PyObject* builtins, Shared& shared, std::span<PyObject* const> arguments) noexcept
+        : globals_(globals), builtins_(builtins), shared_(shared), arguments_(arguments) {}
 
     // The arguments, one per parameter in the order of the signature.
     template <std::size_t count>
@@ -54,13 +40,23 @@ class Frame {
         return all;
     }
 
-    [[nodiscard]] PyObject* operator[](Text text) const noexcept { return texts_[text]; }
+    [[nodiscard]] PyObject* operator[](StringId id) const noexcept { return shared_.strings[id]; }
 
-    [[nodiscard]] Ref global(Text name) const { return look_up(globals_, builtins_, texts_[name]); }
+    [[nodiscard]] Ref global(StringId name) const { return look_up(globals_, builtins_, shared_.strings[name]); }
+
+    // Whether a global name stands for the function with that body which was made here, over the same namespace: then
+    // a fast path may do at once what a call would lead to. Neither it nor the next runs foreign code.
+    [[nodiscard]] bool is_own(StringId name, Body body) const;
+
+    // The value of a global name, borrowed; null if it takes more than a look into the namespace to find it.
+    [[nodiscard]] PyObject* global_if_plain(StringId name) const;
+
+    [[nodiscard]] StandardLibrary& standard_library() const noexcept { return shared_.standard_library; }
+    [[nodiscard]] PyObject* recognized(std::size_t index) const noexcept { return shared_.recognized[index]; }
 
     // `object.name`
-    [[nodiscard]] Ref attribute(PyObject* object, Text name) const {
-        return checked(PyObject_GetAttr(object, texts_[name]));
+    [[nodiscard]] Ref attribute(PyObject* object, StringId name) const {
+        return checked(PyObject_GetAttr(object, shared_.strings[name]));
     }
 
     // `callable(*positional, **keywords)`
@@ -68,14 +64,14 @@ class Frame {
                            std::initializer_list<Keyword> keywords = {}) const;
 
     // `name(*positional, **keywords)`, for a global name whose arguments need nothing looked up or computed
-    [[nodiscard]] Ref call(Text name, std::initializer_list<PyObject*> positional,
+    [[nodiscard]] Ref call(StringId name, std::initializer_list<PyObject*> positional,
                            std::initializer_list<Keyword> keywords = {}) const {
         const Ref callable = global(name);
         return call(callable, positional, keywords);
     }
 
     // `object.name(*positional, **keywords)`, likewise
-    [[nodiscard]] Ref call_method(PyObject* object, Text name, std::initializer_list<PyObject*> positional = {},
+    [[nodiscard]] Ref call_method(PyObject* object, StringId name, std::initializer_list<PyObject*> positional = {},
                                   std::initializer_list<Keyword> keywords = {}) const {
         const Ref method = attribute(object, name);
         return call(method, positional, keywords);
@@ -84,7 +80,7 @@ class Frame {
   private:
     PyObject* globals_;
     PyObject* builtins_;
-    const Texts& texts_;
+    Shared& shared_;
     std::span<PyObject* const> arguments_;
 };
 

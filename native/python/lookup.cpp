@@ -1,4 +1,4 @@
-#include "python/frame.hpp"
+#include "python/lookup.hpp"
 
 #include "python/objects.hpp"
 
@@ -25,11 +25,6 @@ Ref item_of_mapping(PyObject* mapping, PyObject* key) {
 
 }  // namespace
 
-Texts::Texts(std::span<const char* const> utf8) {
-    strings_.reserve(utf8.size());
-    for (const char* text : utf8) strings_.push_back(checked(PyUnicode_InternFromString(text)));
-}
-
 Ref look_up(PyObject* globals, PyObject* builtins, PyObject* name) {
     const bool plain = PyDict_CheckExact(globals) && PyDict_CheckExact(builtins);
     for (PyObject* scope : {globals, builtins}) {
@@ -42,25 +37,6 @@ Ref look_up(PyObject* globals, PyObject* builtins, PyObject* name) {
 Ref look_up(PyObject* globals, const char* name) {
     const Ref key = checked(PyUnicode_InternFromString(name));
     return look_up(globals, PyEval_GetBuiltins(), key);
-}
-
-Ref Frame::call(PyObject* callable, std::initializer_list<PyObject*> positional,
-                std::initializer_list<Keyword> keywords) const {
-    if (positional.size() + keywords.size() > max_parameters) throw std::length_error("a call with too many arguments");
-    // The first place is the callee's to use, in exchange for a faster bound method.
-    std::array<PyObject*, max_parameters + 1> stack{};
-    std::size_t size = 1;
-    for (PyObject* argument : positional) stack[size++] = argument;
-    Ref names;
-    if (keywords.size() > 0) {
-        names = checked(PyTuple_New(static_cast<Py_ssize_t>(keywords.size())));
-        Py_ssize_t index = 0;
-        for (const auto& [name, value] : keywords) {
-            PyTuple_SET_ITEM(names.get(), index++, Py_NewRef(texts_[name]));
-            stack[size++] = value;
-        }
-    }
-    return checked(PyObject_Vectorcall(callable, &stack[1], positional.size() | PY_VECTORCALL_ARGUMENTS_OFFSET, names));
 }
 
 }  // namespace tarnel::python

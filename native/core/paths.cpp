@@ -1,0 +1,41 @@
+#include "core/paths.hpp"
+
+#include <algorithm>
+
+namespace tarnel::core {
+
+namespace {
+
+constexpr char separator = '/';
+
+// Two slashes at the front are a root of their own; one, or more than two, are one.
+std::size_t length_of_root(std::string_view path) {
+    const std::size_t slashes = std::min(path.find_first_not_of(separator), path.size());
+    return slashes == 2 ? 2 : std::min<std::size_t>(slashes, 1);
+}
+
+}  // namespace
+
+void PathText::join(std::string_view component) {
+    if (component.starts_with(separator)) {
+        root_ = length_of_root(component);
+        text_.assign(component, 0, root_);
+    }
+    while (!component.empty()) {
+        const std::size_t end = std::min(component.find(separator), component.size());
+        const std::string_view name = component.substr(0, end);
+        component.remove_prefix(std::min(end + 1, component.size()));
+        if (name.empty() || name == ".") continue;
+        if (text_.size() > root_) text_ += separator;
+        text_ += name;
+    }
+}
+
+std::string_view parent_of(std::string_view text) {
+    const std::size_t root = length_of_root(text);
+    const std::size_t slash = text.rfind(separator);
+    if (slash == std::string_view::npos || text.size() == root) return root > 0 ? text : ".";
+    return text.substr(0, std::max(slash, root));
+}
+
+}  // namespace tarnel::core

@@ -1,0 +1,28 @@
+// Paths as pathlib joins and writes them on POSIX, without looking at any file.
+#pragma once
+
+#include <initializer_list>
+#include <string>
+#include <string_view>
+
+namespace tarnel::core {
+
+// A path in the making. Its text is what `str()` gives for a path object of the same components: no empty ones, no
+// `.`, no slash at the end, and one or two slashes at the front of an absolute path.
+class PathText {
+  public:
+    // Joins a component: behind what is there, or in its place if the component is absolute.
+    void join(std::string_view component);
+
+    // The text; "." if nothing is left.
+    [[nodiscard]] std::string_view text() const { return text_.empty() ? std::string_view(".") : text_; }
+
+  private:
+    std::string text_;
+    std::size_t root_ = 0;  // slashes at the front
+};
+
+// The parent of such a text, as another one: "." for a single relative component, and the root's parent is the root.
+[[nodiscard]] std::string_view parent_of(std::string_view text);
+
+}  // namespace tarnel::core

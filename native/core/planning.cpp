@@ -1,0 +1,258 @@
+#include "core/planning.hpp"
+
+#include <algorithm>
+#include <limits>
+#include <ranges>
+#include <tuple>
+#include <utility>
+
+namespace tarnel::core {
+
+namespace {
+
+constexpr std::size_t nodes_between_checkpoints = 1024;
+
+// A directory as one agent sees it.
+struct Reading {
+    std::size_t agent;
+    std::size_t times;     // how often the agent lists the directory
+    std::size_t position;  // of the first of these, in the agent's order of preference
+};
+
+// What decides between two selections, before the selections themselves.
+struct Score {
+    std::size_t duplicates = 0;
+    std::size_t native_rank = 0;
+    std::size_t size = 0;
+    friend auto operator<=>(const Score&, const Score&) = default;
+};
+
+// A search of all selections that can win, for agents that share directories, directly or through other agents.
+//
+// A selection with a directory to spare never wins: without it there are fewer double sightings. So each node takes an
+// agent that finds no skill yet and tries its directories in turn; a directory that has been tried stays excluded from
+// what its later siblings try, so that no selection is met twice. Adding a directory never makes double sightings
+// fewer, which bounds the search by the best selection so far.
+class Search {
+  public:
+    Search(std::span<const Directories> agents, std::size_t candidates, const std::function<void()>& checkpoint)
+        : readers_(candidates),
+          sightings_(agents.size()),
+          ranks_(agents.size()),
+          costs_(candidates),
+          excluded_(candidates),
+          checkpoint_(checkpoint) {
+        for (const Directories& directories : agents) add(directories);
+    }
+
+    void run() { visit(); }
+    [[nodiscard]] const std::vector<Candidate>& best() const { return best_selection_; }
+
+  private:
+    // Agents with the same directories are one agent with a weight.
+    void add(const Directories& directories) {
+        const auto known = std::ranges::find_if(agents_, [&](const auto* other) { return *other == directories; });
+        if (known != agents_.end()) {
+            weights_[static_cast<std::size_t>(known - agents_.begin())]++;
+            return;
+        }
+        const std::size_t agent = agents_.size();
+        agents_.push_back(&directories);
+        weights_.push_back(1);
+        unserved_++;
+        for (std::size_t position = 0; position < directories.size(); position++) {
+            auto& readings = readers_[directories[position]];
+            if (!readings.empty() && readings.back().agent == agent)
+                readings.back().times++;
+            else
+                readings.push_back({agent, 1, position});
+        }
+    }
+
+    [[nodiscard]] std::size_t cost(Candidate directory) const {
+        std::size_t added = 0;
+        for (const auto& [agent, times, position] : readers_[directory])
+            added += weights_[agent] * (sightings_[agent] == 0 ? times - 1 : times);
+        return added;
+    }
+
+    [[nodiscard]] bool can_win(Candidate directory) const {
+        return !excluded_[directory] && score_.duplicates + costs_[directory] <= bound_.duplicates;
+    }
+
+    // Whether whatever is added leads to a worse score than the best. Once no double sighting may be added, what is
+    // added changes nothing for the agents that already find a skill.
+    [[nodiscard]] bool is_hopeless(std::size_t least_native_rank_to_add) const {
+        if (score_.duplicates < bound_.duplicates) return false;
+        const std::size_t native_rank = score_.native_rank + least_native_rank_to_add;
+        return std::pair(native_rank, score_.size + 1) > std::pair(bound_.native_rank, bound_.size);
+    }
+
+    void visit() {
+        if (++nodes_ % nodes_between_checkpoints == 0) checkpoint_();
+        if (unserved_ == 0) {
+            keep_if_best();
+            return;
+        }
+        for (std::size_t i = 0; i < costs_.size(); i++) costs_[i] = cost(static_cast<Candidate>(i));
+        const Directories* fewest = nullptr;
+        std::ptrdiff_t fewest_options = std::numeric_limits<std::ptrdiff_t>::max();
+        std::size_t least_native_rank = 0;
+        for (std::size_t agent = 0; agent < agents_.size(); agent++) {
+            if (sightings_[agent] > 0) continue;
+            const Directories& directories = *agents_[agent];
+            const auto viable = [this](Candidate directory) { return can_win(directory); };
+            const auto first = std::ranges::find_if(directories, viable);
+            if (first == directories.end()) return;
+            least_native_rank += weights_[agent] * static_cast<std::size_t>(first - directories.begin());
+            const std::ptrdiff_t options = std::count_if(first, directories.end(), viable);
+            if (options < fewest_options) fewest = &directories;
+            fewest_options = std::min(options, fewest_options);
+        }
+        if (!is_hopeless(least_native_rank)) branch(*fewest);
+    }
+
+    // Tries the directories, the cheapest first, and then the most native.
+    void branch(const Directories& directories) {
+        std::vector<Candidate> options;
+        for (const Candidate directory : directories)
+            if (can_win(directory) && std::ranges::find(options, directory) == options.end())
+                options.push_back(directory);
+        std::ranges::stable_sort(options, {}, [this](Candidate directory) { return costs_[directory]; });
+        for (const Candidate directory : options) {
+            choose(directory);
+            visit();
+            undo(directory);
+            excluded_[directory] = true;
+        }
+        for (const Candidate directory : options) excluded_[directory] = false;
+    }
+
+    void choose(Candidate directory) {
+        score_.duplicates += cost(directory);
+        score_.size++;
+        selection_.push_back(directory);
+        for (const auto& [agent, times, position] : readers_[directory]) {
+            saved_ranks_.push_back(ranks_[agent]);
+            const bool is_new = sightings_[agent] == 0;
+            if (is_new) unserved_--;
+            const std::size_t rank = is_new ? position : std::min(ranks_[agent], position);
+            score_.native_rank += weights_[agent] * rank;
+            if (!is_new) score_.native_rank -= weights_[agent] * ranks_[agent];
+            ranks_[agent] = rank;
+            sightings_[agent] += times;
+        }
+    }
+
+    void undo(Candidate directory) {
+        for (const auto& [agent, times, position] : std::views::reverse(readers_[directory])) {
+            sightings_[agent] -= times;
+            score_.native_rank -= weights_[agent] * ranks_[agent];
+            ranks_[agent] = saved_ranks_.back();
+            saved_ranks_.pop_back();
+            if (sightings_[agent] == 0)
+                unserved_++;
+            else
+                score_.native_rank += weights_[agent] * ranks_[agent];
+        }
+        selection_.pop_back();
+        score_.size--;
+        score_.duplicates -= cost(directory);
+    }
+
+    void keep_if_best() {
+        std::vector<Candidate> sorted = selection_;
+        std::ranges::sort(sorted);
+        if (std::tie(score_, sorted) >= std::tie(bound_, best_selection_)) return;
+        bound_ = score_;
+        best_selection_ = std::move(sorted);
+    }
+
+    static constexpr std::size_t worst = std::numeric_limits<std::size_t>::max();
+
+    std::vector<const Directories*> agents_;  // distinct
+    std::vector<std::size_t> weights_;
+    std::vector<std::vector<Reading>> readers_;  // of each candidate
+
+    std::vector<Candidate> selection_;
+    std::vector<std::size_t> sightings_;  // of each agent
+    std::vector<std::size_t> ranks_;      // of each agent that finds a skill: the first position selected
+    std::vector<std::size_t> saved_ranks_;
+    std::vector<std::size_t> costs_;  // of each candidate, at the node that is visited
+    std::vector<char> excluded_;
+    std::size_t unserved_ = 0;
+    Score score_;
+
+    Score bound_{worst, worst, worst};
+    std::vector<Candidate> best_selection_;
+    std::size_t nodes_ = 0;
+    const std::function<void()>& checkpoint_;
+};
+
+// Candidates that are connected through agents that read them. What is best for the agents of one group doesn't depend
+// on the other groups.
+struct Group {
+    std::vector<Candidate> candidates;  // ascending
+    std::vector<Directories> agents;    // of positions in `candidates`
+};
+
+class Connections {
+  public:
+    explicit Connections(std::size_t candidates) : parents_(candidates) {
+        for (std::size_t i = 0; i < candidates; i++) parents_[i] = static_cast<Candidate>(i);
+    }
+    void connect(Candidate one, Candidate other) { parents_[root(one)] = root(other); }
+    [[nodiscard]] Candidate root(Candidate candidate) {
+        while (parents_[candidate] != candidate) candidate = parents_[candidate] = parents_[parents_[candidate]];
+        return candidate;
+    }
+
+  private:
+    std::vector<Candidate> parents_;
+};
+
+std::vector<Group> groups_of(std::span<const Directories> agents, std::size_t candidates) {
+    Connections connections(candidates);
+    for (const Directories& directories : agents)
+        for (const Candidate directory : directories) connections.connect(directory, directories.front());
+    std::vector<Group> groups(candidates);  // most of them stay empty: each is found at its root
+    std::vector<Candidate> positions(candidates);
+    for (std::size_t i = 0; i < candidates; i++) {
+        std::vector<Candidate>& members = groups[connections.root(static_cast<Candidate>(i))].candidates;
+        positions[i] = static_cast<Candidate>(members.size());
+        members.push_back(static_cast<Candidate>(i));
+    }
+    for (const Directories& directories : agents) {
+        Directories& local = groups[connections.root(directories.front())].agents.emplace_back();
+        for (const Candidate directory : directories) local.push_back(positions[directory]);
+    }
+    return groups;
+}
+
+}  // namespace
+
+std::vector<Candidate> best_selection(std::span<const Directories> agents, std::size_t candidates,
+                                      const std::function<void()>& checkpoint) {
+    std::vector<Candidate> selection;
+    for (const Group& group : groups_of(agents, candidates)) {
+        if (group.agents.empty()) continue;
+        Search search(group.agents, group.candidates.size(), checkpoint);
+        search.run();
+        for (const Candidate local : search.best()) selection.push_back(group.candidates[local]);
+    }
+    std::ranges::sort(selection);
+    return selection;
+}
+
+std::vector<Candidate> quick_selection(std::span<const Directories> agents, std::size_t candidates) {
+    std::vector<char> chosen(candidates);
+    for (const Directories& directories : agents)
+        if (std::ranges::none_of(directories, [&](Candidate directory) { return chosen[directory] != 0; }))
+            chosen[directories.front()] = 1;
+    std::vector<Candidate> selection;
+    for (std::size_t i = 0; i < candidates; i++)
+        if (chosen[i] != 0) selection.push_back(static_cast<Candidate>(i));
+    return selection;
+}
+
+}  // namespace tarnel::core

@@ -1,0 +1,69 @@
+// UTF-8 without a Python object: strict, as CPython's decoder is (no surrogates, no overlong forms).
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <string_view>
+#include <type_traits>
+
+namespace tarnel::core {
+
+namespace utf8 {
+
+constexpr unsigned byte_at(std::string_view text, std::size_t index) { return static_cast<unsigned char>(text[index]); }
+
+constexpr bool is_ascii(char byte) { return static_cast<unsigned char>(byte) < 0x80U; }
+
+constexpr bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
+
+// The length of the well-formed character at `index`, which is not ASCII; 0 if it is malformed or cut off.
+constexpr std::size_t length_of_character(std::string_view text, std::size_t index) {
+    const unsigned lead = byte_at(text, index);
+    const std::size_t length = lead < 0xE0U ? 2 : lead < 0xF0U ? 3 : 4;
+    if (lead < 0xC2U || lead > 0xF4U || text.size() - index < length) return 0;
+    for (std::size_t i = 1; i < length; i++)
+        if (!is_continuation(text[index + i])) return 0;
+    const unsigned second = byte_at(text, index + 1);
+    const bool overlong = (lead == 0xE0U && second < 0xA0U) || (lead == 0xF0U && second < 0x90U);
+    const bool surrogate = lead == 0xEDU && second >= 0xA0U;
+    const bool beyond_unicode = lead == 0xF4U && second >= 0x90U;
+    return overlong || surrogate || beyond_unicode ? 0 : length;
+}
+
+// The first position at or after `index` that is not ASCII, or the text's end.
+constexpr std::size_t skip_ascii(std::string_view text, std::size_t index) {
+    if (!std::is_constant_evaluated()) {
+        constexpr std::uint64_t high_bits = 0x8080808080808080U;
+        std::uint64_t block = 0;
+        for (; text.size() - index >= sizeof block; index += sizeof block) {
+            std::memcpy(&block, text.data() + index, sizeof block);
+            if ((block & high_bits) != 0) break;
+        }
+    }
+    while (index < text.size() && is_ascii(text[index])) index++;
+    return index;
+}
+
+}  // namespace utf8
+
+constexpr bool is_utf8(std::string_view text) {
+    for (std::size_t index = utf8::skip_ascii(text, 0); index < text.size(); index = utf8::skip_ascii(text, index)) {
+        const std::size_t length = utf8::length_of_character(text, index);
+        if (length == 0) return false;
+        index += length;
+    }
+    return true;
+}
+
+// The character at the front of `text`, which is well-formed and not empty; takes it off.
+constexpr char32_t take_character(std::string_view& text) {
+    const unsigned lead = utf8::byte_at(text, 0);
+    const std::size_t length = lead < 0x80U ? 1 : lead < 0xE0U ? 2 : lead < 0xF0U ? 3 : 4;
+    char32_t character = length == 1 ? lead : lead & (0xFFU >> (length + 1));
+    for (std::size_t i = 1; i < length; i++) character = (character << 6U) | (utf8::byte_at(text, i) & 0x3FU);
+    text.remove_prefix(length);
+    return character;
+}
+
+}  // namespace tarnel::core

@@ -1,0 +1,14 @@
+// Global names.
+#pragma once
+
+#include "python/reference.hpp"
+
+namespace tarnel::python {
+
+// The value of a global name: the namespace's, else the builtins', else NameError.
+[[nodiscard]] Ref look_up(PyObject* globals, PyObject* builtins, PyObject* name);
+
+// The same for the statements of a module that is being executed; the name in UTF-8.
+[[nodiscard]] Ref look_up(PyObject* globals, const char* name);
+
+}  // namespace tarnel::python

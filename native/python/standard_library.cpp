@@ -1,0 +1,58 @@
+#include "python/standard_library.hpp"
+
+#include "python/objects.hpp"
+
+namespace tarnel::python {
+
+bool StandardLibrary::paths_hold() {
+    if (!files_.hold()) return false;
+    if (environment_.get() == nullptr) find_environment();
+    return environment_.get() != nullptr && files_.hold();
+}
+
+// `os.environ` keeps the variables, encoded, in a dictionary, and the functions that encode and decode beside it.
+void StandardLibrary::find_environment() {
+    const Ref environ = files_.original("os", "environ");
+    const Ref type = files_.original_class("_Environ");
+    if (reinterpret_cast<PyObject*>(Py_TYPE(environ.get())) != type.get()) return;
+    const Ref attributes = checked(PyObject_GenericGetDict(environ, nullptr));
+    Ref variables = item_if_any(attributes, "_data");
+    if (variables.get() == nullptr || !PyDict_CheckExact(variables.get())) return;
+    for (const char* name : {"_data", "decodevalue", "encodekey"}) files_.add(attributes, name);
+    path_type_ = files_.original("pathlib", "Path");
+    posix_path_type_ = files_.original("pathlib", "PosixPath");
+    getcwd_ = files_.original("os", "getcwd");
+    home_key_ = checked(PyBytes_FromString("HOME"));
+    environment_ = std::move(variables);
+}
+
+Ref StandardLibrary::home_variable() const {
+    Ref value = item_if_any(environment_, home_key_);
+    if (value.get() != nullptr && !PyBytes_CheckExact(value.get())) return {};
+    return value;
+}
+
+// What files are decoded and encoded with is registered where no dictionary shows it.
+bool StandardLibrary::codec_holds() {
+    if (codec_.get() == nullptr) find_codec();
+    if (codec_.get() == nullptr) return false;
+    const Ref now = checked(PyObject_CallOneArg(look_up_codec_, codec_name_));
+    return now.get() == codec_.get() && files_.hold();
+}
+
+void StandardLibrary::find_codec() {
+    look_up_codec_ = files_.original("codecs", "lookup");
+    codec_name_ = checked(PyUnicode_InternFromString("utf-8"));
+    Ref codec = checked(PyObject_CallOneArg(look_up_codec_, codec_name_));
+    const Ref attributes = checked(PyObject_GenericGetDict(codec, nullptr));
+    const Ref decoder = item_if_any(attributes, "incrementaldecoder");
+    const Ref encoder = item_if_any(attributes, "incrementalencoder");
+    if (decoder.get() != files_.original_class("IncrementalDecoder").get() ||
+        encoder.get() != files_.original_class("IncrementalEncoder").get())
+        return;
+    files_.add(attributes, "incrementaldecoder");
+    files_.add(attributes, "incrementalencoder");
+    codec_ = std::move(codec);
+}
+
+}  // namespace tarnel::python

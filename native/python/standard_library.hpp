@@ -1,0 +1,53 @@
+// The parts of the standard library that fast paths leave out, while they are what the interpreter came with.
+#pragma once
+
+#include "python/originals.hpp"
+
+namespace tarnel::python {
+
+// To be asked anew wherever foreign code may have run or the GIL was released: an answer takes some 50 ns, runs no
+// foreign code, and throws when out of memory.
+class StandardLibrary {
+  public:
+    // Whether `module.combinations` is that of itertools.
+    [[nodiscard]] bool has_original_combinations(PyObject* module) {
+        return combinations_.hold() && combinations_.are_of(module);
+    }
+
+    // Whether `module.match` is that of re.
+    [[nodiscard]] bool has_original_matching(PyObject* module) { return matching_.hold() && matching_.are_of(module); }
+
+    // Whether the object is `pathlib.Path`, and it and all that it goes through are the originals.
+    [[nodiscard]] bool has_original_paths(PyObject* path_type) { return paths_hold() && path_type == path_type_.get(); }
+    [[nodiscard]] bool paths_hold();
+    // The same, and the codec of text files.
+    [[nodiscard]] bool text_files_hold() { return paths_hold() && codec_holds(); }
+
+    // Once paths have held, borrowed: the type of path objects, and `os.getcwd`.
+    [[nodiscard]] PyTypeObject* posix_path_type() const noexcept {
+        return reinterpret_cast<PyTypeObject*>(posix_path_type_.get());
+    }
+    [[nodiscard]] PyObject* getcwd() const noexcept { return getcwd_; }
+    // The value of HOME in `os.environ` as it is now: a bytes object; null if there is none.
+    [[nodiscard]] Ref home_variable() const;
+
+  private:
+    void find_environment();
+    void find_codec();
+    bool codec_holds();
+
+    DictWatcher watcher_;
+    Originals combinations_{watcher_, standard_library::of_planning};
+    Originals matching_{watcher_, standard_library::of_matching, standard_library::builtins};
+    Originals files_{watcher_, standard_library::of_files, standard_library::builtins, standard_library::classes};
+    Ref path_type_;
+    Ref posix_path_type_;
+    Ref getcwd_;
+    Ref environment_;  // the dictionary inside `os.environ`; null until it is known
+    Ref home_key_;
+    Ref look_up_codec_;
+    Ref codec_name_;
+    Ref codec_;  // null until it is known
+};
+
+}  // namespace tarnel::python

@@ -1,0 +1,193 @@
+// The names of the standard library that Python code would go through, and fast paths leave out.
+//
+// Special to CPython 3.12: another version's pathlib, os, codecs and re go through other names.
+#pragma once
+
+#include <span>
+
+namespace tarnel::python::standard_library {
+
+// What a name stands for originally, and how that is recognised.
+enum class Kind {
+    function,      // a Python function of the same module
+    builtin,       // a builtin function; `origin` is its module
+    static_type,   // a type that is built in
+    python_class,  // a class of the module `origin`
+    module,        // the module `origin`
+    text,          // the string `origin`
+    none,
+    ignored_errnos,  // the errors for which pathlib says that a file doesn't exist
+    any,             // whatever it is
+};
+
+struct Name {
+    const char* module;
+    const char* name;
+    Kind kind = Kind::function;
+    const char* origin = nullptr;
+};
+
+// Choosing directories: itertools.combinations.
+inline constexpr Name of_planning[] = {{"itertools", "combinations", Kind::static_type, "itertools.combinations"}};
+
+// Version keys: re.match.
+inline constexpr Name of_matching[] = {
+    {"re", "match"},
+    {"re", "_compile"},
+    {"re", "RegexFlag", Kind::python_class, "re"},
+    {"re", "_cache2", Kind::any},
+    {"re", "_cache", Kind::any},
+};
+
+// Documents and paths: what pathlib, and the text files that it opens, are made of.
+inline constexpr Name of_files[] = {
+    {"pathlib", "Path", Kind::python_class, "pathlib"},
+    {"pathlib", "PosixPath", Kind::python_class, "pathlib"},
+    {"pathlib", "PurePath", Kind::python_class, "pathlib"},
+    {"pathlib", "S_ISDIR", Kind::builtin, "_stat"},
+    {"pathlib", "_ignore_error"},
+    {"pathlib", "_IGNORED_ERRNOS", Kind::ignored_errnos},
+    {"pathlib", "io", Kind::module, "io"},
+    {"pathlib", "ntpath", Kind::module, "ntpath"},
+    {"pathlib", "os", Kind::module, "os"},
+    {"pathlib", "posixpath", Kind::module, "posixpath"},
+    {"pathlib", "sys", Kind::module, "sys"},
+    {"os", "environ", Kind::any},
+    {"os", "fspath", Kind::builtin, "posix"},
+    {"os", "getcwd", Kind::builtin, "posix"},
+    {"os", "mkdir", Kind::builtin, "posix"},
+    {"os", "name", Kind::text, "posix"},
+    {"os", "stat", Kind::builtin, "posix"},
+    {"io", "open", Kind::builtin, "_io"},
+    {"io", "text_encoding", Kind::builtin, "_io"},
+    {"posixpath", "_get_sep"},
+    {"posixpath", "altsep", Kind::none},
+    {"posixpath", "expanduser"},
+    {"posixpath", "join"},
+    {"posixpath", "os", Kind::module, "os"},
+    {"posixpath", "sep", Kind::text, "/"},
+    {"posixpath", "splitdrive"},
+    {"posixpath", "splitroot"},
+    {"sys", "intern", Kind::builtin, "sys"},
+    {"codecs", "utf_8_decode", Kind::builtin, "_codecs"},
+    {"codecs", "utf_8_encode", Kind::builtin, "_codecs"},
+    {"codecs", "lookup", Kind::builtin, "_codecs"},
+    {"encodings.utf_8", "codecs", Kind::module, "codecs"},
+};
+
+// The builtins that all this code uses. Its modules must not have names like these, which would hide them.
+inline constexpr Name builtins[] = {
+    {"builtins", "getattr", Kind::builtin, "builtins"},
+    {"builtins", "isinstance", Kind::builtin, "builtins"},
+    {"builtins", "len", Kind::builtin, "builtins"},
+    {"builtins", "AttributeError", Kind::static_type, "AttributeError"},
+    {"builtins", "BytesWarning", Kind::static_type, "BytesWarning"},
+    {"builtins", "FileNotFoundError", Kind::static_type, "FileNotFoundError"},
+    {"builtins", "KeyError", Kind::static_type, "KeyError"},
+    {"builtins", "OSError", Kind::static_type, "OSError"},
+    {"builtins", "TypeError", Kind::static_type, "TypeError"},
+    {"builtins", "ValueError", Kind::static_type, "ValueError"},
+    {"builtins", "bool", Kind::static_type, "bool"},
+    {"builtins", "bytes", Kind::static_type, "bytes"},
+    {"builtins", "map", Kind::static_type, "map"},
+    {"builtins", "object", Kind::static_type, "object"},
+    {"builtins", "str", Kind::static_type, "str"},
+    {"builtins", "super", Kind::static_type, "super"},
+    {"builtins", "type", Kind::static_type, "type"},
+};
+
+// What a class's attribute was, as its instances find it.
+enum class Member {
+    function,  // a Python function of the class's module; the next three hold one
+    property,
+    class_method,
+    static_method,
+    slot,       // the descriptor of a slot
+    field,      // of a built-in record
+    builtin,    // a builtin function
+    module,     // a module
+    missing,    // nothing; the interpreter would use it if it were there
+    of_object,  // what `object` has
+    any,        // whatever it is
+};
+
+struct Attribute {
+    const char* name;
+    Member kind = Member::function;
+    const char* defaults = "(None, None)";  // of a function: repr() of its positional and its keyword-only defaults
+};
+
+struct Class {
+    const char* module;
+    const char* name;
+    std::span<const Attribute> attributes;
+};
+
+inline constexpr Attribute of_path[] = {
+    {"__bool__", Member::missing},
+    {"__len__", Member::missing},
+    {"__getattr__", Member::missing},
+    {"__getattribute__", Member::of_object},
+    {"__setattr__", Member::of_object},
+    {"__eq__"},
+    {"__fspath__"},
+    {"__init__"},
+    {"__new__", Member::static_method},
+    {"__str__"},
+    {"__truediv__"},
+    {"_drv", Member::slot},
+    {"_raw_paths", Member::slot},
+    {"_root", Member::slot},
+    {"_str", Member::slot},
+    {"_tail_cached", Member::slot},
+    {"_flavour", Member::module},
+    {"_format_parsed_parts", Member::class_method},
+    {"_from_parsed_parts"},
+    {"_load_parts"},
+    {"_parse_path", Member::class_method},
+    {"_str_normcase", Member::property},
+    {"_tail", Member::property},
+    {"absolute"},
+    {"cwd", Member::class_method},
+    {"drive", Member::property},
+    {"exists", Member::function, "(None, {'follow_symlinks': True})"},
+    {"expanduser"},
+    {"home", Member::class_method},
+    {"is_absolute"},
+    {"is_dir"},
+    {"joinpath"},
+    {"mkdir", Member::function, "((511, False, False), None)"},
+    {"open", Member::function, "(('r', -1, None, None, None), None)"},
+    {"parent", Member::property},
+    {"read_text", Member::function, "((None, None), None)"},
+    {"root", Member::property},
+    {"stat", Member::function, "(None, {'follow_symlinks': True})"},
+    {"with_segments"},
+    {"write_text", Member::function, "((None, None, None), None)"},
+};
+inline constexpr Attribute of_environment[] = {
+    {"__contains__"}, {"__getattr__", Member::missing}, {"__getattribute__", Member::of_object}, {"__getitem__"}};
+inline constexpr Attribute of_codec[] = {{"__getattribute__", Member::of_object}, {"_is_text_encoding", Member::any}};
+inline constexpr Attribute of_stat_result[] = {{"st_mode", Member::field}};
+inline constexpr Attribute of_decoder[] = {
+    {"__getattribute__", Member::of_object},
+    {"__init__", Member::function, "(('strict',), None)"},
+    {"_buffer_decode", Member::builtin},
+    {"decode", Member::function, "((False,), None)"},
+};
+inline constexpr Attribute of_encoder[] = {
+    {"__getattribute__", Member::of_object},
+    {"__init__", Member::function, "(('strict',), None)"},
+    {"encode", Member::function, "((False,), None)"},
+};
+
+inline constexpr Class classes[] = {
+    {"pathlib", "PosixPath", of_path},
+    {"codecs", "CodecInfo", of_codec},
+    {"os", "_Environ", of_environment},
+    {"os", "stat_result", of_stat_result},
+    {"encodings.utf_8", "IncrementalDecoder", of_decoder},
+    {"encodings.utf_8", "IncrementalEncoder", of_encoder},
+};
+
+}  // namespace tarnel::python::standard_library

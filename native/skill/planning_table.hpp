@@ -1,0 +1,34 @@
+// Agent roots as the planner of the core takes them.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "core/planning.hpp"
+#include "python/reference.hpp"
+
+namespace tarnel::skill {
+
+// The table of a plain agent roots mapping. Holds the directories; the mapping may change.
+class PlanningTable {
+  public:
+    // Nothing for a mapping that isn't a plain dict of tuples of plain strings, none of them empty, or that has too many
+    // directories. Runs no foreign code.
+    [[nodiscard]] static std::optional<PlanningTable> of(PyObject* agent_roots);
+
+    [[nodiscard]] const std::vector<core::Directories>& agents() const noexcept { return agents_; }
+    [[nodiscard]] std::size_t candidates() const noexcept { return directories_.size(); }
+
+    // A new list of the directories that are selected.
+    [[nodiscard]] python::Ref list_of(const std::vector<core::Candidate>& selection) const;
+
+  private:
+    PlanningTable() = default;
+    bool add(PyObject* directories, PyObject* numbers);
+    void sort();
+
+    std::vector<core::Directories> agents_;
+    std::vector<python::Ref> directories_;  // ascending
+};
+
+}  // namespace tarnel::skill
