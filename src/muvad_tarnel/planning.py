@@ -11,16 +11,20 @@ from muvad_tarnel.installed.writing import obstacle_to_writing
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, AgentRecord, Scope
 
+# The fast path takes this many candidates, more than all agents together have, without trying every choice.
+_SEARCH_LIMIT = 256
+
 
 @contextmanager
 def derived_table(rows: Mapping[str, Sequence[str]]) -> Iterator[None]:
-    """Have the module plan for these rows: it looks its table up at each call."""
-    usual = skill.AGENT_CONFIG
+    """Have the module plan for these rows, whatever their number: it looks its table and limit up at each call."""
+    usual = skill.AGENT_CONFIG, skill._EXHAUSTIVE_SEARCH_LIMIT
     skill.AGENT_CONFIG = {key: AgentRecord(key, tuple(row), tuple(row), "") for key, row in rows.items()}
+    skill._EXHAUSTIVE_SEARCH_LIMIT = _SEARCH_LIMIT
     try:
         yield
     finally:
-        skill.AGENT_CONFIG = usual
+        skill.AGENT_CONFIG, skill._EXHAUSTIVE_SEARCH_LIMIT = usual
 
 
 def choose(rows: Mapping[str, Sequence[str]]) -> list[str]:
@@ -62,7 +66,6 @@ def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str]
     def row(agent: str) -> list[str]:
         return list(dict.fromkeys(aliases[d] for d in sorted(AGENT_CONFIG[agent].directories(scope), key=preference)))
 
-    # Rows for what is there come first: the module's quick choice, which it makes of many, takes them in order.
     rows = {f"held: {directory}": [directory] for directory in sorted(held)}
     rows |= {agent: row(agent) for agent in lacking}
     candidates = {candidate for candidates in rows.values() for candidate in candidates}

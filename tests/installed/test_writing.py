@@ -143,6 +143,7 @@ class TestFailures:
         put(home, ".claude/skills", "outdated")
         script = (
             "import os, sys; from muvad_tarnel.cli import main\n"
+            "import signal; signal.signal(signal.SIGINT, signal.default_int_handler)  # ignored in the background\n"
             f"os.fsync = lambda _: os.kill(os.getpid(), {int(number)})\n"
             "sys.argv[1:] = ['skill', 'install']; main()"
         )
