@@ -1,9 +1,10 @@
 """Agents, scopes, roots, and mistakes in naming them."""
 
+from dataclasses import replace
 from pathlib import Path
 
 import pytest
-from running import answer, files, holding_all, put, run, run_process
+from running import agents, answer, files, holding_all, put, run, run_process
 
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
@@ -38,6 +39,15 @@ def test_a_moved_directory_is_installed_into(home: Path, tmp_path: Path) -> None
         assert run_process("skill", "status", "--check", CLAUDE_CONFIG_DIR=str(moved)).returncode == 0
         assert run_process("skill", "remove", str(moved / "skills"), CLAUDE_CONFIG_DIR=str(moved)).returncode == 0
         assert files(moved) == set()
+
+
+def test_an_agent_without_directories_is_an_error(monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.setitem(AGENT_CONFIG, "kiro", replace(AGENT_CONFIG["kiro"], skills_user_roots=()))
+    result = run("install", *agents("kiro", "claude"))
+    message = "Error: Kiro has no skills directory at user scope: use the other scope\n"
+    assert (result.exit_code, result.stdout, result.stderr) == (1, "", message)
+    assert run("install", "--all-agents").exit_code == 0
+    assert run("status", "--check", *agents("kiro", "claude"), "--scope", "user").exit_code == 0
 
 
 def test_hints_name_the_project(tmp_path: Path) -> None:
