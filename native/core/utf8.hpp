@@ -1,6 +1,7 @@
 // UTF-8 without a Python object: strict, as CPython's decoder is (no surrogates, no overlong forms).
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -35,10 +36,10 @@ constexpr std::size_t length_of_character(std::string_view text, std::size_t ind
 constexpr std::size_t skip_ascii(std::string_view text, std::size_t index) {
     if (!std::is_constant_evaluated()) {
         constexpr std::uint64_t high_bits = 0x8080808080808080U;
-        std::uint64_t block = 0;
+        std::array<std::uint64_t, 4> block{};
         for (; text.size() - index >= sizeof block; index += sizeof block) {
-            std::memcpy(&block, text.data() + index, sizeof block);
-            if ((block & high_bits) != 0) break;
+            std::memcpy(block.data(), text.data() + index, sizeof block);
+            if (((block[0] | block[1] | block[2] | block[3]) & high_bits) != 0) break;
         }
     }
     while (index < text.size() && is_ascii(text[index])) index++;
@@ -46,6 +47,8 @@ constexpr std::size_t skip_ascii(std::string_view text, std::size_t index) {
 }
 
 }  // namespace utf8
+
+constexpr bool is_ascii(std::string_view text) { return utf8::skip_ascii(text, 0) == text.size(); }
 
 constexpr bool is_utf8(std::string_view text) {
     for (std::size_t index = utf8::skip_ascii(text, 0); index < text.size(); index = utf8::skip_ascii(text, index)) {

@@ -38,8 +38,6 @@ bool contains_text(PyObject* text, std::string_view part) {
 // A Python function of a module, with code that was compiled for it there.
 bool is_function_of(PyObject* object, const char* module_name, const char* qualified_name) {
     if (!PyFunction_Check(object)) return false;
-    const Ref name_of_globals = item_if_any(PyFunction_GET_GLOBALS(object), "__name__");
-    if (!is_text(name_of_globals, module_name)) return false;
     const Ref module = imported_module(module_name);
     if (module.get() == nullptr || PyModule_GetDict(module) != PyFunction_GET_GLOBALS(object)) return false;
     const auto* code = reinterpret_cast<PyCodeObject*>(PyFunction_GET_CODE(object));
@@ -139,8 +137,11 @@ bool is_original_function(PyObject* function, PyObject* owner, const Attribute& 
     if (module.get() == nullptr || !PyUnicode_CheckExact(module.get())) return false;
     const Ref qualified_name =
         checked(PyUnicode_FromFormat("%s.%s", reinterpret_cast<PyTypeObject*>(owner)->tp_name, attribute.name));
-    return is_function_of(function, PyUnicode_AsUTF8(module), PyUnicode_AsUTF8(qualified_name)) &&
-           has_defaults(function, attribute.defaults);
+    const bool is_abstract = is_text(module, "collections.abc");  // which another module defines
+    const char* module_name = is_abstract ? "_collections_abc" : PyUnicode_AsUTF8(module);
+    const char* name = PyUnicode_AsUTF8(qualified_name);
+    if (module_name == nullptr || name == nullptr) throw PythonError{};
+    return is_function_of(function, module_name, name) && has_defaults(function, attribute.defaults);
 }
 
 bool is_original(const Found& found, const Attribute& attribute) {
@@ -155,8 +156,8 @@ bool is_original(const Found& found, const Attribute& attribute) {
             return PyCFunction_CheckExact(value);
         case Member::module:
             return PyModule_CheckExact(value);
-        case Member::of_object:
-            return found.owner.get() == reinterpret_cast<PyObject*>(&PyBaseObject_Type);
+        case Member::inherited:
+            return PyType_HasFeature(reinterpret_cast<PyTypeObject*>(found.owner.get()), Py_TPFLAGS_IMMUTABLETYPE) != 0;
         case Member::any:
             return true;
         default: {
@@ -168,16 +169,19 @@ bool is_original(const Found& found, const Attribute& attribute) {
 
 }  // namespace
 
-Originals::Function::Function(PyObject* object)
-    : function(Ref::borrow(object)),
-      code(Ref::borrow(PyFunction_GET_CODE(object))),
-      defaults(Ref::borrow(PyFunction_GET_DEFAULTS(object))),
-      keyword_defaults(Ref::borrow(PyFunction_GET_KW_DEFAULTS(object))) {}
+void Originals::add_function(PyObject* object) {
+    const auto* function = reinterpret_cast<PyFunctionObject*>(object);
+    functions_.push_back({function, function->func_code, function->func_defaults, function->func_kwdefaults});
+    for (PyObject* part : {object, function->func_code, function->func_defaults, function->func_kwdefaults})
+        parts_.push_back(Ref::borrow(part));
+}
 
-bool Originals::Function::holds() const noexcept {
-    PyObject* object = function;
-    return PyFunction_GET_CODE(object) == code.get() && PyFunction_GET_DEFAULTS(object) == defaults.get() &&
-           PyFunction_GET_KW_DEFAULTS(object) == keyword_defaults.get();
+bool Originals::functions_hold() const noexcept {
+    for (const auto& [function, code, defaults, keyword_defaults] : functions_)
+        if (function->func_code != code || function->func_defaults != defaults ||
+            function->func_kwdefaults != keyword_defaults)
+            return false;
+    return true;
 }
 
 bool Originals::Attributes::is_tagged() const noexcept {
@@ -196,6 +200,7 @@ bool Originals::hold() {
         if (!is_found_) {
             entries_.clear();
             functions_.clear();
+            parts_.clear();
             attributes_.clear();
             return false;
         }
@@ -205,7 +210,7 @@ bool Originals::hold() {
         for (Attributes& attributes : attributes_) attributes.tag();
         entries_hold_ = compare();
     }
-    return entries_hold_ && std::ranges::all_of(functions_, [](const Function& function) { return function.holds(); });
+    return entries_hold_ && functions_hold();
 }
 
 bool Originals::has_changed() const noexcept {
@@ -246,7 +251,7 @@ bool Originals::find_name(const Name& name) {
     Ref key = checked(PyUnicode_InternFromString(name.name));
     Ref value = item_if_any(dict, key);
     if (value.get() == nullptr || !is_original(value, name)) return false;
-    if (name.kind == Kind::function) functions_.emplace_back(value);
+    if (name.kind == Kind::function) add_function(value);
     entries_.push_back({Ref::borrow(dict), std::move(key), std::move(value)});
     return true;
 }
@@ -276,7 +281,7 @@ bool Originals::find_class(const Class& definition) {
         if (!is_original(found, attribute)) return false;
         if (found.value.get() != nullptr) {
             const Ref function = function_inside(found.value, attribute.kind);
-            if (PyFunction_Check(function.get())) functions_.emplace_back(function);
+            if (PyFunction_Check(function.get())) add_function(function);
         }
         attributes.values.emplace_back(std::move(name), std::move(found.value));
     }
@@ -298,7 +303,7 @@ Ref Originals::original_class(std::string_view name) const {
 void Originals::add(PyObject* dict, const char* key) {
     Ref name = checked(PyUnicode_InternFromString(key));
     Ref value = item_if_any(dict, name);
-    if (value.get() != nullptr && PyFunction_Check(value.get())) functions_.emplace_back(value);
+    if (value.get() != nullptr && PyFunction_Check(value.get())) add_function(value);
     watcher_.watch(dict);
     entries_.push_back({Ref::borrow(dict), std::move(name), std::move(value)});
 }

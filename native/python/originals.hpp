@@ -42,13 +42,11 @@ class Originals {
         Ref key;
         Ref value;  // null: no such entry
     };
-    struct Function {  // its parts can be replaced without a trace in any dictionary
-        explicit Function(PyObject* function);
-        [[nodiscard]] bool holds() const noexcept;
-        Ref function;
-        Ref code;
-        Ref defaults;
-        Ref keyword_defaults;
+    struct Function {  // borrowed from `parts_`; its parts can be replaced without a trace in any dictionary
+        const PyFunctionObject* function;
+        PyObject* code;
+        PyObject* defaults;
+        PyObject* keyword_defaults;
     };
     struct Attributes {  // of a type and its bases; its version tag changes with them
         explicit Attributes(PyObject* class_object) : type(Ref::borrow(class_object)) {}
@@ -63,7 +61,9 @@ class Originals {
     bool find_name(const standard_library::Name& name);
     bool find_class(const standard_library::Class& definition);
     bool find_no_hidden_builtins(const char* module_name);
+    void add_function(PyObject* object);
     [[nodiscard]] bool has_changed() const noexcept;
+    [[nodiscard]] bool functions_hold() const noexcept;
     [[nodiscard]] bool compare();
 
     const DictWatcher& watcher_;
@@ -73,6 +73,7 @@ class Originals {
 
     std::vector<Entry> entries_;
     std::vector<Function> functions_;
+    std::vector<Ref> parts_;
     std::vector<Attributes> attributes_;
     bool is_found_ = false;
     bool entries_hold_ = false;

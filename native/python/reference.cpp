@@ -9,7 +9,7 @@ namespace tarnel::python {
 void Ref::drop(PyObject* object) noexcept {
     hang_unless_attached();
     try {
-        Py_XDECREF(object);
+        Py_DECREF(object);
     } catch (...) {  // the thread was ended while the object's finalizer waited for the GIL
         hang_unless_attached();
         std::terminate();

@@ -22,12 +22,14 @@ class Ref {
     Ref& operator=(Ref&& other) noexcept {
         // The old object goes last: its finalizer may run any code, which must find this reference whole.
         PyObject* old = std::exchange(object_, std::exchange(other.object_, nullptr));
-        drop(old);
+        if (old != nullptr) drop(old);
         return *this;
     }
     Ref(const Ref&) = delete;
     Ref& operator=(const Ref&) = delete;
-    ~Ref() { drop(object_); }
+    ~Ref() {
+        if (object_ != nullptr) drop(object_);
+    }
 
     [[nodiscard]] PyObject* get() const noexcept { return object_; }
     [[nodiscard]] PyObject* release() noexcept { return std::exchange(object_, nullptr); }

@@ -7,7 +7,7 @@ namespace tarnel::python {
 bool StandardLibrary::paths_hold() {
     if (!files_.hold()) return false;
     if (environment_.get() == nullptr) find_environment();
-    return environment_.get() != nullptr && files_.hold();
+    return environment_.get() != nullptr;
 }
 
 // `os.environ` keeps the variables, encoded, in a dictionary, and the functions that encode and decode beside it.
@@ -37,7 +37,7 @@ bool StandardLibrary::codec_holds() {
     if (codec_.get() == nullptr) find_codec();
     if (codec_.get() == nullptr) return false;
     const Ref now = checked(PyObject_CallOneArg(look_up_codec_, codec_name_));
-    return now.get() == codec_.get() && files_.hold();
+    return now.get() == codec_.get();
 }
 
 void StandardLibrary::find_codec() {

@@ -20,8 +20,8 @@ class StandardLibrary {
     // Whether the object is `pathlib.Path`, and it and all that it goes through are the originals.
     [[nodiscard]] bool has_original_paths(PyObject* path_type) { return paths_hold() && path_type == path_type_.get(); }
     [[nodiscard]] bool paths_hold();
-    // The same, and the codec of text files.
-    [[nodiscard]] bool text_files_hold() { return paths_hold() && codec_holds(); }
+    // Once paths have held: whether the codec of text files is the original as well.
+    [[nodiscard]] bool codec_holds();
 
     // Once paths have held, borrowed: the type of path objects, and `os.getcwd`.
     [[nodiscard]] PyTypeObject* posix_path_type() const noexcept {
@@ -34,7 +34,6 @@ class StandardLibrary {
   private:
     void find_environment();
     void find_codec();
-    bool codec_holds();
 
     DictWatcher watcher_;
     Originals combinations_{watcher_, standard_library::of_planning};

@@ -107,7 +107,7 @@ enum class Member {
     builtin,    // a builtin function
     module,     // a module
     missing,    // nothing; the interpreter would use it if it were there
-    of_object,  // what `object` has
+    inherited,  // what `object` has
     any,        // whatever it is
 };
 
@@ -127,8 +127,8 @@ inline constexpr Attribute of_path[] = {
     {"__bool__", Member::missing},
     {"__len__", Member::missing},
     {"__getattr__", Member::missing},
-    {"__getattribute__", Member::of_object},
-    {"__setattr__", Member::of_object},
+    {"__getattribute__", Member::inherited},
+    {"__setattr__", Member::inherited},
     {"__eq__"},
     {"__fspath__"},
     {"__init__"},
@@ -166,17 +166,17 @@ inline constexpr Attribute of_path[] = {
     {"write_text", Member::function, "((None, None, None), None)"},
 };
 inline constexpr Attribute of_environment[] = {
-    {"__contains__"}, {"__getattr__", Member::missing}, {"__getattribute__", Member::of_object}, {"__getitem__"}};
-inline constexpr Attribute of_codec[] = {{"__getattribute__", Member::of_object}, {"_is_text_encoding", Member::any}};
+    {"__contains__"}, {"__getattr__", Member::missing}, {"__getattribute__", Member::inherited}, {"__getitem__"}};
+inline constexpr Attribute of_codec[] = {{"__getattribute__", Member::inherited}, {"_is_text_encoding", Member::any}};
 inline constexpr Attribute of_stat_result[] = {{"st_mode", Member::field}};
 inline constexpr Attribute of_decoder[] = {
-    {"__getattribute__", Member::of_object},
+    {"__getattribute__", Member::inherited},
     {"__init__", Member::function, "(('strict',), None)"},
     {"_buffer_decode", Member::builtin},
     {"decode", Member::function, "((False,), None)"},
 };
 inline constexpr Attribute of_encoder[] = {
-    {"__getattribute__", Member::of_object},
+    {"__getattribute__", Member::inherited},
     {"__init__", Member::function, "(('strict',), None)"},
     {"encode", Member::function, "((False,), None)"},
 };

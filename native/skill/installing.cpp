@@ -51,7 +51,7 @@ void make_directory(const CallContext& context, Target& target) {
 void write_document(const CallContext& context, Target& target, PyObject* skill_name) {
     make_directory(context, target);
     if (const python::SystemPath* path = target.plain();
-        path != nullptr && context.standard_library().text_files_hold()) {
+        path != nullptr && context.standard_library().codec_holds()) {
         if (const auto document = rendered_in_utf8(context, skill_name)) {
             python::write_text(*path, *document);
             return;

@@ -46,8 +46,30 @@ Ref distinct_directories(const CallContext& context, PyObject* agent_roots) {
     return sorted(distinct);
 }
 
+namespace {
+
+// `text in texts`
+bool contains_text(PyObject* texts, PyObject* text) {
+    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(texts); i++)
+        if (python::is_same_text(PyTuple_GET_ITEM(texts, i), text)) return true;
+    return false;
+}
+
+// The fast path of `readers_of`: fills the list, if the mapping is plain.
+bool add_plain_readers(PyObject* readers, PyObject* directory, PyObject* agent_roots) {
+    if (!PyUnicode_CheckExact(directory) || !is_plain(agent_roots)) return false;
+    PyObject* key = nullptr;
+    PyObject* directories = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;)
+        if (contains_text(directories, directory)) checked(PyList_Append(readers, key));
+    return true;
+}
+
+}  // namespace
+
 Ref readers_of(const CallContext& context, PyObject* directory, PyObject* agent_roots) {
     Ref readers = checked(PyList_New(0));
+    if (add_plain_readers(readers, directory, agent_roots)) return readers;
     const Ref pairs = context.call_method(agent_roots, name::items);
     for (const Ref& pair : Iteration(pairs)) {
         const auto [key, directories] = unpack_pair(pair);

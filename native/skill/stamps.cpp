@@ -68,12 +68,12 @@ Ref stamp_of_file(const python::SystemPath& path) {
 
 bool reads_plain_stamps(const CallContext& context) {
     return context.global_if_plain(name::version_re) == context.recognized(recognized::version_pattern) &&
-           context.standard_library().text_files_hold();
+           context.standard_library().codec_holds();
 }
 
 // The path, for a path object that is read by nothing but its text; nothing for any other.
 std::optional<python::SystemPath> plain_path(const CallContext& context, PyObject* path) {
-    if (!reads_plain_stamps(context) || !Py_IS_TYPE(path, context.standard_library().posix_path_type())) return {};
+    if (!context.standard_library().paths_hold() || !reads_plain_stamps(context) || !Py_IS_TYPE(path, context.standard_library().posix_path_type())) return {};
     const Ref text = checked(PyObject_Str(path));
     return python::SystemPath::of(text);
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "core/paths.hpp"
+#include "core/utf8.hpp"
 #include "skill/body.hpp"
 
 namespace tarnel::skill {
@@ -21,18 +22,24 @@ bool join(core::PathText& path, PyObject* component) {
     return utf8.has_value();
 }
 
+std::optional<Base> home_base(std::string_view home) {
+    if (home.starts_with('~')) return {};
+    home.remove_suffix(home.size() - (home.find_last_not_of('/') + 1));
+    Base base;
+    base.text.join(home.empty() ? "/" : home);
+    return base;
+}
+
 // `Path.home()`, when HOME is set and begins with no tilde.
 std::optional<Base> home_base(const CallContext& context) {
     const Ref variable = context.standard_library().home_variable();
     if (variable.get() == nullptr) return {};
+    const std::string_view encoded(PyBytes_AS_STRING(variable.get()), static_cast<std::size_t>(PyBytes_GET_SIZE(variable.get())));
+    if (core::is_ascii(encoded)) return home_base(encoded);
     const Ref decoded =
         checked(PyUnicode_DecodeFSDefaultAndSize(PyBytes_AS_STRING(variable.get()), PyBytes_GET_SIZE(variable.get())));
-    auto home = python::utf8_of(decoded);
-    if (!home || home->starts_with('~')) return {};
-    home->remove_suffix(home->size() - (home->find_last_not_of('/') + 1));
-    Base base;
-    base.text.join(home->empty() ? "/" : *home);
-    return base;
+    const auto home = python::utf8_of(decoded);
+    return home ? home_base(*home) : std::nullopt;
 }
 
 // `Path(project_root)`, for a str or a path object.
@@ -85,17 +92,21 @@ Target::Target(const CallContext& context, PyObject* scope, PyObject* project_ro
     if (!plain_) object_ = context.call(name::skill_target_path, {scope, project_root, skill_name, skills_dir});
 }
 
-const python::SystemPath* Target::plain() const {
-    return plain_ && context_.standard_library().paths_hold() ? &*plain_ : nullptr;
+const python::SystemPath* Target::plain() {
+    if (may_have_changed_ && plain_ && !context_.standard_library().paths_hold()) make_object();
+    may_have_changed_ = true;
+    return plain_ ? &*plain_ : nullptr;
 }
 
 PyObject* Target::object() {
-    if (plain_) {
-        auto* type = reinterpret_cast<PyObject*>(context_.standard_library().posix_path_type());
-        object_ = checked(PyObject_CallOneArg(type, plain_->text()));
-        plain_.reset();
-    }
+    if (plain_) make_object();
     return object_;
+}
+
+void Target::make_object() {
+    auto* type = reinterpret_cast<PyObject*>(context_.standard_library().posix_path_type());
+    object_ = checked(PyObject_CallOneArg(type, plain_->text()));
+    plain_.reset();
 }
 
 bool Target::exists() {

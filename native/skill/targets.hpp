@@ -24,15 +24,18 @@ class Target {
     [[nodiscard]] python::Ref text();
 
     // The path, if pathlib would do nothing with it that `python/file_access.hpp` doesn't do as well; else null.
-    [[nodiscard]] const python::SystemPath* plain() const;
+    [[nodiscard]] const python::SystemPath* plain();
 
     // The object.
     [[nodiscard]] PyObject* object();
 
   private:
+    void make_object();
+
     const python::CallContext& context_;
     std::optional<python::SystemPath> plain_;
     python::Ref object_;
+    bool may_have_changed_ = false;  // what the fast path leaves out, since it was last asked for
 };
 
 }  // namespace tarnel::skill
