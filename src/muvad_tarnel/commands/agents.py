@@ -1,9 +1,6 @@
 """`muvad-tarnel skill agents`."""
 
-import click
-
-from muvad_tarnel.commands.options import with_output
-from muvad_tarnel.commands.running import speaking
+from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.wording import EFFECTS
 from muvad_tarnel.failure import Failure
 from muvad_tarnel.output.console import Console
@@ -12,9 +9,8 @@ from muvad_tarnel.roots import agents_in_use, home_directory
 from muvad_tarnel.setup.config import AGENT_CONFIG, CHECKED_ON
 
 
-@click.command("agents")
-@with_output
-def agents(**options: object) -> None:
+@skill_command()
+def agents(console: Console) -> Report:
     """List the agents and their skills directories.
 
     An agent's own directory comes first. "detected" is what --detect goes by: the agent's directory under the home
@@ -29,11 +25,6 @@ def agents(**options: object) -> None:
       0  the list is complete
       2  usage error
     """
-    speaking(listing, "agents")(**options)
-
-
-def listing(console: Console) -> Report:
-    """The agent table, and who is detected."""
     try:
         in_use = agents_in_use(home_directory())
     except Failure as failure:

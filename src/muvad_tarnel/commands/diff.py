@@ -1,10 +1,8 @@
 """`muvad-tarnel skill diff`."""
 
-import click
-
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.changes import difference
-from muvad_tarnel.commands.options import asked_for, with_output
+from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import copy_record
 from muvad_tarnel.installed.copies import Copy
@@ -15,9 +13,7 @@ from muvad_tarnel.output.text import printable
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-@click.command("diff")
-@asked_for("both", agents="all")
-@with_output
+@skill_command("both", agents="all")
 def diff(request: Request) -> Report:
     """Show edited and foreign texts that could be replaced.
 

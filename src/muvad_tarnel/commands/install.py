@@ -3,7 +3,7 @@
 import click
 
 from muvad_tarnel.commands.changes import Outcome, report_of, write_all
-from muvad_tarnel.commands.options import asked_for, dry_run_option, with_output
+from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import twice_lines
 from muvad_tarnel.hints import joined, names_of
@@ -13,11 +13,9 @@ from muvad_tarnel.planning import Plan
 from muvad_tarnel.setup import skill
 
 
-@click.command("install")
-@asked_for("one", agents="claude")
+@skill_command("one", agents="claude")
 @click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies that the agents read.")
 @dry_run_option
-@with_output
 def install(request: Request, *, force: bool, dry_run: bool) -> Report:
     """Install the skills where the agents look.
 

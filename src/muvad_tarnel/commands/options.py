@@ -1,39 +1,27 @@
-"""The options that commands share. They end in a `Request`."""
+"""Declaring a command: the options that commands share, and how its report is printed."""
 
+import os
+import sys
 from collections.abc import Callable
 from functools import wraps
 from pathlib import Path
-from typing import Literal
+from typing import Any, Literal
 
 import click
 from click.core import ParameterSource
 
-from muvad_tarnel.commands.request import Request, Wanted
-from muvad_tarnel.commands.running import speaking
+from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import Choice
+from muvad_tarnel.failure import Failure, obstacle_of
 from muvad_tarnel.output.console import Console
 from muvad_tarnel.output.report import Report
+from muvad_tarnel.output.text import Style, silence
 from muvad_tarnel.roots import SCOPES
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
-type Decorator = Callable[[Callable[..., object]], Callable[..., object]]
-
 # The scopes that a command is about: one (for the user, if nothing is said), both unless one is named, always both.
 type Scoping = Literal["one", "both", "pair"]
-
-output_options = (
-    click.option("--json", is_flag=True, help="Print one JSON object on standard output, notes on standard error."),
-    click.option("-q", "--quiet", is_flag=True, help="Only print errors, and where replaced texts are kept."),
-    click.option("-v", "--verbose", is_flag=True, help="Print whole paths, and what is usually left out."),
-    click.option(
-        "--color",
-        type=Choice(["auto", "always", "never"]),
-        default="auto",
-        show_default=True,
-        help="Colours and tables; auto: on a terminal, and as NO_COLOR, FORCE_COLOR and TERM=dumb say.",
-    ),
-)
 
 dry_run_option = click.option("-n", "--dry-run", is_flag=True, help="Print what would be done and write nothing.")
 
@@ -47,46 +35,36 @@ skill_option = click.option(
 )
 
 
-def _agent_options(default: str) -> tuple[Decorator, ...]:
-    return (
-        click.option(
-            "--agent",
-            "agent_keys",
-            multiple=True,
-            type=Choice(list(AGENT_CONFIG), case_sensitive=False),
-            metavar="KEY",
-            help=f"An agent, as `agents` lists them; repeatable.  [default: {default}]",
-        ),
-        click.option("--all-agents", is_flag=True, help="Every agent."),
-        click.option("--detect", is_flag=True, help="The agents in use, judging by directories such as ~/.cursor."),
-    )
-
-
-def _scope_option(scoping: Scoping) -> Decorator:
-    default = "user, or project with -C" if scoping == "one" else "both, or project with -C"
-    return click.option(
-        "--scope", type=Choice(SCOPES), help=f"The home directory (user) or the repository (project).  [{default}]"
-    )
-
-
-_project_option = click.option(
-    "-C",
-    "--project",
-    type=click.Path(exists=True, file_okay=False, path_type=Path),
-    metavar="DIR",
-    help="The project's root.  [default: the nearest folder upward with .git, else the current one]",
-)
-
-
-def asked_for(scoping: Scoping, *, agents: str = "") -> Decorator:
-    """Give a command its `Request`, and print the report that it returns.
+def skill_command(
+    scoping: Scoping | None = None, *, agents: str = ""
+) -> Callable[[Callable[..., Report]], click.Command]:
+    """Make a function the command of its name: it takes a `Request`, or a `Console` without `scoping`, and reports.
 
     `agents` says in words which agents a command is about if none are named; without it they cannot be named.
     """
 
-    def decorate(command: Callable[..., object]) -> Callable[..., object]:
-        @wraps(command)
-        def run(
+    def decorate(function: Callable[..., Report]) -> click.Command:
+        name = function.__name__
+
+        @wraps(function)
+        def run(*, json: bool, quiet: bool, verbose: bool, color: str, **options: Any) -> None:
+            style = Style.choose(color, os.environ)
+            console = Console(command=name, style=style, json=json, quiet=quiet, verbose=verbose)
+            try:
+                report = answer(console, **options) if scoping else function(console, **options)
+            except Failure as failure:
+                report = Report([], [], errors=[failure.obstacle], exit_code=1)
+            except OSError as error:
+                report = Report([], [], errors=[obstacle_of(error, error.filename or name)], exit_code=1)
+            try:
+                console.show(report)
+            except OSError as error:
+                silence(sys.stdout)
+                raise click.ClickException(f"standard output cannot be written to: {error.strerror}") from error
+            click.get_current_context().exit(report.exit_code)
+
+        def answer(
+            console: Console,
             *,
             project: Path | None,
             scope: Scope | None = None,
@@ -94,38 +72,75 @@ def asked_for(scoping: Scoping, *, agents: str = "") -> Decorator:
             all_agents: bool = False,
             detect: bool = False,
             **options: object,
-        ) -> None:
+        ) -> Report:
             if all_agents + detect + bool(agent_keys) > 1:
                 raise click.UsageError("--agent, --all-agents and --detect exclude each other.")
             is_given = click.get_current_context().get_parameter_source("scope") is ParameterSource.COMMANDLINE
             if scope is None and project and scoping != "pair":
                 scope = "project"
-            scopes = (scope,) if scope else ("user",) if scoping == "one" else SCOPES
-            wanted = Wanted(scopes, project and project.absolute(), agent_keys, all_agents, detect, is_given)
+            request = Request(
+                console,
+                scopes=(scope,) if scope else ("user",) if scoping == "one" else SCOPES,
+                is_scope_given=is_given,
+                project=project and project.absolute(),
+                agent_keys=agent_keys,
+                all_agents=all_agents,
+                detect=detect,
+            )
+            report = function(request, **options)
+            return report._replace(
+                errors=list(dict.fromkeys([*request.obstacles, *report.errors])),
+                exit_code=report.exit_code or int(bool(request.obstacles)),
+            )
 
-            def answer(console: Console, **options: object) -> Report:
-                request = Request(wanted, console)
-                report = command(request, **options)
-                assert isinstance(report, Report)  # noqa: S101 (for the type checker)
-                return report._replace(
-                    errors=list(dict.fromkeys([*request.obstacles, *report.errors])),
-                    exit_code=report.exit_code or int(bool(request.obstacles)),
-                )
-
-            speaking(answer, click.get_current_context().command.name or "")(**options)
-
-        decorated: Callable[..., object] = run
-        agent_options = _agent_options(agents) if agents else ()
-        scope_options = () if scoping == "pair" else (_scope_option(scoping),)
-        for option in reversed((*agent_options, *scope_options, _project_option)):
-            decorated = option(decorated)
-        return decorated
+        command = click.command(name, params=_request_options(scoping, agents))(run)
+        command.params += _output_options()
+        return command
 
     return decorate
 
 
-def with_output(command: Callable[..., object]) -> Callable[..., object]:
-    """Add the options that say how a command speaks."""
-    for option in reversed(output_options):
-        command = option(command)
-    return command
+def _request_options(scoping: Scoping | None, agents: str) -> list[click.Parameter]:
+    """The options that make a `Request`."""
+    options: list[click.Parameter] = []
+    if agents:
+        options += [
+            click.Option(
+                ["--agent", "agent_keys"],
+                multiple=True,
+                type=Choice(list(AGENT_CONFIG), case_sensitive=False),
+                metavar="KEY",
+                help=f"An agent, as `agents` lists them; repeatable.  [default: {agents}]",
+            ),
+            click.Option(["--all-agents"], is_flag=True, help="Every agent."),
+            click.Option(
+                ["--detect"], is_flag=True, help="The agents in use, judging by directories such as ~/.cursor."
+            ),
+        ]
+    if scoping in ("one", "both"):
+        default = "user" if scoping == "one" else "both"
+        text = f"The home directory (user) or the repository (project).  [{default}, or project with -C]"
+        options.append(click.Option(["--scope"], type=Choice(SCOPES), help=text))
+    if scoping:
+        text = "The project's root.  [default: the nearest folder upward with .git, else the current one]"
+        folder = click.Path(exists=True, file_okay=False, path_type=Path)
+        options.append(click.Option(["-C", "--project"], type=folder, metavar="DIR", help=text))
+    return options
+
+
+def _output_options() -> list[click.Parameter]:
+    """The options that say how a command prints its report."""
+    return [
+        click.Option(
+            ["--json"], is_flag=True, help="Print one JSON object on standard output, notes on standard error."
+        ),
+        click.Option(["-q", "--quiet"], is_flag=True, help="Only print errors, and where replaced texts are kept."),
+        click.Option(["-v", "--verbose"], is_flag=True, help="Print whole paths, and what is usually left out."),
+        click.Option(
+            ["--color"],
+            type=Choice(["auto", "always", "never"]),
+            default="auto",
+            show_default=True,
+            help="Colours and tables; auto: on a terminal, and as NO_COLOR, FORCE_COLOR and TERM=dumb say.",
+        ),
+    ]

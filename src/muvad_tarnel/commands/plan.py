@@ -1,8 +1,6 @@
 """`muvad-tarnel skill plan`."""
 
-import click
-
-from muvad_tarnel.commands.options import asked_for, with_output
+from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import advice_records, agent_records, scope_title, twice_lines
 from muvad_tarnel.hints import advice, joined, names_of
@@ -12,9 +10,7 @@ from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-@click.command("plan")
-@asked_for("one", agents="claude")
-@with_output
+@skill_command("one", agents="claude")
 def plan(request: Request) -> Report:
     """Show which directories an install writes, and why.
 

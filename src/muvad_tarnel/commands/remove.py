@@ -7,7 +7,7 @@ from typing import NamedTuple
 
 import click
 
-from muvad_tarnel.commands.options import asked_for, dry_run_option, skill_option, with_output
+from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import did_you_mean
 from muvad_tarnel.commands.wording import (
@@ -37,13 +37,11 @@ class Removal(NamedTuple):
     forced: str = ""
 
 
-@click.command("remove")
+@skill_command("one")
 @click.argument("directories", metavar="[DIRECTORY]...", nargs=-1)
-@asked_for("one")
 @skill_option
 @click.option("--force", is_flag=True, help="Also remove texts that this package did not write, and links.")
 @dry_run_option
-@with_output
 def remove(
     request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool, dry_run: bool
 ) -> Report:
@@ -95,10 +93,10 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     if not text:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
     path = Path(os.path.abspath(Path(text).expanduser()))  # noqa: PTH100 (links stay, unlike with resolve)
-    is_scope_given = request.wanted.is_scope_given
+    is_scope_given = request.is_scope_given
     known = {
         directory if is_scope_given else str(request.roots[scope] / directory): (scope, directory)
-        for scope in (request.scopes if is_scope_given or request.wanted.project else request.roots)
+        for scope in (request.scopes if is_scope_given or request.project else request.roots)
         for directory in directories_read(AGENT_CONFIG, scope)
     }
     for spelling, (scope, directory) in known.items():

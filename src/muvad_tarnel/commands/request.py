@@ -3,7 +3,6 @@
 from collections.abc import Sequence
 from functools import cached_property
 from pathlib import Path
-from typing import NamedTuple
 
 from muvad_tarnel.failure import Failure, Obstacle
 from muvad_tarnel.installed.survey import Survey
@@ -13,29 +12,32 @@ from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 
-class Wanted(NamedTuple):
-    """The options about agents and scopes."""
-
-    scopes: tuple[Scope, ...]
-    project: Path | None
-    agent_keys: tuple[str, ...]
-    all_agents: bool
-    detect: bool
-    is_scope_given: bool
-
-
 class Request:
     """The agents named, the scopes looked at, and the roots of all scopes that have one."""
 
-    def __init__(self, wanted: Wanted, console: Console) -> None:
+    def __init__(
+        self,
+        console: Console,
+        *,
+        scopes: tuple[Scope, ...],
+        is_scope_given: bool,
+        project: Path | None,
+        agent_keys: tuple[str, ...],
+        all_agents: bool,
+        detect: bool,
+    ) -> None:
         """Find the roots and the agents. Raises `Failure` if there is no root for any scope looked at."""
-        self.wanted = wanted
         self.console = console
+        self.is_scope_given = is_scope_given
+        self.project = project
         # What kept a scope that is looked at from having a root. The command goes on with the other.
         self.obstacles: list[Obstacle] = []
-        self.roots = self._roots()
-        self.scopes = tuple(scope for scope in wanted.scopes if scope in self.roots)
-        self.named = self._named()
+        self.roots = self._roots(scopes)
+        self.scopes = tuple(scope for scope in scopes if scope in self.roots)
+        self._agent_keys = agent_keys
+        self.named = tuple(AGENT_CONFIG) if all_agents else tuple(dict.fromkeys(agent_keys))
+        if detect:
+            self.named = self._detected()
 
     @cached_property
     def survey(self) -> Survey:
@@ -57,7 +59,7 @@ class Request:
         """The agents named, or the default ones. Raises `Failure` if one has no directory at the scope."""
         agents = self.named or skill.DEFAULT_AGENTS
         for agent in agents:
-            if not AGENT_CONFIG[agent].directories(self.scope) and self.wanted.agent_keys:
+            if not AGENT_CONFIG[agent].directories(self.scope) and self._agent_keys:
                 raise Failure(
                     f"{AGENT_CONFIG[agent].name} has no skills directory at {self.scope} scope", "use the other scope"
                 )
@@ -77,38 +79,35 @@ class Request:
 
     def command(self, scope: Scope | None, words: Sequence[str]) -> list[str]:
         """A command for the same project, as a program would start it."""
-        project = self.wanted.project
+        project = self.project
         located = ["-C", str(project)] if project and scope != "user" else []
         return ["muvad-tarnel", "skill", *words, *located]
 
-    def _roots(self) -> Roots:
+    def _roots(self, scopes: tuple[Scope, ...]) -> Roots:
         roots: Roots = {}
         for scope in SCOPES:
             try:
-                roots[scope] = home_directory() if scope == "user" else self.wanted.project or find_project_root()
+                roots[scope] = home_directory() if scope == "user" else self.project or find_project_root()
             except Failure as failure:
-                if scope in self.wanted.scopes:
+                if scope in scopes:
                     self.obstacles.append(failure.obstacle)
-                    if len(self.obstacles) == len(self.wanted.scopes):
+                    if len(self.obstacles) == len(scopes):
                         raise
-        if "project" in self.wanted.scopes and "project" in roots:
+        if "project" in scopes and "project" in roots:
             self._note_project(roots)
         return roots
 
     def _note_project(self, roots: Roots) -> None:
         root = roots["project"]
-        if not self.wanted.project and root != Path.cwd():
+        if not self.project and root != Path.cwd():
             self.console.note(f"the project is {root}, the nearest folder upward with .git")
         if "user" in roots and root.resolve() == roots["user"].resolve():
             self.console.note("the project is the home directory: both scopes are the same place")
 
-    def _named(self) -> tuple[str, ...]:
-        if self.wanted.all_agents:
-            return tuple(AGENT_CONFIG)
-        if not self.wanted.detect:
-            return tuple(dict.fromkeys(self.wanted.agent_keys))
-        found = agents_in_use(home_directory())
+    def _detected(self) -> tuple[str, ...]:
+        home = home_directory()
+        found = agents_in_use(home)
         if not found:
-            raise Failure(f"no agent was detected in {home_directory()}", "use --agent or --all-agents")
+            raise Failure(f"no agent was detected in {home}", "use --agent or --all-agents")
         self.console.note(f"detected: {', '.join(AGENT_CONFIG[agent].name for agent in found)}")
         return found

@@ -5,7 +5,7 @@ from typing import NamedTuple
 
 import click
 
-from muvad_tarnel.commands.options import asked_for, with_output
+from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import EFFECTS, agent_records, command_line
 from muvad_tarnel.hints import names_of, skills_of
@@ -17,10 +17,8 @@ from muvad_tarnel.roots import SCOPES
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-@click.command("shadowed")
-@asked_for("pair", agents="those that find a skill")
+@skill_command("pair", agents="those that find a skill")
 @click.option("--check", is_flag=True, help="Exit 1 if an agent finds different copies of a skill.")
-@with_output
 def shadowed(request: Request, *, check: bool) -> Report:
     """Show skills that another copy may hide.
 

@@ -3,18 +3,17 @@
 import click
 
 from muvad_tarnel import __version__
-from muvad_tarnel.commands.options import with_output
-from muvad_tarnel.commands.running import speaking
+from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.spelling import Choice
 from muvad_tarnel.installed.documents import document
+from muvad_tarnel.output.console import Console
 from muvad_tarnel.output.report import Block, Document, Record, Report, Table
 from muvad_tarnel.setup import skill
 
 
-@click.command("show")
+@skill_command()
 @click.argument("name", type=Choice(list(skill.SKILL_TEMPLATES)), metavar="[NAME]", required=False)
-@with_output
-def show(name: str | None, **options: object) -> None:
+def show(_: Console, *, name: str | None) -> Report:
     """Print a skill's document, or list the skills.
 
     NAME is tarnel, tarnel-map or tarnel-wiki. The document is printed as an install writes it.
@@ -35,7 +34,7 @@ def show(name: str | None, **options: object) -> None:
     results: list[Record] = [
         {"skill": each, "version": __version__, "purpose": purpose(each), "text": document(each)} for each in names
     ]
-    speaking(lambda _: Report(blocks, results), "show")(**options)
+    return Report(blocks, results)
 
 
 def purpose(name: str) -> str:

@@ -4,7 +4,7 @@ from collections.abc import Iterator
 
 import click
 
-from muvad_tarnel.commands.options import asked_for, with_output
+from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import (
     advice_blocks,
@@ -30,10 +30,8 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 _WRONG = (State.OUTDATED, State.INCOMPLETE, State.UNREADABLE, State.FOREIGN)
 
 
-@click.command("status")
-@asked_for("both", agents="those that find a skill")
+@skill_command("both", agents="those that find a skill")
 @click.option("--check", is_flag=True, help="Exit 1 unless everything is installed and up to date.")
-@with_output
 def status(request: Request, *, check: bool) -> Report:
     """Show what is installed, and where agents find it.
 

@@ -3,17 +3,15 @@
 import click
 
 from muvad_tarnel.commands.changes import report_of, write_all
-from muvad_tarnel.commands.options import asked_for, dry_run_option, with_output
+from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.output.report import Report
 from muvad_tarnel.planning import replaceable
 
 
-@click.command("update")
-@asked_for("both")
+@skill_command("both")
 @click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies.")
 @dry_run_option
-@with_output
 def update(request: Request, *, force: bool, dry_run: bool) -> Report:
     """Bring every installed copy up to date.
 
