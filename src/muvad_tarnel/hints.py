@@ -9,7 +9,7 @@ from typing import NamedTuple
 
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.survey import Survey
+from muvad_tarnel.installed.survey import Survey, readers_of
 from muvad_tarnel.installed.writing import obstacle_to_removing, obstacle_to_writing
 from muvad_tarnel.planning import Plan, choose, replaceable
 from muvad_tarnel.setup import skill
@@ -86,21 +86,25 @@ def removing(survey: Survey, scopes: Sequence[Scope]) -> list[Hint]:
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
     hints = []
     for scope, directory in dict.fromkeys((copy.scope, copy.directory) for copy in redundant):
-        names = [copy.skill for copy in redundant if (copy.scope, copy.directory) == (scope, directory)]
-        is_all = {copy.skill for copy in survey.at(scope, directory) if copy.exists} == set(names)
-        chosen = () if is_all else tuple(word for name in names for word in ("--skill", name))
-        readers = [
+        copies = [copy for copy in redundant if (copy.scope, copy.directory) == (scope, directory)]
+        names = [copy.skill for copy in copies]
+        several = [
             agent
-            for agent in AGENT_CONFIG
-            if any(
-                len(finds := survey.finds(agent, scope, name)) > 1
-                and any(c.directory == directory for c in finds.values())
-                for name in names
-            )
+            for agent in readers_of(directory, scope)
+            if any(len(survey.finds(agent, scope, name)) > 1 for name in names)
         ]
-        reason = f"{names_of(readers)} {'finds' if len(readers) == 1 else 'find'} {skills_of(names)} elsewhere as well"
-        hints.append(Hint(reason, scope, ("remove", directory, "--scope", scope, *chosen)))
+        hints.append(
+            Hint(f"{who_find(several)} {skills_of(names)} elsewhere as well", scope, removal_of(survey, copies))
+        )
     return hints
+
+
+def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:
+    """The command that removes these copies of one directory."""
+    scope, directory = copies[0].scope, copies[0].directory
+    is_all = sum(copy.exists for copy in survey.at(scope, directory)) == len(copies)
+    names = () if is_all else tuple(word for copy in copies for word in ("--skill", copy.skill))
+    return "remove", directory, "--scope", scope, *names
 
 
 def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list[Copy]:
@@ -136,6 +140,11 @@ def agent_words(agents: Sequence[str]) -> list[str]:
 def names_of(agents: Sequence[str]) -> str:
     """The agents' names, or their number if that says it better."""
     return joined(AGENT_CONFIG[agent].name for agent in agents) if len(agents) <= 3 else f"{len(agents)} agents"
+
+
+def who_find(agents: Sequence[str]) -> str:
+    """The agents with their verb: "Cursor finds", "3 agents find"."""
+    return f"{names_of(agents)} {'finds' if len(agents) == 1 else 'find'}"
 
 
 def skills_of(names: Iterable[str]) -> str:

@@ -11,8 +11,7 @@ from muvad_tarnel.commands.wording import (
     advice_records,
     agent_records,
     copy_record,
-    readers_in_words,
-    scope_title,
+    copy_tables,
 )
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import advice, count, joined
@@ -20,7 +19,7 @@ from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey
 from muvad_tarnel.installed.writing import clean_up, obstacle_met, obstacle_to_writing, replace
-from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
+from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Tone
 
 DIFFERENCES = {
     State.FOREIGN: "not written by this package",
@@ -70,26 +69,6 @@ def write(request: Request, copy: Copy, *, dry_run: bool) -> Outcome:
     elif dry_run and not obstacle and copy.exists and not copy.is_ours:
         request.console.note(f"would replace {what}, and keep the old text beside it", is_important=True)
     return Outcome(copy, verb, kept, obstacle)
-
-
-def outcome_tables(request: Request, outcomes: Sequence[Outcome], *, dry_run: bool) -> list[Block]:
-    """What became of every copy, a table for each scope."""
-    tables: list[Block] = []
-    for scope in request.scopes:
-        rows: list[tuple[str | Cell, ...]] = [
-            (
-                request.place(scope, outcome.copy.directory),
-                outcome.copy.skill,
-                result_cell(outcome, dry_run=dry_run),
-                readers_in_words(request, outcome.copy.directory, scope),
-            )
-            for outcome in outcomes
-            if outcome.copy.scope == scope
-        ]
-        if rows:
-            title = scope_title(request, scope)
-            tables.append(Table(title, ("Directory", "Skill", "Result", "Read by"), rows, shared=(1, 1)))
-    return tables
 
 
 def result_cell(outcome: Outcome, *, dry_run: bool) -> Cell:
@@ -145,7 +124,7 @@ def report_of(
     hints = advice(survey if dry_run else after, request.scopes, agents)
     return Report(
         [
-            *outcome_tables(request, outcomes, dry_run=dry_run),
+            *copy_tables(request, ["Result"], ((o.copy, (result_cell(o, dry_run=dry_run),)) for o in outcomes)),
             *remarks(after),
             summary(outcomes, dry_run=dry_run),
             *([] if dry_run else advice_blocks(request, hints)),

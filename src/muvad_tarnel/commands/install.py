@@ -43,10 +43,9 @@ def install(request: Request, *, force: bool, dry_run: bool) -> Report:
     writes = {outcome.copy.file: outcome for outcome in write_all(request, plan.writes, dry_run=dry_run)}
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
-    verb = "would find" if dry_run else ""
 
     def remarks(after: Survey) -> list[Block]:
-        return [*satisfied(request), *twice_lines(request, after, scope, (verb or "finds", verb or "find"))]
+        return [*satisfied(request), *twice_lines(request, after, scope, "would find" if dry_run else "")]
 
     report = report_of(request, outcomes, request.agents, dry_run=dry_run, remarks=remarks)
     return report._replace(facts={**(report.facts or {}), "scope": scope, "root": str(request.root)})

@@ -3,7 +3,7 @@
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import advice_records, agent_records, scope_title, twice_lines
-from muvad_tarnel.hints import advice, joined, names_of
+from muvad_tarnel.hints import advice, joined, names_of, who_find
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
 from muvad_tarnel.planning import Plan
 from muvad_tarnel.setup import skill
@@ -33,7 +33,7 @@ def plan(request: Request) -> Report:
     chosen = Plan(request.survey, scope, request.agents, force=False)
     hints = advice(request.survey, request.scopes, request.agents)
     return Report(
-        [table(request, chosen), *verdict(chosen), *twice_lines(request, chosen.after, scope, ("would find",) * 2)],
+        [table(request, chosen), *verdict(chosen), *twice_lines(request, chosen.after, scope, "would find")],
         [record(request, chosen, directory) for directory in chosen.directories],
         {
             "scope": scope,
@@ -104,8 +104,7 @@ def verdict(chosen: Plan) -> list[Block]:
     once = f", and {'each' if len(chosen.agents) > 1 else 'it'} finds every skill once" if is_good else ""
     blocks: list[Block] = [Line(f"{text}{once}.", Tone.GOOD if is_good else Tone.WARNING)]
     if spared := avoided(chosen):
-        agents = f"{names_of(spared)} {'finds' if len(spared) == 1 else 'find'}"
-        blocks.append(Line(f"With a directory for each agent, {agents} every skill twice.", Tone.GOOD))
+        blocks.append(Line(f"With a directory for each agent, {who_find(spared)} every skill twice.", Tone.GOOD))
     return blocks
 
 

@@ -15,17 +15,16 @@ from muvad_tarnel.commands.wording import (
     advice_records,
     agent_records,
     copy_record,
-    readers_in_words,
-    scope_title,
+    copy_tables,
 )
 from muvad_tarnel.failure import Obstacle, obstacle_of
 from muvad_tarnel.hints import advice, joined, names_of, skills_of
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.survey import Survey, directories_read, readers_of
+from muvad_tarnel.installed.survey import directories_read, readers_of
 from muvad_tarnel.installed.writing import clean_up, obstacle_to_removing, reason_to_keep
 from muvad_tarnel.installed.writing import remove as remove_copy
-from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
+from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Tone
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 
@@ -74,11 +73,11 @@ def remove(
     removals = [removed(request, copy, force=force, dry_run=dry_run) for copy in chosen]
     after = survey.changed(State.MISSING, (removal.copy for removal in removals if not removal.obstacle))
     hints = advice(survey if dry_run else after, scopes, ())
-    blocks: list[Block] = [table(request, scope, removals, dry_run=dry_run) for scope in scopes if removals]
+    blocks = copy_tables(request, ["Result"], ((r.copy, (result_cell(r, dry_run=dry_run),)) for r in removals))
     if not removals:
         blocks.append(Line(f"Nothing to remove in {joined(request.place(*place) for place in places)}.", Tone.GOOD))
     return Report(
-        [*blocks, *loss_lines(request, after, removals), *([] if dry_run else advice_blocks(request, hints))],
+        [*blocks, *loss_lines(request, removals), *([] if dry_run else advice_blocks(request, hints))],
         [record(removal) for removal in removals],
         {"dry_run": dry_run},
         agents=agent_records(after, scopes, survey.finders(scopes)),
@@ -132,36 +131,20 @@ def removed(request: Request, copy: Copy, *, force: bool, dry_run: bool) -> Remo
     return Removal(copy, obstacle, forced)
 
 
-def loss_lines(request: Request, after: Survey, removals: Iterable[Removal]) -> list[Block]:
+def loss_lines(request: Request, removals: Iterable[Removal]) -> list[Block]:
     """Who finds a skill no more, among the agents detected or served by a directory alone."""
-    places = {(removal.copy.directory, removal.copy.scope) for removal in removals}
-    alone = {readers[0] for place in places if len(readers := readers_of(*place)) == 1}
+    copies = [removal.copy for removal in removals if not removal.obstacle]
+    alone = {readers[0] for copy in copies if len(readers := readers_of(copy.directory, copy.scope)) == 1}
     groups: dict[tuple[Scope, tuple[str, ...]], list[str]] = {}
-    for scope in dict.fromkeys(scope for _, scope in places):
-        for agent in AGENT_CONFIG:
-            lost = [n for n in after.lacking(agent, [scope]) if n not in request.survey.lacking(agent, [scope])]
-            if lost and (agent in request.in_use or agent in alone):
+    for scope in dict.fromkeys(copy.scope for copy in copies):
+        for agent, lost in request.survey.losses(copies, scope).items():
+            if agent in request.in_use or agent in alone:
                 groups.setdefault((scope, tuple(lost)), []).append(agent)
     lines: list[Block] = []
     for (scope, names), agents in groups.items():
         verb = "no longer finds" if len(agents) == 1 else "no longer find"
         lines.append(Line(f"{names_of(agents)} {verb} {skills_of(names)} at {scope} scope.", Tone.WARNING))
     return lines
-
-
-def table(request: Request, scope: Scope, removals: Iterable[Removal], *, dry_run: bool) -> Table:
-    """What became of each copy."""
-    rows: list[tuple[str | Cell, ...]] = [
-        (
-            request.place(scope, removal.copy.directory),
-            removal.copy.skill,
-            result_cell(removal, dry_run=dry_run),
-            readers_in_words(request, removal.copy.directory, scope),
-        )
-        for removal in removals
-        if removal.copy.scope == scope
-    ]
-    return Table(scope_title(request, scope), ("Directory", "Skill", "Result", "Read by"), rows, shared=(1, 1))
 
 
 def result_cell(removal: Removal, *, dry_run: bool) -> Cell:

@@ -8,9 +8,9 @@ import click
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import EFFECTS, agent_records, command_line
-from muvad_tarnel.hints import names_of, skills_of
+from muvad_tarnel.hints import names_of, removal_of, skills_of
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.shadowing import Shadow, losers, shadows_among
+from muvad_tarnel.installed.shadowing import Shadow, shadows_among
 from muvad_tarnel.installed.writing import obstacle_to_removing
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Record, Report, Table, Tone
 from muvad_tarnel.roots import SCOPES
@@ -102,12 +102,10 @@ def ways_out(request: Request, copies: Sequence[Copy]) -> list[WayOut]:
             ways.append(WayOut(copy, None, obstacle.problem, []))
         else:
             free.setdefault(copy.directory, []).append(copy)
-    for directory, group in free.items():
+    for group in free.values():
         scope = group[0].scope
-        held = [copy for copy in request.survey.at(scope, directory) if copy.exists]
-        names = [] if len(held) == len(group) else [word for copy in group for word in ("--skill", copy.skill)]
-        words = request.command(scope, ["remove", directory, "--scope", scope, *names])
-        ways.append(WayOut(group[0], words, "", losers(request.survey, group)))
+        words = request.command(scope, removal_of(request.survey, group))
+        ways.append(WayOut(group[0], words, "", list(request.survey.losses(group, scope))))
     return ways
 
 

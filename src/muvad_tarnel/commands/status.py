@@ -12,9 +12,8 @@ from muvad_tarnel.commands.wording import (
     agent_records,
     command_line,
     copy_record,
+    copy_tables,
     finds_cell,
-    readers_in_words,
-    scope_title,
     state_cell,
     twice_lines,
 )
@@ -25,7 +24,7 @@ from muvad_tarnel.installed.shadowing import shadows_among
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
 from muvad_tarnel.setup import skill
-from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
+from muvad_tarnel.setup.config import AGENT_CONFIG
 
 _WRONG = (State.OUTDATED, State.INCOMPLETE, State.UNREADABLE, State.FOREIGN)
 
@@ -102,35 +101,14 @@ def blocks(
     request: Request, copies: list[Copy], finders: list[str] | tuple[str, ...], hints: Advice
 ) -> Iterator[Block]:
     """What a person gets to see: the copies, who finds them, and what to do."""
-    for scope in request.scopes:
-        if rows := [copy for copy in copies if copy.scope == scope]:
-            yield copy_table(request, scope, rows)
+    yield from copy_tables(request, ["State", "Version"], ((c, (state_cell(c), c.version or "")) for c in copies))
     if not copies:
         yield Line("No skill is installed.", Tone.WARNING)
     yield from finding_table(request, finders)
     yield from remarks(request, copies)
     for scope in request.scopes:
-        yield from twice_lines(request, request.survey, scope, ("finds", "find"))
+        yield from twice_lines(request, request.survey, scope)
     yield from advice_blocks(request, hints)
-
-
-def copy_table(request: Request, scope: Scope, copies: list[Copy]) -> Table:
-    """The copies of one scope."""
-    return Table(
-        scope_title(request, scope),
-        ("Directory", "Skill", "State", "Version", "Read by"),
-        [
-            (
-                request.place(scope, copy.directory),
-                copy.skill,
-                state_cell(copy),
-                copy.version or "",
-                readers_in_words(request, copy.directory, scope),
-            )
-            for copy in copies
-        ],
-        shared=(1, 1),
-    )
 
 
 def finding_table(request: Request, finders: list[str] | tuple[str, ...]) -> list[Block]:

@@ -3,11 +3,11 @@
 from collections.abc import Iterable, Sequence
 
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.hints import Advice, joined, names_of, skills_of
+from muvad_tarnel.hints import Advice, joined, names_of, skills_of, who_find
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey, readers_of
-from muvad_tarnel.output.report import Block, Cell, Command, Line, Record, Tone
+from muvad_tarnel.output.report import Block, Cell, Command, Line, Record, Table, Tone
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -51,6 +51,20 @@ def readers_in_words(request: Request, directory: str, scope: Scope) -> str:
     others = len(readers) - len(names)
     word = ("other" if names else "agent") + "s" * (others > 1)
     return ", ".join([*names, *([f"{others} {word}"] if others else [])])
+
+
+def copy_tables(
+    request: Request, columns: Sequence[str], rows: Iterable[tuple[Copy, tuple[str | Cell, ...]]]
+) -> list[Block]:
+    """The copies, a table for each scope: their places, what the columns say of them, and their readers."""
+    tables: dict[Scope, Table] = {}
+    for copy, cells in rows:
+        if copy.scope not in tables:
+            headings = ("Directory", "Skill", *columns, "Read by")
+            tables[copy.scope] = Table(scope_title(request, copy.scope), headings, [], shared=(1, 1))
+        readers = readers_in_words(request, copy.directory, copy.scope)
+        tables[copy.scope].rows.append((request.place(copy.scope, copy.directory), copy.skill, *cells, readers))
+    return list(tables.values())
 
 
 def copy_record(copy: Copy) -> Record:
@@ -127,7 +141,7 @@ def finds_cell(request: Request, survey: Survey, agent: str, scope: Scope) -> Ce
     return Cell("; ".join(words), Tone.GOOD if counts == {1} else Tone.NEUTRAL if counts == {0} else Tone.WARNING)
 
 
-def twice_lines(request: Request, survey: Survey, scope: Scope, verbs: tuple[str, str]) -> list[Block]:
+def twice_lines(request: Request, survey: Survey, scope: Scope, verb: str = "") -> list[Block]:
     """Who finds skills several times at a scope, among the agents named or detected: a line for the same places."""
     seen: dict[tuple[str, ...], tuple[list[str], list[str]]] = {}
     for agent in dict.fromkeys((*request.named, *request.in_use)):
@@ -141,6 +155,6 @@ def twice_lines(request: Request, survey: Survey, scope: Scope, verbs: tuple[str
     for directories, (agents, names) in seen.items():
         count = {2: "twice"}.get(len(directories), f"{len(directories)} times")
         places = joined(request.place(scope, directory) for directory in directories)
-        verb = verbs[len(agents) > 1]
-        lines.append(Line(f"{names_of(agents)} {verb} {skills_of(names)} {count}: in {places}.", Tone.WARNING))
+        who = f"{names_of(agents)} {verb}" if verb else who_find(agents)
+        lines.append(Line(f"{who} {skills_of(names)} {count}: in {places}.", Tone.WARNING))
     return lines

@@ -1,14 +1,15 @@
 """Skills that agents find for the user as well as in the project, where one copy may hide the other."""
 
-from collections.abc import Iterable, Iterator
+from collections.abc import Sequence
 from contextlib import suppress
+from itertools import product
 from typing import NamedTuple
 
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import plain_text
 from muvad_tarnel.installed.survey import Survey
 from muvad_tarnel.setup import skill
-from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
+from muvad_tarnel.setup.config import Scope
 
 
 class Shadow(NamedTuple):
@@ -35,37 +36,13 @@ def text_of(copy: Copy) -> str | bytes | None:
     return copy.content
 
 
-def shadows_among(survey: Survey, agents: Iterable[str]) -> list[Shadow]:
+def shadows_among(survey: Survey, agents: Sequence[str]) -> list[Shadow]:
     """Every two files that one of the agents finds of a skill at the two scopes. A file at both is no shadow."""
-    found: dict[tuple[Copy, Copy], list[str]] = {}
-    for agent, user, project in pairs_among(survey, agents):
-        found.setdefault((user, project), []).append(agent)
-    return [Shadow(user, project, tuple(keys)) for (user, project), keys in found.items()]
-
-
-def pairs_among(survey: Survey, agents: Iterable[str]) -> Iterator[tuple[str, Copy, Copy]]:
-    """Agents with two files that they find, by skill."""
-    keys = list(agents)
-    for name in skill.SKILL_TEMPLATES:
-        for agent in keys:
-            users, projects = survey.finds(agent, "user", name), survey.finds(agent, "project", name)
-            both = users.keys() & projects.keys()
-            yield from (
-                (agent, user, project)
-                for user in users.values()
-                for project in projects.values()
-                if not {user.file, project.file} & both
-            )
-
-
-def losers(survey: Survey, copies: Iterable[Copy]) -> list[str]:
-    """The agents that would find a skill nowhere else at a copy's scope if the copies were removed."""
-    gone = list(copies)
-    return [
-        agent
-        for agent in AGENT_CONFIG
-        if any(
-            (found := survey.finds(agent, copy.scope, copy.skill)) and found.keys() <= {other.file for other in gone}
-            for copy in gone
-        )
-    ]
+    readers: dict[tuple[Copy, Copy], list[str]] = {}
+    for name, agent in product(skill.SKILL_TEMPLATES, agents):
+        users, projects = survey.finds(agent, "user", name), survey.finds(agent, "project", name)
+        both = users.keys() & projects.keys()
+        for user, project in product(users.values(), projects.values()):
+            if user.file not in both and project.file not in both:
+                readers.setdefault((user, project), []).append(agent)
+    return [Shadow(user, project, tuple(found_by)) for (user, project), found_by in readers.items()]

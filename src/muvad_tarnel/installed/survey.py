@@ -92,6 +92,15 @@ class Survey:
         everything = len(skill.SKILL_TEMPLATES)
         return [agent for agent in AGENT_CONFIG if len(self.lacking(agent, scopes)) < everything]
 
+    def losses(self, copies: Iterable[Copy], scope: Scope) -> dict[str, list[str]]:
+        """The skills that agents would no longer find at a scope if the copies were removed, by agent."""
+        after = self.changed(State.MISSING, copies)
+        lost = {
+            agent: [name for name in after.lacking(agent, [scope]) if self.finds(agent, scope, name)]
+            for agent in AGENT_CONFIG
+        }
+        return {agent: names for agent, names in lost.items() if names}
+
     def changed(self, state: State, copies: Iterable[Copy]) -> "Survey":
         """The survey as it is once the files of some copies have been written or removed."""
         files = {copy.file for copy in copies}
