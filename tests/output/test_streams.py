@@ -89,7 +89,7 @@ def test_quiet_prints_nothing_where_nothing_failed(
 @pytest.mark.parametrize("command", COMMANDS)
 def test_help_has_examples_and_exit_codes(command: str) -> None:
     text = run(command, "-h").stdout
-    assert "Exit codes:\n    0 " in text
+    assert "Exit codes:\n  0  " in text
     assert max(map(len, text.splitlines())) <= 80
     assert "muvad-tarnel skill" in text
     assert "..." not in run("-h").stdout.split("Commands:")[1], "short helps are whole"

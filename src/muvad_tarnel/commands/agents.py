@@ -19,11 +19,6 @@ def agents(console: Console) -> Report:
     \b
     Examples:
       muvad-tarnel skill agents --json
-
-    \b
-    Exit codes:
-      0  the list is complete
-      2  usage error
     """
     try:
         in_use = agents_in_use(home_directory())

@@ -13,7 +13,7 @@ from muvad_tarnel.output.text import printable
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-@skill_command("both", agents="all")
+@skill_command("both", agents="all", fails_if="a copy could not be read")
 def diff(request: Request) -> Report:
     """Show edited and foreign texts that could be replaced.
 
@@ -25,12 +25,6 @@ def diff(request: Request) -> Report:
     Examples:
       muvad-tarnel skill diff
       muvad-tarnel skill diff --scope project --agent cursor
-
-    \b
-    Exit codes:
-      0  the report is complete, whatever differs
-      1  a copy could not be read
-      2  usage error
     """
     copies = each_once(request.survey.read_by(request.named or AGENT_CONFIG, request.scopes))
     unreadable = [copy.obstacle for copy in copies if copy.obstacle]

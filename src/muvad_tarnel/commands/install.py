@@ -13,7 +13,7 @@ from muvad_tarnel.planning import Plan
 from muvad_tarnel.setup import skill
 
 
-@skill_command("one", agents="claude")
+@skill_command("one", agents="claude", fails_if="a skill could not be installed, or no agent was detected")
 @click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies that the agents read.")
 @dry_run_option
 def install(request: Request, *, force: bool, dry_run: bool) -> Report:
@@ -31,12 +31,6 @@ def install(request: Request, *, force: bool, dry_run: bool) -> Report:
       muvad-tarnel skill install             for Claude Code, for you alone
       muvad-tarnel skill install --detect    for the agents in use
       muvad-tarnel skill install --scope project --all-agents
-
-    \b
-    Exit codes:
-      0  every skill is in place, or would be (--dry-run)
-      1  a skill could not be installed, or no agent was detected
-      2  usage error
     """
     scope, survey = request.scope, request.survey
     plan = Plan(survey, scope, request.agents, force=force)

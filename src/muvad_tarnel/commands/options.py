@@ -23,6 +23,8 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 # The scopes that a command is about: one (for the user, if nothing is said), both unless one is named, always both.
 type Scoping = Literal["one", "both", "pair"]
 
+NOTHING_TO_LOOK_AT = "a scope's root could not be found, or no agent was detected"
+
 dry_run_option = click.option("-n", "--dry-run", is_flag=True, help="Print what would be done and write nothing.")
 
 skill_option = click.option(
@@ -35,12 +37,24 @@ skill_option = click.option(
 )
 
 
+class SkillCommand(click.Command):
+    """A command whose help ends with its exit codes."""
+
+    fails_if = ""
+
+    def format_epilog(self, ctx: click.Context, formatter: click.HelpFormatter) -> None:  # noqa: ARG002
+        codes = [("0", "success"), ("1", self.fails_if), ("2", "usage error")]
+        with formatter.section("Exit codes"):
+            formatter.write_dl([code for code in codes if code[1]])
+
+
 def skill_command(
-    scoping: Scoping | None = None, *, agents: str = ""
+    scoping: Scoping | None = None, *, agents: str = "", fails_if: str = ""
 ) -> Callable[[Callable[..., Report]], click.Command]:
     """Make a function the command of its name: it takes a `Request`, or a `Console` without `scoping`, and reports.
 
     `agents` says in words which agents a command is about if none are named; without it they cannot be named.
+    `fails_if` says when it exits with 1.
     """
 
     def decorate(function: Callable[..., Report]) -> click.Command:
@@ -93,7 +107,8 @@ def skill_command(
                 exit_code=report.exit_code or int(bool(request.obstacles)),
             )
 
-        command = click.command(name, params=_request_options(scoping, agents))(run)
+        command = click.command(name, SkillCommand, params=_request_options(scoping, agents))(run)
+        command.fails_if = fails_if
         command.params += _output_options()
         return command
 

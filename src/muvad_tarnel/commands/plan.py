@@ -1,6 +1,6 @@
 """`muvad-tarnel skill plan`."""
 
-from muvad_tarnel.commands.options import skill_command
+from muvad_tarnel.commands.options import NOTHING_TO_LOOK_AT, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import advice_records, agent_records, scope_title, twice_lines
 from muvad_tarnel.hints import advice, joined, names_of, who_find
@@ -10,7 +10,7 @@ from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-@skill_command("one", agents="claude")
+@skill_command("one", agents="claude", fails_if=NOTHING_TO_LOOK_AT)
 def plan(request: Request) -> Report:
     """Show which directories an install writes, and why.
 
@@ -22,12 +22,6 @@ def plan(request: Request) -> Report:
     Examples:
       muvad-tarnel skill plan --agent claude --agent cursor
       muvad-tarnel skill plan --scope project --all-agents
-
-    \b
-    Exit codes:
-      0  the plan is shown
-      1  the scope's root could not be found, or no agent was detected
-      2  usage error
     """
     scope = request.scope
     chosen = Plan(request.survey, scope, request.agents, force=False)

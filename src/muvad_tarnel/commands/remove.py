@@ -36,7 +36,7 @@ class Removal(NamedTuple):
     forced: str = ""
 
 
-@skill_command("one")
+@skill_command("one", fails_if="a copy was kept or could not be removed")
 @click.argument("directories", metavar="[DIRECTORY]...", nargs=-1)
 @skill_option
 @click.option("--force", is_flag=True, help="Also remove texts that this package did not write, and links.")
@@ -54,12 +54,6 @@ def remove(
     Examples:
       muvad-tarnel skill remove ~/.cursor/skills
       muvad-tarnel skill remove --scope project --dry-run
-
-    \b
-    Exit codes:
-      0  the copies are gone, or would be (--dry-run)
-      1  a copy was kept or could not be removed
-      2  usage error
     """
     survey = request.survey
     places = list(dict.fromkeys(meant(request, text) for text in directories))

@@ -5,7 +5,7 @@ from typing import NamedTuple
 
 import click
 
-from muvad_tarnel.commands.options import skill_command
+from muvad_tarnel.commands.options import NOTHING_TO_LOOK_AT, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import EFFECTS, agent_records, command_line
 from muvad_tarnel.hints import names_of, removal_of, skills_of
@@ -17,7 +17,11 @@ from muvad_tarnel.roots import SCOPES
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-@skill_command("pair", agents="those that find a skill")
+@skill_command(
+    "pair",
+    agents="those that find a skill",
+    fails_if=f"{NOTHING_TO_LOOK_AT}; with --check: an agent finds different copies of a skill",
+)
 @click.option("--check", is_flag=True, help="Exit 1 if an agent finds different copies of a skill.")
 def shadowed(request: Request, *, check: bool) -> Report:
     """Show skills that another copy may hide.
@@ -29,13 +33,6 @@ def shadowed(request: Request, *, check: bool) -> Report:
     Examples:
       muvad-tarnel skill shadowed
       muvad-tarnel skill shadowed --check          for scripts
-
-    \b
-    Exit codes:
-      0  the report is complete; with --check: no skill is shadowed
-      1  a scope's root could not be found, or no agent was detected;
-         with --check: an agent finds different copies of a skill
-      2  usage error
     """
     survey = request.survey
     agents = request.named or tuple(survey.finders(request.scopes))

@@ -21,11 +21,6 @@ def show(_: Console, *, name: str | None) -> Report:
     \b
     Examples:
       muvad-tarnel skill show tarnel | less
-
-    \b
-    Exit codes:
-      0  the document or the list was printed
-      2  usage error
     """
     names = [name] if name else list(skill.SKILL_TEMPLATES)
     blocks: list[Block] = [Table("", ("Skill", "Purpose"), [(each, purpose(each)) for each in names])]

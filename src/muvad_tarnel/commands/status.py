@@ -4,7 +4,7 @@ from collections.abc import Iterator
 
 import click
 
-from muvad_tarnel.commands.options import skill_command
+from muvad_tarnel.commands.options import NOTHING_TO_LOOK_AT, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import (
     advice_blocks,
@@ -29,7 +29,12 @@ from muvad_tarnel.setup.config import AGENT_CONFIG
 _WRONG = (State.OUTDATED, State.INCOMPLETE, State.UNREADABLE, State.FOREIGN)
 
 
-@skill_command("both", agents="those that find a skill")
+@skill_command(
+    "both",
+    agents="those that find a skill",
+    fails_if=f"{NOTHING_TO_LOOK_AT}; with --check: an agent named lacks a skill, nothing is installed (no agent named), "
+    "or a copy is outdated, incomplete, unreadable or foreign (modified and newer copies are accepted)",
+)
 @click.option("--check", is_flag=True, help="Exit 1 unless everything is installed and up to date.")
 def status(request: Request, *, check: bool) -> Report:
     """Show what is installed, and where agents find it.
@@ -52,15 +57,6 @@ def status(request: Request, *, check: bool) -> Report:
     Examples:
       muvad-tarnel skill status
       muvad-tarnel skill status --check --scope project    for CI
-
-    \b
-    Exit codes:
-      0  the report is complete; with --check: nothing is to be done
-      1  a scope's root could not be found, or no agent was detected;
-         with --check: an agent named lacks a skill, nothing is installed
-         (no agent named), or a copy is outdated, incomplete, unreadable
-         or foreign (modified and newer copies are accepted)
-      2  usage error
     """
     survey, scopes, named = request.survey, request.scopes, request.named
     nothing = not any(copy.exists and copy.scope in scopes for copy in survey.copies)
@@ -152,7 +148,7 @@ def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
 
 def shadow_remark(request: Request) -> Iterator[Block]:
     """A pointer to `shadowed`, if an agent finds different texts of a skill at both scopes."""
-    shadows = shadows_among(request.survey, request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
+    shadows = shadows_among(request.survey, request.named or tuple(AGENT_CONFIG)) if len(request.scopes) == 2 else []
     if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
         yield Line(f"Different copies of {joined(names)} at both scopes: one may hide the other.", Tone.WARNING)
         yield Command("to see:", command_line(request.command(None, ["shadowed"])))

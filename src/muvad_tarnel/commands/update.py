@@ -9,7 +9,7 @@ from muvad_tarnel.output.report import Report
 from muvad_tarnel.planning import replaceable
 
 
-@skill_command("both")
+@skill_command("both", fails_if="a copy could not be updated, or a scope's root could not be found")
 @click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies.")
 @dry_run_option
 def update(request: Request, *, force: bool, dry_run: bool) -> Report:
@@ -22,12 +22,6 @@ def update(request: Request, *, force: bool, dry_run: bool) -> Report:
     Examples:
       muvad-tarnel skill update
       muvad-tarnel skill update --scope project --dry-run
-
-    \b
-    Exit codes:
-      0  every copy is up to date, or would be (--dry-run)
-      1  a copy could not be updated, or a scope's root could not be found
-      2  usage error
     """
     copies = replaceable((copy for copy in request.survey.copies if copy.scope in request.scopes), force=force)
     return report_of(request, write_all(request, copies, dry_run=dry_run), (), dry_run=dry_run)
