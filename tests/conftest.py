@@ -1,8 +1,16 @@
 """What every test stands on: a home and a current directory of its own, both empty."""
 
+import os
 from pathlib import Path
 
 import pytest
+
+from muvad_tarnel.setup import config
+
+# The table of a machine on which no variable moves a directory, whoever runs the tests.
+for variable in config.MOVES:
+    os.environ.pop(variable, None)
+config.AGENT_CONFIG.update(config.resolved({}))
 
 
 @pytest.fixture(autouse=True)

@@ -109,7 +109,12 @@ def test_the_extension_exports_its_entry_alone() -> None:
 
 
 def test_the_native_layers_include_only_what_lies_below_them() -> None:
-    below = {"core": {"core"}, "disk": {"disk"}, "python": {"python", "disk", "core"}, "skill": {"skill", "python", "disk", "core"}}
+    below = {
+        "core": {"core"},
+        "disk": {"disk"},
+        "python": {"python", "disk", "core"},
+        "skill": {"skill", "python", "disk", "core"},
+    }
     sources = [path for path in NATIVE_SOURCES.glob("*/*") if path.suffix in {".cpp", ".hpp"}]
     assert {path.parent.name for path in sources} >= {"core", "python", "skill"}
     for source in sources:

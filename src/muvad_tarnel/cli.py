@@ -1,11 +1,15 @@
 """The command line `muvad-tarnel`."""
 
 import gc
+import sys
+from contextlib import suppress
 
 import click
 
 from muvad_tarnel import __version__
 from muvad_tarnel.commands import skill_group
+from muvad_tarnel.commands.spelling import Choice
+from muvad_tarnel.output.text import silence
 
 
 @click.group(context_settings={"help_option_names": ["-h", "--help"]})
@@ -18,7 +22,7 @@ command_line.add_command(skill_group)
 
 
 @command_line.command()
-@click.argument("shell", type=click.Choice(["bash", "zsh", "fish"]))
+@click.argument("shell", type=Choice(["bash", "zsh", "fish"]))
 def completion(shell: str) -> None:
     """Print a shell's completion script.
 
@@ -38,6 +42,19 @@ def completion(shell: str) -> None:
 
 
 def main() -> None:
-    """Run the command line on the process's arguments and exit with its code."""
+    """Run the command line on the process's arguments and exit with its code, 130 after Ctrl-C."""
     gc.disable()  # nothing that a command makes is worth a collection before it ends
-    command_line(prog_name="muvad-tarnel")
+    code = 1
+    try:
+        code = command_line(prog_name="muvad-tarnel", standalone_mode=False)
+    except click.ClickException as error:
+        code = error.exit_code
+        with suppress(OSError):
+            error.show()
+    except (click.Abort, KeyboardInterrupt):
+        code = 130
+    except OSError as error:  # of help, version or completion, which are printed by click
+        silence(sys.stdout)
+        with suppress(OSError):
+            click.echo(f"Error: standard output cannot be written to: {error.strerror}", err=True)
+    sys.exit(code)

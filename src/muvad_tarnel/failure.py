@@ -1,5 +1,45 @@
-"""Failures of a user's making."""
+"""What keeps a command from its work: where, what, and what to do about it."""
+
+import errno
+from pathlib import Path
+from typing import NamedTuple
+
+
+class Obstacle(NamedTuple):
+    """One line for a person: the path concerned (empty if there is none), the problem and its remedy."""
+
+    path: str
+    problem: str
+    remedy: str
+
+    def __str__(self) -> str:
+        """The parts in one line."""
+        return ": ".join(part for part in self if part)
 
 
 class Failure(Exception):  # noqa: N818 (what went wrong for the user, not a fault of the program)
-    """Something that keeps a command from its work: one line that names the path, what failed and what to do."""
+    """An obstacle that ends a command."""
+
+    def __init__(self, problem: str, remedy: str, path: str | Path = "") -> None:
+        """Describe the obstacle in a few words each."""
+        super().__init__(problem)
+        self.obstacle = Obstacle(str(path), problem, remedy)
+
+
+_REMEDIES = {
+    errno.ENOSPC: "free some space",
+    errno.EDQUOT: "free some of your quota",
+    errno.EFBIG: "raise the limit on the size of files",
+    errno.EROFS: "make the file system writable",
+    errno.EACCES: "change its permissions",
+    errno.EPERM: "change its permissions",
+    errno.ENAMETOOLONG: "use a shorter path",
+    errno.ELOOP: "remove the link",
+    errno.EIO: "check the disk",
+}
+
+
+def obstacle_of(error: OSError, path: str | Path) -> Obstacle:
+    """The obstacle that the system reported for a path."""
+    remedy = _REMEDIES.get(error.errno or 0, "check that it can be read and written, then run this again")
+    return Obstacle(str(path), error.strerror or str(error), remedy)

@@ -1,10 +1,14 @@
 """The commands `muvad-tarnel skill ...`, one file each."""
 
 from importlib import import_module
+from typing import Any
 
 import click
 
-COMMANDS = ("install", "status", "plan", "shadowed", "diff", "remove", "agents", "show")
+from muvad_tarnel.commands.spelling import did_you_mean
+from muvad_tarnel.failure import Obstacle
+
+COMMANDS = ("install", "update", "status", "plan", "shadowed", "diff", "remove", "agents", "show")
 
 
 class SkillCommands(click.Group):
@@ -20,7 +24,28 @@ class SkillCommands(click.Group):
         assert isinstance(command, click.Command)  # noqa: S101 (for the type checker)
         return command
 
+    def resolve_command(
+        self, ctx: click.Context, args: list[str]
+    ) -> tuple[str | None, click.Command | None, list[str]]:
+        ctx.meta["is_json"] = "--json" in args
+        if not args[0].startswith("-") and args[0] not in COMMANDS and not ctx.resilient_parsing:
+            ctx.fail(f"No such command {args[0]!r}.{did_you_mean(args[0], COMMANDS)}")
+        return super().resolve_command(ctx, args)
+
+    def invoke(self, ctx: click.Context) -> Any:
+        """Run a command. A usage error is an object as well, for those who asked for one."""
+        try:
+            return super().invoke(ctx)
+        except click.UsageError as error:
+            if ctx.meta.get("is_json"):
+                from muvad_tarnel.output.console import object_text  # noqa: PLC0415
+                from muvad_tarnel.output.report import Report  # noqa: PLC0415
+
+                obstacle = Obstacle("", error.format_message(), "try --help")
+                click.echo(object_text(ctx.invoked_subcommand or "", Report([], [], errors=[obstacle])), nl=False)
+            raise
+
 
 @click.group("skill", cls=SkillCommands)
 def skill_group() -> None:
-    """Install agent skills, see who reads them."""
+    """Install agent skills, and see which agents read them."""

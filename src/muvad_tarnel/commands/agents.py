@@ -1,71 +1,53 @@
 """`muvad-tarnel skill agents`."""
 
-import os
-
-import click
-
-from muvad_tarnel.commands.options import output_options, speaking
-from muvad_tarnel.commands.shadowed import EFFECTS
+from muvad_tarnel.commands.options import skill_command
+from muvad_tarnel.commands.wording import EFFECTS
 from muvad_tarnel.failure import Failure
-from muvad_tarnel.installed.readers import agents_in_use
-from muvad_tarnel.installed.scopes import home_directory
 from muvad_tarnel.output.console import Console
 from muvad_tarnel.output.report import Cell, Line, Report, Table, Tone
-from muvad_tarnel.setup import skill
+from muvad_tarnel.roots import agents_in_use, home_directory
 from muvad_tarnel.setup.config import AGENT_CONFIG, CHECKED_ON
 
-LAST = "Reads skills from (own first)"
 
-
-@click.command("agents")
-@output_options
-def agents(**options: object) -> None:
+@skill_command()
+def agents(console: Console) -> Report:
     """List the agents and their skills directories.
 
-    An agent's own directory stands first. "in use" is what --detect goes by: the agent's directory under the home
-    directory holds more than skills.
+    An agent's own directory comes first. "detected" is what --detect goes by: the agent's directory under the home
+    directory holds more than skills. Environment variables such as CLAUDE_CONFIG_DIR are followed.
 
     \b
-    Exit codes:
-      0  the list is complete
-      2  the command line is wrong
+    Examples:
+      muvad-tarnel skill agents --json
     """
-    speaking(listing, "agents")(**options)
-
-
-def listing(console: Console) -> Report:
-    """The agent table, and who is in use here."""
     try:
-        in_use = agents_in_use(home_directory(), os.environ)
+        in_use = agents_in_use(home_directory())
     except Failure as failure:
-        console.note(str(failure))
+        console.note(str(failure.obstacle))
         in_use = ()
-    keys = skill.skill_capable_agents()
     rows: list[tuple[str | Cell, ...]] = []
-    for key in keys:
-        record = AGENT_CONFIG[key]
-        used = Cell("in use", Tone.GOOD) if key in in_use else ""
-        if record.skills_user_roots == record.skills_project_roots:
-            rows.append((key, record.name, used, "both", ", ".join(record.skills_user_roots)))
+    for key, record in AGENT_CONFIG.items():
+        name = Cell(record.name, Tone.GOOD) if key in in_use else record.name
+        user, project = ", ".join(record.skills_user_roots), ", ".join(record.skills_project_roots)
+        detected = "detected" if key in in_use else ""
+        if user == project:
+            rows.append((key, name, detected, "both", user))
         else:
-            rows.append((key, record.name, used, "user", ", ".join(record.skills_user_roots)))
-            rows.append((key, record.name, used, "project", ", ".join(record.skills_project_roots)))
+            rows += [(key, name, detected, "user", user), (key, name, detected, "project", project)]
+    columns = ("Key", "Agent", "Detected", "Scope", "Reads skills from (own first)")
     return Report(
-        [
-            Table("", ("Key", "Agent", "Here", "Scope", LAST), rows, (LAST,), shared=(3, 0)),
-            Line(f"As of {CHECKED_ON}."),
-        ],
+        [Table("", columns, rows, shared=(3, 0)), Line(f"As of {CHECKED_ON}.")],
         [
             {
                 "key": key,
-                "name": AGENT_CONFIG[key].name,
-                "in_use": key in in_use,
-                "user_directories": list(AGENT_CONFIG[key].skills_user_roots),
-                "project_directories": list(AGENT_CONFIG[key].skills_project_roots),
-                "precedence": AGENT_CONFIG[key].precedence,
-                "at_both_scopes": EFFECTS[AGENT_CONFIG[key].precedence],
+                "name": record.name,
+                "detected": key in in_use,
+                "user_directories": list(record.skills_user_roots),
+                "project_directories": list(record.skills_project_roots),
+                "precedence": record.precedence,
+                "effect": EFFECTS[record.precedence],
             }
-            for key in keys
+            for key, record in AGENT_CONFIG.items()
         ],
         {"as_of": CHECKED_ON},
     )

@@ -1,65 +1,59 @@
 """`muvad-tarnel skill diff`."""
 
-import click
-
 from muvad_tarnel import __version__
-from muvad_tarnel.commands.options import Request, asked_for, output_options
+from muvad_tarnel.commands.changes import difference
+from muvad_tarnel.commands.options import skill_command
+from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import copy_record
-from muvad_tarnel.installed.copies import Copy, State, document
-from muvad_tarnel.installed.sightings import copies_read_by
-from muvad_tarnel.output.console import printable
+from muvad_tarnel.installed.copies import Copy
+from muvad_tarnel.installed.documents import document, plain_text
+from muvad_tarnel.installed.survey import each_once
 from muvad_tarnel.output.report import Block, Document, Line, Report, Tone
+from muvad_tarnel.output.text import printable
+from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-@click.command("diff")
-@asked_for("both")
-@output_options
+@skill_command("both", agents="all", fails_if="a copy could not be read")
 def diff(request: Request) -> Report:
-    """Show what an install would overwrite.
+    """Show edited and foreign texts that could be replaced.
 
-    That is, texts that this package didn't write. Every copy that the agents read is compared with this package's
-    document of the same version (or of this version, if it bears none). Lines with - stand in the copy and would be
-    lost, lines with + would come in their place. Line ends and a byte order mark are no difference.
+    They are those that `install` or `update`, perhaps with --force, would replace and keep as SKILL.md.bak. Each is
+    compared with this package's document. Lines with - are in the copy only, lines with + in the document only. Line
+    ends and a byte order mark are no difference.
 
     \b
     Examples:
-      muvad-tarnel skill diff --all-agents
+      muvad-tarnel skill diff
       muvad-tarnel skill diff --scope project --agent cursor
-
-    \b
-    Exit codes:
-      0  the report is complete, whatever differs
-      1  a copy could not be read
-      2  the command line is wrong
     """
-    copies = [copy for scope in request.roots for copy in copies_read_by(request.agents, scope, request.roots)]
-    unreadable = [copy for copy in copies if copy.state is State.UNREADABLE]
-    for copy in unreadable:
-        request.console.error(f"{copy.path}: {copy.problem}: mend or remove it")
-    differing = [copy for copy in copies if copy.difference]
-    blocks: list[Block] = [Document("".join(difference(copy) for copy in differing), is_diff=True)]
+    copies = each_once(request.survey.read_by(request.named or AGENT_CONFIG, request.scopes))
+    unreadable = [copy.obstacle for copy in copies if copy.obstacle]
+    differing = [copy for copy in copies if copy.content is not None and not copy.is_ours and not copy.misplaced]
+    blocks: list[Block] = [Document("".join(map(unified, differing)), is_diff=True)]
     if not differing:
         blocks = [Line("No installed copy differs from this package's documents.", Tone.GOOD)]
     return Report(
         blocks,
-        [
-            copy_record(copy, request.agents) | {"difference": copy.difference, "diff": difference(copy)}
-            for copy in differing
-        ],
+        [copy_record(copy) | {"difference": difference(copy), "diff": unified(copy)} for copy in differing],
+        errors=list(dict.fromkeys(unreadable)),
         exit_code=int(bool(unreadable)),
     )
 
 
-def difference(copy: Copy) -> str:
+def unified(copy: Copy) -> str:
     """A unified difference from the copy to this package's document, without control characters."""
     from difflib import unified_diff  # noqa: PLC0415 (needed only where something differs)
 
-    version = copy.version or __version__
-    lines = unified_diff(
-        (copy.text or "").removeprefix("\ufeff").splitlines(),
-        document(version, copy.skill).splitlines(),
-        f"{copy.path} ({copy.difference})",
-        f"{copy.skill} {version} of this package",
-        lineterm="",
+    def lines(text: str) -> list[str]:
+        whole = text.splitlines(keepends=True)
+        if whole and not whole[-1].endswith("\n"):
+            whole[-1] += "\n\\ No newline at end of file\n"
+        return whole
+
+    compared = unified_diff(
+        lines(plain_text(copy.content or b"")),
+        lines(document(copy.skill)),
+        f"{copy.path} ({difference(copy)})",
+        f"{copy.skill} {__version__} of this package",
     )
-    return "".join("\t".join(map(printable, line.split("\t"))) + "\n" for line in lines)
+    return "".join("\t".join(map(printable, line.split("\t"))) + "\n" for line in "".join(compared).split("\n")[:-1])

@@ -1,126 +1,156 @@
 """`muvad-tarnel skill remove`."""
 
+import os
+from collections.abc import Iterable
+from pathlib import Path
+from typing import NamedTuple
+
 import click
 
-from muvad_tarnel.commands.options import Request, asked_for, output_options
-from muvad_tarnel.commands.wording import copy_record, joined, scope_title
-from muvad_tarnel.installed.copies import read_directories
-from muvad_tarnel.installed.obstacles import advice
-from muvad_tarnel.installed.plans import module_plan
-from muvad_tarnel.installed.readers import directories_read, names_of, readers_of
-from muvad_tarnel.installed.removal import Removal, remove_copy
-from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
-from muvad_tarnel.setup import skill
-from muvad_tarnel.setup.config import AGENT_CONFIG
-
-
-@click.command("remove")
-@click.argument("directory", required=False)
-@asked_for("one")
-@click.option(
-    "--skill",
-    "names",
-    multiple=True,
-    type=click.Choice(list(skill.SKILL_TEMPLATES)),
-    metavar="NAME",
-    help=f"Only this skill, repeatable: {', '.join(skill.SKILL_TEMPLATES)}.",
+from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
+from muvad_tarnel.commands.request import Request
+from muvad_tarnel.commands.spelling import did_you_mean
+from muvad_tarnel.commands.wording import (
+    advice_blocks,
+    advice_records,
+    agent_records,
+    copy_record,
+    copy_tables,
 )
-@click.option("--force", is_flag=True, help="Take away texts as well that this package didn't write.")
-@click.option("--dry-run", is_flag=True, help="Say what would be done and remove nothing.")
-@output_options
-def remove(request: Request, *, directory: str | None, names: tuple[str, ...], force: bool, dry_run: bool) -> Report:
-    """Take installed skills away.
+from muvad_tarnel.failure import Obstacle, obstacle_of
+from muvad_tarnel.hints import advice, joined, names_of, skills_of
+from muvad_tarnel.installed.copies import Copy
+from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.survey import directories_read, readers_of
+from muvad_tarnel.installed.writing import clean_up, obstacle_to_removing, reason_to_keep
+from muvad_tarnel.installed.writing import remove as remove_copy
+from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Tone
+from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
-    From DIRECTORY, or from where an install for the agents writes them. DIRECTORY is one of the agents' skills
-    directories, as `agents` lists them: .claude/skills. Nothing is asked. Only a SKILL.md whose text is exactly
-    this package's document is taken away, and its own directory if that is then empty; --force takes others too.
+
+class Removal(NamedTuple):
+    """What became of a copy: removed (or it would be), unless there is an obstacle. `forced` is what was not ours."""
+
+    copy: Copy
+    obstacle: Obstacle | None = None
+    forced: str = ""
+
+
+@skill_command("one", fails_if="a copy was kept or could not be removed")
+@click.argument("directories", metavar="[DIRECTORY]...", nargs=-1)
+@skill_option
+@click.option("--force", is_flag=True, help="Also remove texts that this package did not write, and links.")
+@dry_run_option
+def remove(
+    request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool, dry_run: bool
+) -> Report:
+    """Remove installed skills.
+
+    From each DIRECTORY: a path, which tells its scope, or with --scope as `agents` lists it: .claude/skills. Without
+    one, every copy at the scope. Only a SKILL.md that this package wrote is removed, and its own directory if that
+    is then empty; --force removes others too. Nothing is asked.
 
     \b
     Examples:
-      muvad-tarnel skill remove .cursor/skills
-      muvad-tarnel skill remove --scope project --all-agents
-
-    \b
-    Exit codes:
-      0  nothing of it is there any more, or would be (--dry-run)
-      1  something was kept or could not be removed
-      2  the command line is wrong
+      muvad-tarnel skill remove ~/.cursor/skills
+      muvad-tarnel skill remove --scope project --dry-run
     """
-    scope, console = request.scope, request.console
-    root = request.roots[scope]
-    directories = [known_directory(request, directory)] if directory else list(module_plan(request.agents, scope))
-    copies = [
-        copy
-        for copy in read_directories(request.roots.get("project"), scope, directories)
-        if copy.exists and (not names or copy.skill in names)
-    ]
-    removals = []
-    for copy in copies:
-        removal = remove_copy(copy, root, force=force, dry_run=dry_run)
-        if removal.lost:
-            console.note(f"{'would remove' if dry_run else 'removed'} {copy.path} by force, {removal.lost}")
-        if removal.kept:
-            console.error(f"{copy.path}: kept, {removal.kept}: --force takes it away")
-        if removal.problem:
-            console.error(f"{copy.path}: {removal.problem}: {advice(copy.path)}")
-        removals.append(removal)
-    places = joined(request.place(scope, name) for name in directories)
-    blocks: list[Block] = [table(request, removals, dry_run=dry_run)] if removals else []
+    survey = request.survey
+    places = list(dict.fromkeys(meant(request, text) for text in directories))
+    scopes = tuple(dict.fromkeys(scope for scope, _ in places)) or request.scopes
+    places = places or [(request.scope, directory) for directory in directories_read(AGENT_CONFIG, request.scope)]
+    wanted = (copy for place in places for copy in survey.at(*place))
+    copies = {copy.link or copy.file: copy for copy in reversed(list(wanted)) if copy.exists}
+    chosen = [copy for copy in reversed(copies.values()) if not names or copy.skill in names]
+    if not dry_run:
+        clean_up(copy for copy in survey.copies if copy.scope in scopes)
+    removals = [removed(request, copy, force=force, dry_run=dry_run) for copy in chosen]
+    after = survey.changed(State.MISSING, (removal.copy for removal in removals if not removal.obstacle))
+    hints = advice(survey if dry_run else after, scopes, ())
+    blocks = copy_tables(request, ["Result"], ((r.copy, (result_cell(r, dry_run=dry_run),)) for r in removals))
     if not removals:
-        blocks.append(Line(f"Nothing to remove in {places}.", Tone.GOOD))
+        blocks.append(Line(f"Nothing to remove in {joined(request.place(*place) for place in places)}.", Tone.GOOD))
     return Report(
-        blocks,
+        [*blocks, *loss_lines(request, removals), *([] if dry_run else advice_blocks(request, hints))],
         [record(removal) for removal in removals],
         {"dry_run": dry_run},
-        exit_code=0 if all(removal.success for removal in removals) else 1,
+        agents=agent_records(after, scopes, survey.finders(scopes)),
+        advice=advice_records(request, hints),
+        errors=list(dict.fromkeys(removal.obstacle for removal in removals if removal.obstacle)),
+        exit_code=int(any(removal.obstacle for removal in removals)),
     )
 
 
-def known_directory(request: Request, text: str) -> str:
-    """The skills directory that is meant: as the table spells it, or by a path below the scope's root."""
-    known = directories_read(AGENT_CONFIG, request.scope)
-    root = request.roots[request.scope]
-    for directory in known:
-        if text.rstrip("/") in (directory, f"~/{directory}", str(root / directory)):
-            return directory
-    raise click.BadParameter(f"{text!r} is none of {', '.join(known)}.", param_hint="DIRECTORY")
-
-
-def table(request: Request, removals: list[Removal], *, dry_run: bool) -> Table:
-    """What became of each copy."""
-    scope = request.scope
-    return Table(
-        scope_title(request, scope),
-        ("Directory", "Skill", "Result", "Was read by"),
-        [
-            (
-                request.place(scope, removal.copy.directory),
-                removal.copy.skill,
-                result_cell(removal, dry_run=dry_run),
-                names_of(readers_of(removal.copy.directory, scope)),
-            )
-            for removal in removals
-        ],
-        wrapping=("Was read by",),
-        shared=(1, 1),
+def meant(request: Request, text: str) -> tuple[Scope, str]:
+    """The skills directory that is meant by a path, or in the table's spelling at the scope that was given."""
+    if not text:
+        raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
+    path = Path(os.path.abspath(Path(text).expanduser()))  # noqa: PTH100 (links stay, unlike with resolve)
+    is_scope_given = request.is_scope_given
+    known = {
+        directory if is_scope_given else str(request.roots[scope] / directory): (scope, directory)
+        for scope in (request.scopes if is_scope_given or request.project else request.roots)
+        for directory in directories_read(AGENT_CONFIG, scope)
+    }
+    for spelling, (scope, directory) in known.items():
+        place = request.roots[scope] / directory
+        if text.rstrip("/") == spelling or path == place or parent_resolved(path) == parent_resolved(place):
+            return scope, directory
+    # All directories would fill a screen: those in use are what is meant.
+    in_use = [spelling for spelling, place in known.items() if any(c.exists for c in request.survey.at(*place))]
+    expected = f"; expected one of {', '.join(in_use)}" if in_use else ", and no skill is installed"
+    message = (
+        f"unknown directory {text!r}{expected}.{did_you_mean(text, [directory for _, directory in known.values()])}"
     )
+    raise click.BadParameter(message, param_hint="DIRECTORY")
+
+
+def parent_resolved(path: Path) -> Path:
+    """A path without links above its last part: the way by which a shell came there makes no difference."""
+    return path.parent.resolve() / path.name
+
+
+def removed(request: Request, copy: Copy, *, force: bool, dry_run: bool) -> Removal:
+    """Remove one copy."""
+    forced = reason_to_keep(copy) if force else ""
+    obstacle = obstacle_to_removing(copy, force=force)
+    if not obstacle and not dry_run:
+        try:
+            remove_copy(copy, force=force)
+        except OSError as error:
+            obstacle = obstacle_of(error, copy.path)
+    if forced and not obstacle:
+        verb = "would remove" if dry_run else "removed"
+        request.console.note(f"{verb} {copy.path}, {forced}", is_important=True)
+    return Removal(copy, obstacle, forced)
+
+
+def loss_lines(request: Request, removals: Iterable[Removal]) -> list[Block]:
+    """Who finds a skill no more, among the agents detected or served by a directory alone."""
+    copies = [removal.copy for removal in removals if not removal.obstacle]
+    alone = {readers[0] for copy in copies if len(readers := readers_of(copy.directory, copy.scope)) == 1}
+    groups: dict[tuple[Scope, tuple[str, ...]], list[str]] = {}
+    for scope in dict.fromkeys(copy.scope for copy in copies):
+        for agent, lost in request.survey.losses(copies, scope).items():
+            if agent in request.in_use or agent in alone:
+                groups.setdefault((scope, tuple(lost)), []).append(agent)
+    lines: list[Block] = []
+    for (scope, names), agents in groups.items():
+        verb = "no longer finds" if len(agents) == 1 else "no longer find"
+        lines.append(Line(f"{names_of(agents)} {verb} {skills_of(names)} at {scope} scope.", Tone.WARNING))
+    return lines
 
 
 def result_cell(removal: Removal, *, dry_run: bool) -> Cell:
     """What became of one copy."""
-    if removal.problem:
-        return Cell("failed", Tone.BAD)
-    if removal.kept:
+    if removal.obstacle:
         return Cell("kept", Tone.BAD)
-    return Cell("would be removed" if dry_run else "removed", Tone.WARNING if removal.lost else Tone.GOOD)
+    return Cell("would be removed" if dry_run else "removed", Tone.WARNING if removal.forced else Tone.GOOD)
 
 
 def record(removal: Removal) -> Record:
-    """What became of one copy, for programs."""
-    return copy_record(removal.copy, AGENT_CONFIG) | {
-        "success": removal.success,
-        "removed": removal.removed,
-        "kept": removal.kept or None,
-        "problem": removal.problem or removal.copy.problem or None,
-        "forced": removal.lost or None,
+    """What became of one copy, for programs. Its state and version are those from before."""
+    return copy_record(removal.copy) | {
+        "action": "kept" if removal.obstacle else "remove",
+        "forced": removal.forced or None,
     }

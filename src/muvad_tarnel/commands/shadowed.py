@@ -1,114 +1,129 @@
 """`muvad-tarnel skill shadowed`."""
 
+from collections.abc import Sequence
+from typing import NamedTuple
+
 import click
 
-from muvad_tarnel.commands.options import Request, asked_for, output_options
-from muvad_tarnel.commands.wording import command_lines, skills_in_words
+from muvad_tarnel.commands.options import NOTHING_TO_LOOK_AT, skill_command
+from muvad_tarnel.commands.request import Request
+from muvad_tarnel.commands.wording import EFFECTS, agent_records, command_line
+from muvad_tarnel.hints import names_of, removal_of, skills_of
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.shadowing import Pair, pairs_among
-from muvad_tarnel.installed.sightings import copies_read_by
-from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
+from muvad_tarnel.installed.shadowing import Shadow, shadows_among
+from muvad_tarnel.installed.writing import obstacle_to_removing
+from muvad_tarnel.output.report import Block, Cell, Command, Line, Record, Report, Table, Tone
+from muvad_tarnel.roots import SCOPES
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
-EFFECTS = {
-    "user": "user copy hides project copy",
-    "project": "project copy hides user copy",
-    "both": "both are listed",
-    "unknown": "not documented",
-}
 
-
-@click.command("shadowed")
-@asked_for("pair")
-@click.option("--check", is_flag=True, help="Exit 1 if a skill is shadowed.")
-@output_options
+@skill_command(
+    "pair",
+    agents="those that find a skill",
+    fails_if=f"{NOTHING_TO_LOOK_AT}; with --check: an agent finds different copies of a skill",
+)
+@click.option("--check", is_flag=True, help="Exit 1 if an agent finds different copies of a skill.")
 def shadowed(request: Request, *, check: bool) -> Report:
     """Show skills that another copy may hide.
 
-    They are those that an agent finds for the user as well as in the project. Such an agent may use one copy,
-    however old, and never the other. What each agent does is said as far as it is known. Two paths that lead to one
-    file are no shadow.
+    They are those that an agent finds for the user as well as in the project. It may use one copy, however old, and
+    never the other. Copies with the same text do no harm and are only mentioned.
 
     \b
     Examples:
-      muvad-tarnel skill shadowed --all-agents
+      muvad-tarnel skill shadowed
       muvad-tarnel skill shadowed --check          for scripts
-
-    \b
-    Exit codes:
-      0  the report is complete; with --check: no skill is shadowed
-      1  a scope could not be looked at, or no agent was detected;
-         with --check: a skill is shadowed
-      2  the command line is wrong
     """
-    copies = [copy for scope in request.roots for copy in copies_read_by(request.agents, scope, request.roots)]
-    pairs = pairs_among(copies, request.agents)
-    shadows = [pair for pair in pairs if not pair.is_one_file]
-    blocks: list[Block] = [table(request, pairs)] if pairs else []
-    if not shadows:
+    survey = request.survey
+    agents = request.named or tuple(survey.finders(request.scopes))
+    shadows = shadows_among(survey, agents)
+    different = [shadow for shadow in shadows if shadow.is_different]
+    blocks: list[Block] = [table(request, different)] if different else []
+    if equal := {shadow.user.skill: None for shadow in shadows if not shadow.is_different}:
+        blocks.append(Line(f"At both scopes with the same text, which does no harm: {skills_of(equal)}."))
+    if different:
+        ways = [way for scope in SCOPES for way in ways_out(request, [shadow.copy(scope) for shadow in different])]
+        blocks += [block for way in ways for block in way.blocks()]
+    else:
         blocks.append(Line("No skill is shadowed.", Tone.GOOD))
-    if len(shadows) < len(pairs):
-        blocks.append(Line("Where both paths are one file there is nothing to mend."))
-    if shadows:
-        names = skills_in_words(dict.fromkeys(pair.skill for pair in shadows))
-        blocks.append(Line(f"Found at both scopes: {names}. To keep the project's copies only:", Tone.WARNING))
-        blocks += command_lines(*(("mended by:", line) for line in remedies(request, shadows, copies)))
-    return Report(blocks, [record(request, pair, copies) for pair in pairs], exit_code=int(check and bool(shadows)))
-
-
-def effect(pair: Pair) -> Cell:
-    """What an agent makes of the two copies."""
-    if pair.is_one_file:
-        return Cell("one and the same file", Tone.GOOD)
-    return Cell(EFFECTS[pair.precedence], Tone.WARNING)
-
-
-def table(request: Request, pairs: list[Pair]) -> Table:
-    """The pairs of copies, by the places they stand in, and what each agent makes of them."""
-
-    def place(copy: Copy) -> str:
-        return request.place(copy.scope, copy.directory)
-
-    skills: dict[tuple[str, str, str, Cell], list[str]] = {}
-    for pair in pairs:
-        key = (place(pair.user), place(pair.project), AGENT_CONFIG[pair.agent].name, effect(pair))
-        skills.setdefault(key, []).append(pair.skill)
-    is_all = {skills_in_words(names) for names in skills.values()} == {"every skill"}
-    rows: list[tuple[str | Cell, ...]] = [
-        (user, project, *([] if is_all else [skills_in_words(names)]), agent, cell)
-        for (user, project, agent, cell), names in sorted(skills.items(), key=lambda item: item[0][:2])
-    ]
-    return Table(
-        f"User scope: {request.roots['user']}, project scope: {request.roots['project']}",
-        ("User copy", "Project copy", *([] if is_all else ["Skills"]), "Agent", "Effect"),
-        rows,
-        wrapping=("Skills", "Effect"),
-        shared=(2 if is_all else 3, 0),
+    return Report(
+        blocks,
+        [record(request, shadow) for shadow in shadows],
+        {"roots": {scope: str(request.roots[scope]) for scope in request.scopes}},
+        agents=agent_records(survey, request.scopes, agents),
+        exit_code=int(check and bool(different)),
     )
 
 
-def remedies(request: Request, shadows: list[Pair], copies: list[Copy]) -> list[str]:
-    """The removals of the user's copies: of all in a directory, or of the shadowed ones by name."""
-    shadowed_in: dict[str, dict[str, None]] = {}
-    for pair in shadows:
-        shadowed_in.setdefault(pair.user.directory, {})[pair.skill] = None
-    lines = []
-    for directory, names in shadowed_in.items():
-        held = [copy.skill for copy in copies if copy.exists and (copy.scope, copy.directory) == ("user", directory)]
-        chosen = () if set(held) == set(names) else tuple(word for name in names for word in ("--skill", name))
-        lines.append(request.line("remove", "user", rest=(directory, *chosen)))
-    return lines
+def table(request: Request, shadows: Sequence[Shadow]) -> Table:
+    """The places of the copies, and what each agent makes of them."""
+    skills: dict[tuple[str, str, str, str], list[str]] = {}
+    for shadow in shadows:
+        for agent in shadow.agents:
+            user, project = (request.place(c.scope, c.directory) for c in (shadow.user, shadow.project))
+            key = (user, project, AGENT_CONFIG[agent].name, EFFECTS[AGENT_CONFIG[agent].precedence])
+            skills.setdefault(key, []).append(shadow.user.skill)
+    rows: list[tuple[str | Cell, ...]] = [
+        (user, project, skills_of(names), agent, Cell(effect, Tone.WARNING))
+        for (user, project, agent, effect), names in sorted(skills.items(), key=lambda item: item[0][:2])
+    ]
+    columns = ("User copy", "Project copy", "Skills", "Agent", "Effect")
+    return Table("Different copies at both scopes", columns, rows, shared=(3, 0))
 
 
-def record(request: Request, pair: Pair, copies: list[Copy]) -> Record:
-    """A pair for programs."""
+class WayOut(NamedTuple):
+    """A removal that ends a shadow, or the reason why there is none, and the agents that would lose something."""
+
+    copy: Copy
+    command: list[str] | None
+    reason: str
+    losing: list[str]
+
+    def blocks(self) -> list[Block]:
+        """The removal for people."""
+        other = "project" if self.copy.scope == "user" else "user"
+        label = f"to keep the {other} copy:"
+        if self.command is None:
+            return [Line(f"{self.copy.path} stays: {self.reason}.")]
+        who = names_of(self.losing) if self.losing else "nobody"
+        where = "in other repositories" if self.copy.scope == "user" else "for everyone who clones this repository"
+        return [Command(label, command_line(self.command)), Line(f"      (lost {where}: {who})")]
+
+
+def ways_out(request: Request, copies: Sequence[Copy]) -> list[WayOut]:
+    """The removals of copies: one for each directory, or the reason for keeping one."""
+    ways = []
+    free: dict[str, list[Copy]] = {}
+    for copy in dict.fromkeys(copies):
+        if obstacle := obstacle_to_removing(copy, force=False):
+            ways.append(WayOut(copy, None, obstacle.problem, []))
+        else:
+            free.setdefault(copy.directory, []).append(copy)
+    for group in free.values():
+        scope = group[0].scope
+        words = request.command(scope, removal_of(request.survey, group))
+        ways.append(WayOut(group[0], words, "", list(request.survey.losses(group, scope))))
+    return ways
+
+
+def record(request: Request, shadow: Shadow) -> Record:
+    """Two copies for programs."""
+    ways = [ways_out(request, [shadow.copy(scope)])[0] for scope in SCOPES]
     return {
-        "skill": pair.skill,
-        "agent": pair.agent,
-        "user_path": str(pair.user.path),
-        "project_path": str(pair.project.path),
-        "same_file": pair.is_one_file,
-        "precedence": pair.precedence,
-        "effect": effect(pair).text,
-        "mended_by": None if pair.is_one_file else remedies(request, [pair], copies)[0],
+        "skill": shadow.user.skill,
+        "user_path": str(shadow.user.path),
+        "project_path": str(shadow.project.path),
+        "different": shadow.is_different,
+        "agents": [
+            {
+                "agent": agent,
+                "precedence": (precedence := AGENT_CONFIG[agent].precedence),
+                "effect": EFFECTS[precedence],
+            }
+            for agent in shadow.agents
+        ],
+        "ways_out": [
+            {"removes": str(way.copy.path), "command": way.command, "problem": way.reason or None, "loses": way.losing}
+            for way in ways
+        ],
     }

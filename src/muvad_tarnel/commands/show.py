@@ -3,29 +3,36 @@
 import click
 
 from muvad_tarnel import __version__
-from muvad_tarnel.commands.options import output_options, speaking
-from muvad_tarnel.installed.copies import document
-from muvad_tarnel.output.report import Document, Record, Report
+from muvad_tarnel.commands.options import skill_command
+from muvad_tarnel.commands.spelling import Choice
+from muvad_tarnel.installed.documents import document
+from muvad_tarnel.output.console import Console
+from muvad_tarnel.output.report import Block, Document, Record, Report, Table
 from muvad_tarnel.setup import skill
 
 
-@click.command("show")
-@click.argument("name", type=click.Choice(list(skill.SKILL_TEMPLATES)), metavar="NAME")
-@output_options
-def show(name: str, **options: object) -> None:
-    """Print a skill's document, as an install writes it.
+@skill_command()
+@click.argument("name", type=Choice(list(skill.SKILL_TEMPLATES)), metavar="[NAME]", required=False)
+def show(_: Console, *, name: str | None) -> Report:
+    """Print a skill's document, or list the skills.
 
-    NAME is tarnel, tarnel-map or tarnel-wiki.
+    NAME is tarnel, tarnel-map or tarnel-wiki. The document is printed as an install writes it.
 
     \b
     Examples:
       muvad-tarnel skill show tarnel | less
-
-    \b
-    Exit codes:
-      0  the document was printed
-      2  the command line is wrong
     """
-    text = document(__version__, name)
-    result: Record = {"skill": name, "version": __version__, "text": text}
-    speaking(lambda _: Report([Document(text)], [result]), "show")(**options)
+    names = [name] if name else list(skill.SKILL_TEMPLATES)
+    blocks: list[Block] = [Table("", ("Skill", "Purpose"), [(each, purpose(each)) for each in names])]
+    if name:
+        blocks = [Document(document(name))]
+    results: list[Record] = [
+        {"skill": each, "version": __version__, "purpose": purpose(each), "text": document(each)} for each in names
+    ]
+    return Report(blocks, results)
+
+
+def purpose(name: str) -> str:
+    """The first sentence of a document's description."""
+    description = document(name).partition("description: >-\n")[2].partition("\nversion:")[0]
+    return " ".join(description.split()).partition(". ")[0] + "."

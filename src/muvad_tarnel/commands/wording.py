@@ -1,25 +1,33 @@
-"""Sentences and records that several commands share."""
+"""Sentences, cells and records that several commands share."""
 
-from collections.abc import Iterable
+from collections.abc import Iterable, Sequence
 
-from muvad_tarnel.commands.options import Request
-from muvad_tarnel.installed.copies import Copy, State
-from muvad_tarnel.installed.plans import module_plan
-from muvad_tarnel.installed.readers import readers_of
-from muvad_tarnel.installed.scopes import Scope
-from muvad_tarnel.installed.sightings import SeenTwice, owners_of
-from muvad_tarnel.output.report import Block, Cell, Line, Record, Tone
+from muvad_tarnel.commands.request import Request
+from muvad_tarnel.hints import Advice, joined, names_of, skills_of, who_find
+from muvad_tarnel.installed.copies import Copy
+from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.survey import Survey, readers_of
+from muvad_tarnel.output.report import Block, Cell, Command, Line, Record, Table, Tone
 from muvad_tarnel.setup import skill
-from muvad_tarnel.setup.config import AGENT_CONFIG
+from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 TONES = {
     State.CURRENT: Tone.GOOD,
     State.NEWER: Tone.GOOD,
     State.MODIFIED: Tone.WARNING,
     State.OUTDATED: Tone.WARNING,
-    State.UNSTAMPED: Tone.BAD,
+    State.INCOMPLETE: Tone.BAD,
+    State.FOREIGN: Tone.BAD,
     State.UNREADABLE: Tone.BAD,
     State.MISSING: Tone.BAD,
+}
+
+# What an agent does with two different copies, by its precedence.
+EFFECTS = {
+    "user": "user copy hides project copy",
+    "project": "project copy hides user copy",
+    "both": "both are listed",
+    "unknown": "not documented",
 }
 
 
@@ -29,100 +37,124 @@ def state_cell(copy: Copy) -> Cell:
 
 
 def scope_title(request: Request, scope: Scope) -> str:
-    """What a table about one scope is headed with."""
-    root = request.roots[scope]
-    return f"User scope: {root}" if scope == "user" else f"Project scope: {root}"
+    """The title of a table about one scope."""
+    return f"{scope.capitalize()} scope: {request.roots[scope]}"
 
 
-def skills_in_words(names: Iterable[str]) -> str:
-    """The names of skills, or that it is all of them."""
-    wanted = list(names)
-    return "every skill" if wanted == list(skill.SKILL_TEMPLATES) else ", ".join(wanted)
+def readers_in_words(request: Request, directory: str, scope: Scope) -> str:
+    """Who reads a directory: the agents named or detected, the others as a count, all of them with --verbose."""
+    readers = readers_of(directory, scope)
+    wanted = {*request.named, *request.in_use, *(() if request.named else skill.DEFAULT_AGENTS)}
+    if request.console.verbose or not request.console.style.is_terminal:
+        wanted = set(readers)
+    names = [AGENT_CONFIG[agent].name for agent in readers if agent in wanted]
+    others = len(readers) - len(names)
+    word = ("other" if names else "agent") + "s" * (others > 1)
+    return ", ".join([*names, *([f"{others} {word}"] if others else [])])
 
 
-def agents_in_words(agents: tuple[str, ...]) -> str:
-    """The agents' names, or their number if that says it better."""
-    return joined(AGENT_CONFIG[agent].name for agent in agents) if len(agents) <= 3 else f"{len(agents)} agents"
+def copy_tables(
+    request: Request, columns: Sequence[str], rows: Iterable[tuple[Copy, tuple[str | Cell, ...]]]
+) -> list[Block]:
+    """The copies, a table for each scope: their places, what the columns say of them, and their readers."""
+    tables: dict[Scope, Table] = {}
+    for copy, cells in rows:
+        if copy.scope not in tables:
+            headings = ("Directory", "Skill", *columns, "Read by")
+            tables[copy.scope] = Table(scope_title(request, copy.scope), headings, [], shared=(1, 1))
+        readers = readers_in_words(request, copy.directory, copy.scope)
+        tables[copy.scope].rows.append((request.place(copy.scope, copy.directory), copy.skill, *cells, readers))
+    return list(tables.values())
 
 
-def joined(words: Iterable[str]) -> str:
-    """The words as an English list."""
-    *most, last = words
-    return f"{', '.join(most)} and {last}" if most else last
+def copy_record(copy: Copy) -> Record:
+    """A copy for programs."""
+    return {
+        "scope": copy.scope,
+        "directory": copy.directory,
+        "skill": copy.skill,
+        "path": str(copy.path),
+        "state": copy.state.value,
+        "version": copy.version,
+        "agents": readers_of(copy.directory, copy.scope),
+    }
 
 
-def command_lines(*labelled: tuple[str, str]) -> list[Block]:
-    """Commands to copy, behind what they are for."""
-    width = max((len(label) for label, _ in labelled), default=0)
-    return [Line(f"    {label.ljust(width)}  {command}") for label, command in labelled]
-
-
-def twice_lines(request: Request, found: list[SeenTwice], verbs: tuple[str, str] = ("sees", "see")) -> list[Block]:
-    """Who sees skills twice, with the install that would have avoided it and the removal that mends it."""
-    blocks: list[Block] = []
-    for twice in found:
-        places = joined(request.place(twice.scope, d) for d in twice.directories)
-        count = {2: "twice"}.get(len(twice.directories), f"{len(twice.directories)} times")
-        verb = verbs[len(twice.agents) > 1]
-        who = joined(AGENT_CONFIG[agent].name for agent in twice.agents)
-        sentence = f"{who} {verb} {skills_in_words(twice.skills)} {count}: in {places}."
-        if not twice.avoided_by:
-            sentence += " No choice of directories avoids that."
-        blocks.append(Line(sentence, Tone.WARNING))
-        avoided = [("avoided by:", line) for line in avoiding(request, twice)]
-        blocks += command_lines(*avoided, *(("mended by:", line) for line in mending(request, twice)))
-    return blocks
-
-
-def avoiding(request: Request, twice: SeenTwice) -> list[str]:
-    """The install that would have avoided a double sighting, if there is one."""
-    return [request.line("install", twice.scope, twice.avoided_by)] if twice.avoided_by else []
-
-
-def mending(request: Request, twice: SeenTwice) -> list[str]:
-    """The commands that mend a double sighting: removals, after the install that makes up for them if one has to."""
-    lines = [request.line("remove", twice.scope, rest=(directory,)) for directory in twice.mended_by]
-    is_made_up_for = set(module_plan(twice.avoided_by, twice.scope)) <= set(twice.directories)
-    return lines if is_made_up_for or not lines else [*avoiding(request, twice), *lines]
-
-
-def outdated_lines(request: Request, scope: Scope, directories: Iterable[str]) -> list[Block]:
-    """Outdated copies that an install for these agents doesn't reach, and what does."""
-    blocks: list[Block] = []
-    for directory in directories:
-        place = request.place(scope, directory)
-        blocks.append(Line(f"{place} is outdated, and an install for these agents doesn't write it.", Tone.WARNING))
-        owners = owners_of(directory, scope, ())
-        updates = [("or updated by:", request.line("install", scope, owners))] if len(owners) == 1 else []
-        blocks += command_lines(("removed by:", request.line("remove", scope, rest=(directory,))), *updates)
-    return blocks
-
-
-def twice_records(request: Request, found: list[SeenTwice]) -> list[Record]:
-    """The same for programs."""
+def agent_records(survey: Survey, scopes: Sequence[Scope], agents: Iterable[str]) -> list[Record]:
+    """Where each agent finds each skill, for programs."""
     return [
         {
-            "agents": list(twice.agents),
-            "scope": twice.scope,
-            "directories": [str(request.roots[twice.scope] / directory) for directory in twice.directories],
-            "skills": list(twice.skills),
-            "avoided_by": next(iter(avoiding(request, twice)), None),
-            "mended_by": mending(request, twice),
+            "agent": agent,
+            "name": AGENT_CONFIG[agent].name,
+            "finds": [
+                {
+                    "scope": scope,
+                    "skill": name,
+                    "paths": [str(c.path) for c in survey.finds(agent, scope, name).values()],
+                }
+                for scope in scopes
+                for name in skill.SKILL_TEMPLATES
+            ],
         }
-        for twice in found
+        for agent in agents
     ]
 
 
-def place_record(copy: Copy) -> Record:
-    """Where a copy is, for programs."""
-    return {"scope": copy.scope, "directory": copy.directory, "skill": copy.skill, "path": str(copy.path)}
+def advice_records(request: Request, advice: Advice) -> list[Record]:
+    """The hints for programs."""
+    return [{"reason": h.reason, "command": request.command(h.scope, h.words)} for h in advice.hints]
 
 
-def copy_record(copy: Copy, agents: Iterable[str]) -> Record:
-    """A copy for programs: where it is, what it is, and which of the agents read it."""
-    return place_record(copy) | {
-        "state": copy.state.value,
-        "version": copy.version,
-        "problem": copy.problem or None,
-        "agents": list(readers_of(copy.directory, copy.scope, agents)),
-    }
+def advice_blocks(request: Request, advice: Advice) -> list[Block]:
+    """The hints for people."""
+    return [
+        block
+        for hint in advice.hints
+        for block in (
+            Line(f"{hint.reason}.", Tone.WARNING),
+            Command("to fix:", command_line(request.command(hint.scope, hint.words))),
+        )
+    ]
+
+
+def command_line(words: Sequence[str]) -> str:
+    """A command as a shell takes it."""
+    if all(word.replace("/", "").replace(".", "").replace("-", "").replace("_", "").isalnum() for word in words):
+        return " ".join(words)
+    from shlex import join  # noqa: PLC0415 (seldom needed)
+
+    return join(words)
+
+
+def finds_cell(request: Request, survey: Survey, agent: str, scope: Scope) -> Cell:
+    """Where an agent finds the skills at one scope: all of them in one place, or skill by skill."""
+    places: dict[tuple[str, ...], list[str]] = {}
+    for name in skill.SKILL_TEMPLATES:
+        found = survey.finds(agent, scope, name).values()
+        places.setdefault(tuple(request.place(scope, copy.directory) for copy in found), []).append(name)
+    words = []
+    for directories, names in places.items():
+        count = {0: "nowhere", 1: "", 2: "twice: "}.get(len(directories), f"{len(directories)} times: ")
+        which = "" if len(places) == 1 else f"{', '.join(names)}: "
+        words.append(which + count + (joined(directories) if directories else ""))
+    counts = {len(directories) for directories in places}
+    return Cell("; ".join(words), Tone.GOOD if counts == {1} else Tone.NEUTRAL if counts == {0} else Tone.WARNING)
+
+
+def twice_lines(request: Request, survey: Survey, scope: Scope, verb: str = "") -> list[Block]:
+    """Who finds skills several times at a scope, among the agents named or detected: a line for the same places."""
+    seen: dict[tuple[str, ...], tuple[list[str], list[str]]] = {}
+    for agent in dict.fromkeys((*request.named, *request.in_use)):
+        for name in skill.SKILL_TEMPLATES:
+            found = survey.finds(agent, scope, name).values()
+            if len(found) > 1:
+                agents, names = seen.setdefault(tuple(sorted(copy.directory for copy in found)), ([], []))
+                agents += [agent] * (agent not in agents)
+                names += [name] * (name not in names)
+    lines: list[Block] = []
+    for directories, (agents, names) in seen.items():
+        count = {2: "twice"}.get(len(directories), f"{len(directories)} times")
+        places = joined(request.place(scope, directory) for directory in directories)
+        who = f"{names_of(agents)} {verb}" if verb else who_find(agents)
+        lines.append(Line(f"{who} {skills_of(names)} {count}: in {places}.", Tone.WARNING))
+    return lines

@@ -1,1 +1,1 @@
-"""What is installed where, who reads it, and what could be done about it. Knows nothing of options."""
+"""What is installed on the disk, who finds it, and how it is changed safely. Knows nothing of options."""

@@ -1,124 +1,149 @@
-"""Installed copies of the skills: reading one, and judging its state against this package."""
+"""One installed copy of a skill: reading it, and the links on the way to it."""
 
-import re
+import os
 import stat
-from enum import Enum
 from pathlib import Path
 from typing import NamedTuple
 
-from muvad_tarnel import __version__
-from muvad_tarnel.installed.obstacles import reason_of
-from muvad_tarnel.installed.scopes import Scope
+from muvad_tarnel.failure import Obstacle, obstacle_of
+from muvad_tarnel.installed.documents import State, judge
 from muvad_tarnel.setup import skill
+from muvad_tarnel.setup.config import Scope
 
-# The stamp: the first such line among the first characters of the text. The installing module reads it the same way.
-_STAMP = re.compile(r"^version:\s*([0-9][\w.\-]*)\s*$", re.MULTILINE)
-_STAMP_WITHIN = 2000
+# No document comes near this many bytes. A repository may hold files that are made to exhaust memory.
+_LARGEST = 2**20
 
-# What stands at a path that would block its reader: a pipe, a device.
-NOT_A_FILE = "neither a file nor a directory"
-
-
-class State(Enum):
-    """What stands at the place of a skill, compared with this package."""
-
-    CURRENT = "current"
-    OUTDATED = "update available"
-    NEWER = "newer"
-    MODIFIED = "modified by hand"
-    UNSTAMPED = "unstamped"
-    UNREADABLE = "unreadable"
-    MISSING = "missing"
+type Identity = tuple[int, int, int, int]
 
 
 class Copy(NamedTuple):
-    """One skill's place in one skills directory, and what was found there.
+    """One skill's place in one skills directory, and what is there.
 
-    `is_ours` says that the text is exactly this package's document for the copy's own stamp, line ends and a byte
-    order mark aside. `identity` is the file's device and inode. `problem` says why the copy is unreadable.
+    `path` leads there from the scope's root, `file` is the same with all links resolved. `obstacle` says why the copy
+    is unreadable; `misplaced` why it must not be written or removed: a link leads to somewhere else. `identity` tells
+    whether the file has changed since it was read (device, inode, size, time).
     """
 
     scope: Scope
+    root: Path
     directory: str
     skill: str
     path: Path
-    state: State
+    file: Path
+    state: State = State.MISSING
     version: str | None = None
-    text: str | None = None
     is_ours: bool = False
-    identity: tuple[int, int] | None = None
-    problem: str = ""
+    content: bytes | None = None
+    identity: Identity | None = None
+    obstacle: Obstacle | None = None
+    misplaced: Obstacle | None = None
 
     @property
     def exists(self) -> bool:
-        """Whether anything stands at the path."""
+        """Whether anything is at the path."""
         return self.state is not State.MISSING
 
     @property
-    def difference(self) -> str:
-        """What the text is, if not this package's document: the words for a warning, or the empty string."""
-        if self.text is None or self.is_ours:
-            return ""
-        if self.version is None:
-            return "not written by this package"
-        return "edited" if self.version == __version__ else "edited, or another edition of the document"
+    def is_found(self) -> bool:
+        """Whether an agent that reads the directory finds the skill."""
+        return self.state not in (State.MISSING, State.UNREADABLE, State.FOREIGN)
+
+    @property
+    def is_stale(self) -> bool:
+        """Whether an update replaces it."""
+        return self.state in (State.OUTDATED, State.INCOMPLETE)
+
+    @property
+    def link(self) -> Path | None:
+        """The copy itself, or its skill's directory, if that is a link."""
+        return next((place for place in (self.path, self.path.parent) if place.is_symlink()), None)
+
+    def may_hold(self, place: Path) -> bool:
+        """Whether a path, its links resolved, lies where the scope allows: a project's must be in the repository."""
+        return self.scope == "user" or place.is_relative_to(os.path.realpath(self.root))
 
 
-def version_key(version: str) -> tuple[int, ...]:
-    """What versions are compared by: the number at the start of each piece between dots, 0 where there is none."""
-    numbers = (re.match(r"\d+", piece) for piece in version.split("."))
-    return tuple(int(number.group()) if number else 0 for number in numbers)
+def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
+    """Every skill's place in a skills directory. Raises nothing for what is on the disk."""
+    folder = actual = root / directory
+    is_there, obstacle = False, None
+    # Most directories of the table are missing from the first part on: then there is nothing to resolve.
+    if os.path.lexists(root / Path(directory).parts[0]):
+        actual = Path(os.path.realpath(folder))
+        try:
+            is_there = folder.is_dir()
+            obstacle = None if is_there else dangling(folder)
+        except OSError as error:
+            obstacle = obstacle_of(error, folder)
+    copies = []
+    for name in skill.SKILL_TEMPLATES:
+        path = skill.skill_target_path("project", root, name, directory)
+        file = path if actual is folder else actual / name / path.name
+        state = State.UNREADABLE if obstacle else State.MISSING
+        copy = Copy(scope, root, directory, name, path, file, state, obstacle=obstacle)
+        copy = read_copy(copy) if is_there else copy
+        reason = misplaced(copy)
+        copies.append(copy._replace(misplaced=reason) if reason else copy)
+    return copies
 
 
-def stamp_of(text: str) -> str | None:
-    """The version that a document is stamped with; None if there is none."""
-    stamp = _STAMP.search(text[:_STAMP_WITHIN])
-    return stamp.group(1) if stamp else None
+def read_copy(copy: Copy) -> Copy:  # noqa: PLR0911 (one for each thing that may be there)
+    """The copy as it is on the disk now."""
+    copy = Copy(*copy[:6], misplaced=copy.misplaced)
 
+    def unreadable(problem: str, remedy: str) -> Copy:
+        return copy._replace(state=State.UNREADABLE, obstacle=Obstacle(str(copy.path), problem, remedy))
 
-def document(version: str, skill_name: str) -> str:
-    """This package's document of a skill, stamped with `version`."""
-    return skill.render_skill_md(version, skill_name)
-
-
-def state_of(version: str | None, *, is_ours: bool) -> State:
-    """The state of a copy that could be read."""
-    if version is None:
-        return State.UNSTAMPED
-    if version_key(version) < version_key(__version__):
-        return State.OUTDATED
-    if version_key(version) > version_key(__version__):
-        return State.NEWER
-    # The text of another edition with an equal key ("1.0rc1" beside "1.0") is not known here, hence not called edited.
-    return State.CURRENT if is_ours or version != __version__ else State.MODIFIED
-
-
-def read_copy(scope: Scope, project_root: Path | None, skill_name: str, directory: str) -> Copy:
-    """What stands at a skill's place in a directory. Raises nothing for what the disk holds."""
-    path = skill.skill_target_path(scope, project_root, skill_name, directory).absolute()
-    place = Copy(scope, directory, skill_name, path, State.MISSING)
     try:
-        status = path.stat()
-        if not (stat.S_ISREG(status.st_mode) or stat.S_ISDIR(status.st_mode)):
-            return place._replace(state=State.UNREADABLE, problem=NOT_A_FILE)
-        text = path.read_text(encoding="utf-8")
+        copy = copy._replace(file=Path(os.path.realpath(copy.path)))
+        status = copy.path.stat()
+        if stat.S_ISDIR(status.st_mode):
+            return unreadable("a directory is in the way", "move it away")
+        if not stat.S_ISREG(status.st_mode):
+            return unreadable("not a regular file", "move it away")
+        if status.st_size > _LARGEST:
+            return unreadable("too large for a skill's document", "move it away")
+        content = read(copy.file)
+        judgement = judge(copy.skill, content)
     except (FileNotFoundError, NotADirectoryError):
-        return place
-    except (OSError, UnicodeDecodeError) as error:
-        return place._replace(state=State.UNREADABLE, problem=reason_of(error))
-    version = stamp_of(text)
-    is_ours = version is not None and text.removeprefix("\ufeff") == document(version, skill_name)
-    return place._replace(
-        state=state_of(version, is_ours=is_ours),
-        version=version,
-        text=text,
-        is_ours=is_ours,
-        identity=(status.st_dev, status.st_ino),
-    )
+        obstacle = dangling(copy.path)
+        return copy._replace(state=State.UNREADABLE, obstacle=obstacle) if obstacle else copy
+    except OSError as error:
+        return copy._replace(state=State.UNREADABLE, obstacle=obstacle_of(error, copy.path))
+    except UnicodeDecodeError as error:
+        return unreadable(f"not valid UTF-8 (at byte {error.start})", "correct or remove it")
+    return copy._replace(**judgement._asdict(), content=content, identity=identity_of(status))
 
 
-def read_directories(project_root: Path | None, scope: Scope, directories: list[str]) -> list[Copy]:
-    """Every skill's place in each of the directories, by directory in the order given, then by skill."""
-    return [
-        read_copy(scope, project_root, name, directory) for directory in directories for name in skill.SKILL_TEMPLATES
-    ]
+def read(file: Path) -> bytes:
+    """The file's bytes. A pipe that has just taken the file's place blocks nobody."""
+    with os.fdopen(os.open(file, os.O_RDONLY | os.O_NONBLOCK | os.O_CLOEXEC), "rb") as stream:
+        return stream.read(_LARGEST)
+
+
+def identity_of(status: os.stat_result) -> Identity:
+    """What changes when a file is written or replaced."""
+    return status.st_dev, status.st_ino, status.st_size, status.st_mtime_ns
+
+
+def dangling(path: Path) -> Obstacle | None:
+    """The link that keeps a path from existing, if it is a link."""
+    place = str(path)
+    while not os.path.lexists(place):
+        place = os.path.dirname(place)  # noqa: PTH120 (this runs for every directory of the table)
+    if not os.path.islink(place) or os.path.exists(place):  # noqa: PTH110, PTH114
+        return None
+    return Obstacle(place, f"a dangling link to {Path(place).readlink()}", "remove it, or restore what it leads to")
+
+
+def misplaced(copy: Copy) -> Obstacle | None:
+    """The link that makes a path lead to another file than a copy of the skill, or out of the repository."""
+    if copy.file is copy.path or copy.file == copy.path:
+        return None
+    is_inside = copy.may_hold(copy.file)
+    if is_inside and copy.file.name == copy.path.name and copy.file.parent.name == copy.skill:
+        return None
+    below_root = [place for place in (copy.path, *copy.path.parents) if not copy.root.is_relative_to(place)]
+    link = next((place for place in below_root if place.is_symlink()), copy.path)
+    where = "which is no copy of this skill" if is_inside else "outside the repository"
+    return Obstacle(str(link), f"a link to {os.path.realpath(link)}, {where}", "remove the link")

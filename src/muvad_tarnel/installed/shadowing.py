@@ -1,44 +1,48 @@
-"""Skills that an agent finds for the user as well as in the project, and which copy it then uses."""
+"""Skills that agents find for the user as well as in the project, where one copy may hide the other."""
 
-from collections.abc import Iterator
+from collections.abc import Sequence
+from contextlib import suppress
+from itertools import product
 from typing import NamedTuple
 
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.readers import directories_of
-from muvad_tarnel.installed.scopes import Scope, same_file
+from muvad_tarnel.installed.documents import plain_text
+from muvad_tarnel.installed.survey import Survey
 from muvad_tarnel.setup import skill
-from muvad_tarnel.setup.config import AGENT_CONFIG, Precedence
+from muvad_tarnel.setup.config import Scope
 
 
-class Pair(NamedTuple):
-    """Two copies of one skill that one agent finds, one at each scope."""
+class Shadow(NamedTuple):
+    """Two files of one skill, one at each scope, and the agents that find both."""
 
-    agent: str
-    skill: str
     user: Copy
     project: Copy
-    is_one_file: bool
+    agents: tuple[str, ...]
 
     @property
-    def precedence(self) -> Precedence:
-        """Which of the two the agent uses."""
-        return AGENT_CONFIG[self.agent].precedence
+    def is_different(self) -> bool:
+        """Whether the texts differ, line ends and byte order marks aside. Equal texts do no harm."""
+        return text_of(self.user) != text_of(self.project)
+
+    def copy(self, scope: Scope) -> Copy:
+        """The copy at a scope."""
+        return self.user if scope == "user" else self.project
 
 
-def pairs_among(copies: list[Copy], agents: tuple[str, ...]) -> list[Pair]:
-    """Every pair of copies that one of the agents finds at both scopes, by skill, then by agent."""
-    places = {(copy.scope, copy.directory, copy.skill): copy for copy in copies if copy.exists}
+def text_of(copy: Copy) -> str | bytes | None:
+    """The text of a copy, as far as it is one."""
+    with suppress(UnicodeDecodeError):
+        return plain_text(copy.content or b"")
+    return copy.content
 
-    def found(agent: str, scope: Scope, name: str) -> list[Copy]:
-        keys = ((scope, directory, name) for directory in directories_of(agent, scope))
-        return [places[key] for key in keys if key in places]
 
-    def pairs_of(agent: str, name: str) -> Iterator[Pair]:
-        users = found(agent, "user", name)
-        for project in found(agent, "project", name):
-            # A file that the agent finds for the user anyway is no second copy, whatever else it finds there.
-            one_file = [user for user in users if same_file(user.path, project.path)]
-            for user in one_file or users:
-                yield Pair(agent, name, user, project, bool(one_file))
-
-    return [pair for name in skill.SKILL_TEMPLATES for agent in agents for pair in pairs_of(agent, name)]
+def shadows_among(survey: Survey, agents: Sequence[str]) -> list[Shadow]:
+    """Every two files that one of the agents finds of a skill at the two scopes. A file at both is no shadow."""
+    readers: dict[tuple[Copy, Copy], list[str]] = {}
+    for name, agent in product(skill.SKILL_TEMPLATES, agents):
+        users, projects = survey.finds(agent, "user", name), survey.finds(agent, "project", name)
+        both = users.keys() & projects.keys()
+        for user, project in product(users.values(), projects.values()):
+            if user.file not in both and project.file not in both:
+                readers.setdefault((user, project), []).append(agent)
+    return [Shadow(user, project, tuple(found_by)) for (user, project), found_by in readers.items()]

@@ -1,73 +1,16 @@
 """The two streams that a command speaks through."""
 
-import os
 import sys
-from collections.abc import Mapping
-from contextlib import suppress
-from pathlib import Path
-from typing import NamedTuple, TextIO
 
 import click
 
-from muvad_tarnel.installed.scopes import Scope
-from muvad_tarnel.output.report import Record, Report
+from muvad_tarnel import __version__
+from muvad_tarnel.failure import Obstacle
+from muvad_tarnel.output.report import Document, Record, Report
+from muvad_tarnel.output.text import Style, output_encoding, printable, silence
 
 # The version of the JSON objects' shape: it changes when a reader of the former shape would be misled.
-SCHEMA = 1
-
-
-def printable(text: str) -> str:
-    """`text` as one harmless line: what cannot be shown is replaced.
-
-    That is control characters, line separators, direction overrides and undecodable bytes of file names (lone
-    surrogates): they would break the line, steer the terminal or fail to encode.
-    """
-    if text.isprintable():
-        return text
-    return "".join(c if c.isprintable() else "\N{REPLACEMENT CHARACTER}" for c in text)
-
-
-class Style(NamedTuple):
-    """How standard output is to be written."""
-
-    is_terminal: bool  # tables, short paths; otherwise plain lines with whole paths
-    has_colour: bool
-    has_marks: bool  # whether the encoding knows a check mark
-
-    @classmethod
-    def choose(cls, colour: str, environment: Mapping[str, str]) -> "Style":
-        """The style for this process's standard output and the wish for colour: `auto`, `always` or `never`."""
-        is_terminal = sys.stdout is not None and sys.stdout.isatty()
-        if colour == "auto":
-            if environment.get("NO_COLOR"):
-                colour = "never"
-            elif environment.get("FORCE_COLOR", "0") not in ("", "0"):
-                colour = "always"
-            elif environment.get("TERM") == "dumb":
-                colour = "never"
-        is_table = is_terminal or colour == "always"
-        return cls(is_table, is_table and colour != "never", can_encode("\N{CHECK MARK}\N{BALLOT X}\u2500"))
-
-
-def output_encoding() -> str:
-    """The encoding of standard output."""
-    # None: the process was started with standard output closed.
-    return sys.stdout.encoding if sys.stdout is not None else "utf-8"
-
-
-def silence(stream: TextIO) -> None:
-    """Have what a stream still holds, and is given from now on, go nowhere, so that it can be closed in peace."""
-    with suppress(OSError):
-        os.dup2(os.open(os.devnull, os.O_WRONLY), stream.fileno())
-
-
-def can_encode(text: str) -> bool:
-    """Whether standard output can express `text`."""
-    try:
-        text.encode(output_encoding())
-    except UnicodeEncodeError:
-        return False
-    return True
+SCHEMA = 2
 
 
 class Console:
@@ -81,27 +24,19 @@ class Console:
         self._json = json
         self._quiet = quiet
 
-    def note(self, text: str) -> None:
-        """Say something beside the report."""
-        if not self._quiet:
+    def note(self, text: str, *, is_important: bool = False) -> None:
+        """Say something beside the report, under --quiet only if it is important."""
+        if is_important or not self._quiet:
             self._say("note: " + text)
 
-    def error(self, text: str) -> None:
-        """Say what failed: one line."""
-        self._say("Error: " + text)
-
-    def place(self, scope: Scope, root: Path, directory: str) -> str:
-        """A skills directory in words: short on a terminal, whole elsewhere and when details are wanted."""
-        if not self.style.is_terminal or self.verbose:
-            return str(root / directory)
-        return f"~/{directory}" if scope == "user" else directory
-
     def show(self, report: Report) -> None:
-        """Print the report the way that was asked for."""
+        """Print the report the way that was asked for, after its errors."""
+        for error in report.errors:
+            self._say(f"Error: {error}")
         if self._json:
             self._write(object_text(self.command, report, indent=2 if self.style.is_terminal else None))
             return
-        blocks = [block for block in report.blocks if not self._quiet or type(block).__name__ == "Document"]
+        blocks = [block for block in report.blocks if not self._quiet or isinstance(block, Document)]
         if self.style.is_terminal:
             from muvad_tarnel.output.terminal import drawn  # noqa: PLC0415 (rich takes longer than all the rest)
 
@@ -126,14 +61,25 @@ class Console:
             click.echo(text.encode(encoding, "replace").decode(encoding), nl=False, color=True)
         except BrokenPipeError:  # the reader has seen enough: what the command did doesn't depend on that
             silence(sys.stdout)
-        except OSError:
-            silence(sys.stdout)
-            raise
 
 
-def object_text(command: str, report: Report, indent: int | None) -> str:
+def object_text(command: str, report: Report, indent: int | None = None) -> str:
     """The report as one JSON object, in ASCII: one line unless indented."""
     import json  # noqa: PLC0415 (not needed for the other ways)
 
-    record: Record = {"schema": SCHEMA, "command": command, "results": report.results, **(report.facts or {})}
+    record: Record = {
+        "schema": SCHEMA,
+        "command": command,
+        "version": __version__,
+        **(report.facts or {}),
+        "results": list(report.results),
+        "agents": list(report.agents),
+        "advice": list(report.advice),
+        "errors": [error_record(error) for error in report.errors],
+    }
     return json.dumps(record, indent=indent) + "\n"
+
+
+def error_record(error: Obstacle) -> Record:
+    """An error for programs."""
+    return {"path": error.path or None, "problem": error.problem, "remedy": error.remedy or None}

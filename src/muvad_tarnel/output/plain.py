@@ -1,7 +1,7 @@
 """Reports as plain lines: for pipes and files. No colours, no marks, every line whole."""
 
-from muvad_tarnel.output.console import printable
-from muvad_tarnel.output.report import Block, Cell, Document, Line, Table
+from muvad_tarnel.output.report import Block, Cell, Command, Document, Line, Table
+from muvad_tarnel.output.text import printable
 
 
 def written(blocks: list[Block]) -> str:
@@ -13,6 +13,8 @@ def written(blocks: list[Block]) -> str:
                 lines += [""] * bool(lines) + table_lines(block)
             case Line(text, _):
                 lines.append(printable(text))
+            case Command(label, text):
+                lines.append(printable(f"    {label}  {text}"))
             case Document(text, _):
                 lines += text.splitlines()
     return "".join(line + "\n" for line in lines)

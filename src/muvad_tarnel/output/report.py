@@ -1,8 +1,10 @@
 """What a command has to say, before anyone decides how it looks."""
 
-from collections.abc import Iterable
+from collections.abc import Iterable, Sequence
 from enum import Enum
 from typing import NamedTuple
+
+from muvad_tarnel.failure import Obstacle
 
 type Record = dict[str, object]
 
@@ -24,23 +26,26 @@ class Cell(NamedTuple):
 
 
 class Table(NamedTuple):
-    """Rows under headings; `wrapping` are the columns that may be broken where the terminal is narrow.
-
-    `shared` counts the leading and the trailing columns that neighbouring rows may share.
-    """
+    """Rows under headings. `shared` counts the leading and trailing columns that neighbouring rows may share."""
 
     title: str
     columns: tuple[str, ...]
     rows: list[tuple[str | Cell, ...]]
-    wrapping: tuple[str, ...]
     shared: tuple[int, int] = (0, 0)
 
 
 class Line(NamedTuple):
-    """A sentence, or (neutral and indented) a command to copy."""
+    """A sentence."""
 
     text: str
     tone: Tone = Tone.NEUTRAL
+
+
+class Command(NamedTuple):
+    """A command line to copy, after what it is for. It is never wrapped."""
+
+    label: str
+    text: str
 
 
 class Document(NamedTuple):
@@ -50,17 +55,20 @@ class Document(NamedTuple):
     is_diff: bool = False
 
 
-type Block = Table | Line | Document
+type Block = Table | Line | Command | Document
 
 
 class Report(NamedTuple):
-    """All that a command has to say on standard output.
+    """All that a command has to say.
 
-    The blocks are for people, the results and the facts beside them for programs. Only one of the two is used, so the
-    blocks may be made on the way.
+    The blocks are for people, and may be made on the way, since they are not used with --json. The rest is for
+    programs: the results, the agents and the advice as records, and the `facts` beside them. `errors` are for both.
     """
 
     blocks: Iterable[Block]
-    results: list[Record]
+    results: Sequence[Record]
     facts: Record | None = None
+    agents: Sequence[Record] = ()
+    advice: Sequence[Record] = ()
+    errors: Sequence[Obstacle] = ()
     exit_code: int = 0

@@ -1,0 +1,89 @@
+"""The documents of this package, and how the text of a copy compares with them."""
+
+from enum import Enum
+from typing import NamedTuple
+
+from muvad_tarnel import __version__
+from muvad_tarnel.setup import skill
+
+# The SHA-256 digests of every template ever released. A template that changes gets a new digest here and keeps the old
+# one, so that copies which an earlier release wrote are not taken for edited ones.
+RELEASED = {
+    "tarnel": frozenset({"bef2522d3677b204b64107eb8f11578357806c23542c454484ecfa92ac5a5f02"}),
+    "tarnel-map": frozenset({"79ca54e5f36144a6738a1445f974f83244143c5aee02c5455d262add5d9474ed"}),
+    "tarnel-wiki": frozenset({"d96191336437e3021b867994a69db41de6573d507b8eaae8d6c1f2c0c0965a7d"}),
+}
+
+# The module looks for the stamp among this many characters.
+_STAMP_WITHIN = 2000
+
+
+class State(Enum):
+    """A copy compared with this package."""
+
+    CURRENT = "current"
+    OUTDATED = "outdated"
+    NEWER = "newer"
+    MODIFIED = "modified"
+    INCOMPLETE = "incomplete"
+    FOREIGN = "foreign"
+    UNREADABLE = "unreadable"
+    MISSING = "missing"
+
+
+class Judgement(NamedTuple):
+    """What a text is: its state, its stamp, and whether this package wrote it, in this or another release."""
+
+    state: State
+    version: str | None
+    is_ours: bool
+
+
+def document(name: str, version: str = __version__) -> str:
+    """This package's document of a skill, stamped with `version`."""
+    return skill.render_skill_md(version, name)
+
+
+def plain_text(content: bytes) -> str:
+    """The text without a byte order mark and with LF line ends. Raises `UnicodeDecodeError`."""
+    return content.decode().removeprefix("\ufeff").replace("\r\n", "\n").replace("\r", "\n")
+
+
+def judge(name: str, content: bytes) -> Judgement:
+    """What the content of a skill's copy is. Raises `UnicodeDecodeError` unless that is due to a cut."""
+    try:
+        text = plain_text(content)
+    except UnicodeDecodeError:
+        # The cut may be inside a character.
+        stamp = skill._VERSION_RE.search(content.decode(errors="replace")[:_STAMP_WITHIN])
+        version = stamp.group(1) if stamp else None
+        if is_incomplete(name, content, version):
+            return Judgement(State.INCOMPLETE, version, is_ours=True)
+        raise
+    if text == document(name):  # even if the stamp is one that cannot be read back, as of a local version
+        return Judgement(State.CURRENT, __version__, is_ours=True)
+    stamp = skill._VERSION_RE.search(text[:_STAMP_WITHIN])
+    version = stamp.group(1) if stamp else None
+    is_ours = stamp is not None and is_released(name, text[: stamp.start(1)] + "{version}" + text[stamp.end(1) :])
+    if not is_ours and is_incomplete(name, content, version):
+        return Judgement(State.INCOMPLETE, version, is_ours=True)
+    if version is None:
+        return Judgement(State.FOREIGN, None, is_ours=False)
+    key, own_key = skill._version_tuple(version), skill._version_tuple(__version__)
+    same = State.CURRENT if is_ours else State.MODIFIED
+    return Judgement(State.OUTDATED if key < own_key else State.NEWER if key > own_key else same, version, is_ours)
+
+
+def is_released(name: str, template: str) -> bool:
+    """Whether the text is a released template of the skill."""
+    if template == skill.SKILL_TEMPLATES[name]:
+        return True
+    from hashlib import sha256  # noqa: PLC0415 (slow to import, and seldom needed)
+
+    return sha256(template.encode()).hexdigest() in RELEASED[name]
+
+
+def is_incomplete(name: str, content: bytes, version: str | None) -> bool:
+    """Whether the content is the beginning of this package's document: an install was cut off."""
+    whole = document(name, version or __version__).encode()
+    return len(content) < len(whole) and whole.startswith(content)

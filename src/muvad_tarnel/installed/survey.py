@@ -1,0 +1,113 @@
+"""One reading of the disk: every copy of every skill, and who finds it. All reports and hints are views of it."""
+
+from collections.abc import Iterable, Iterator
+from functools import cached_property
+from pathlib import Path
+
+from muvad_tarnel import __version__
+from muvad_tarnel.installed.copies import Copy, read_directory
+from muvad_tarnel.installed.documents import State
+from muvad_tarnel.roots import Roots
+from muvad_tarnel.setup import skill
+from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
+
+type Finds = dict[Path, Copy]
+
+
+def directories_read(agents: Iterable[str], scope: Scope) -> list[str]:
+    """All skills directories that any of the agents reads at a scope, in ascending order."""
+    return sorted({directory for agent in agents for directory in AGENT_CONFIG[agent].directories(scope)})
+
+
+def readers_of(directory: str, scope: Scope, agents: Iterable[str] = AGENT_CONFIG) -> list[str]:
+    """Those of the agents that read a directory, in the order given."""
+    return [agent for agent in agents if directory in AGENT_CONFIG[agent].directories(scope)]
+
+
+def each_once(copies: Iterable[Copy]) -> tuple[Copy, ...]:
+    """The copies without those that are the same file as one before them."""
+    files: dict[Path, Copy] = {}
+    for copy in copies:
+        files.setdefault(copy.file, copy)
+    return tuple(files.values())
+
+
+class Survey:
+    """The copies in every directory of the agent table, at every scope that has a root."""
+
+    def __init__(self, roots: Roots, copies: Iterable[Copy]) -> None:
+        """Take copies, ordered by scope, directory and skill."""
+        self.roots = roots
+        self.copies = tuple(copies)
+
+    @classmethod
+    def of(cls, roots: Roots) -> "Survey":
+        """Read the disk, every file once for each path that leads to it. Raises nothing for what is there."""
+        return cls(
+            roots,
+            (
+                copy
+                for scope, root in roots.items()
+                for directory in directories_read(AGENT_CONFIG, scope)
+                for copy in read_directory(scope, root, directory)
+            ),
+        )
+
+    @cached_property
+    def _by_place(self) -> dict[tuple[Scope, str, str], Copy]:
+        return {(copy.scope, copy.directory, copy.skill): copy for copy in self.copies}
+
+    @cached_property
+    def by_file(self) -> dict[Path, list[Copy]]:
+        """The copies by the file that they are, links resolved."""
+        files: dict[Path, list[Copy]] = {}
+        for copy in self.copies:
+            files.setdefault(copy.file, []).append(copy)
+        return files
+
+    def at(self, scope: Scope, directory: str) -> list[Copy]:
+        """The places of all skills in a directory."""
+        return [self._by_place[scope, directory, name] for name in skill.SKILL_TEMPLATES]
+
+    def read_by(self, agents: Iterable[str], scopes: Iterable[Scope]) -> Iterator[Copy]:
+        """The places in the directories that any of the agents reads."""
+        read = {(scope, directory) for scope in scopes for directory in directories_read(agents, scope)}
+        return (copy for copy in self.copies if (copy.scope, copy.directory) in read)
+
+    def finds(self, agent: str, scope: Scope, name: str) -> Finds:
+        """The files through which an agent finds a skill at a scope, in the order of its directories."""
+        found: Finds = {}
+        for directory in AGENT_CONFIG[agent].directories(scope) if scope in self.roots else ():
+            copy = self._by_place[scope, directory, name]
+            if copy.is_found:
+                found.setdefault(copy.file, copy)
+        return found
+
+    def lacking(self, agent: str, scopes: Iterable[Scope]) -> list[str]:
+        """The skills that an agent finds at none of the scopes."""
+        return [name for name in skill.SKILL_TEMPLATES if not any(self.finds(agent, s, name) for s in scopes)]
+
+    def finders(self, scopes: Iterable[Scope]) -> list[str]:
+        """The agents that find any skill at the scopes."""
+        everything = len(skill.SKILL_TEMPLATES)
+        return [agent for agent in AGENT_CONFIG if len(self.lacking(agent, scopes)) < everything]
+
+    def losses(self, copies: Iterable[Copy], scope: Scope) -> dict[str, list[str]]:
+        """The skills that agents would no longer find at a scope if the copies were removed, by agent."""
+        after = self.changed(State.MISSING, copies)
+        lost = {
+            agent: [name for name in after.lacking(agent, [scope]) if self.finds(agent, scope, name)]
+            for agent in AGENT_CONFIG
+        }
+        return {agent: names for agent, names in lost.items() if names}
+
+    def changed(self, state: State, copies: Iterable[Copy]) -> "Survey":
+        """The survey as it is once the files of some copies have been written or removed."""
+        files = {copy.file for copy in copies}
+        version = __version__ if state is State.CURRENT else None
+        after = Copy._field_defaults | {"state": state, "version": version, "is_ours": bool(version)}
+        del after["misplaced"]
+        return Survey(
+            self.roots,
+            (copy._replace(**after) if copy.file in files else copy for copy in self.copies),
+        )

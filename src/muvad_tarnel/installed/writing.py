@@ -1,0 +1,211 @@
+"""Replacing and removing copies: whole or not at all, never through a link that leads elsewhere.
+
+The new text is staged in a temporary file beside the old one and renamed over it, so that there is the old file or the
+new one at every moment. A lock on the temporary file tells its owner at work from one that was killed.
+"""
+
+import errno
+import fcntl
+import os
+from collections.abc import Iterable, Iterator
+from contextlib import contextmanager, suppress
+from itertools import count
+from pathlib import Path
+
+from muvad_tarnel.failure import Obstacle, obstacle_of
+from muvad_tarnel.installed.copies import Copy, identity_of, read, read_copy
+from muvad_tarnel.installed.documents import State, document
+
+_PREFIX, _SUFFIX = ".SKILL.md.", ".tmp"
+
+
+def obstacle_to_writing(copy: Copy) -> Obstacle | None:
+    """What would keep a copy from being written, as far as it can be foreseen."""
+    obstacle = copy.misplaced or copy.obstacle
+    if obstacle or (copy.exists and (obstacle := denied(copy.file, os.W_OK))):
+        return obstacle
+    return obstacle_to_entries(copy.file.parent)
+
+
+def obstacle_to_entries(folder: Path) -> Obstacle | None:
+    """What would keep a file from being made in, or removed from, a directory that may not exist yet."""
+    try:
+        place = next(place for place in (folder, *folder.parents) if os.path.lexists(place))
+        if not place.is_dir():
+            return Obstacle(str(place), "a file is in the way of a directory", "move it away")
+    except OSError as error:
+        return obstacle_of(error, folder)
+    return denied(place, os.W_OK | os.X_OK)
+
+
+def denied(place: Path, mode: int) -> Obstacle | None:
+    """Why a file or directory may not be used this way, if it may not."""
+    if os.access(place, mode):
+        return None
+    is_read_only = os.statvfs(place).f_flag & os.ST_RDONLY
+    code = errno.EROFS if is_read_only else errno.EACCES
+    return obstacle_of(OSError(code, os.strerror(code)), place)
+
+
+def obstacle_met(error: OSError, copy: Copy) -> Obstacle:
+    """The obstacle behind a failure, named after what all the copies have in common that it concerns."""
+    if error.errno in (errno.EACCES, errno.EPERM, errno.ENOTDIR, errno.EEXIST, errno.EROFS):
+        return obstacle_to_writing(copy) or obstacle_of(error, copy.path)
+    return obstacle_of(error, copy.path.parent.parent)
+
+
+def replace(copy: Copy) -> Path | None:
+    """Write this package's document in a copy's place, and return where a replaced text that isn't ours is kept.
+
+    Raises `OSError`; then the old file is still there.
+    """
+    folder = copy.file.parent
+    folder.mkdir(parents=True, exist_ok=True)
+    try:
+        with staged(folder, document(copy.skill).encode(), copy) as temporary:
+            now = as_it_is(copy)
+            if now.state is State.CURRENT:  # another installer was faster
+                return None
+            kept = keep(copy.file) if now.exists and not now.is_ours else None
+            try:
+                temporary.replace(copy.file)
+            except OSError:
+                if kept:
+                    kept.unlink()
+                raise
+            return kept
+    finally:
+        if not copy.exists:
+            with suppress(OSError):  # not empty, unless it has failed
+                folder.rmdir()
+
+
+def as_it_is(copy: Copy) -> Copy:
+    """The copy, read again if its file has changed since."""
+    try:
+        identity = identity_of(copy.file.stat())
+    except OSError:
+        identity = None
+    return copy if identity == copy.identity else read_copy(copy)
+
+
+@contextmanager
+def staged(folder: Path, content: bytes, like: Copy) -> Iterator[Path]:
+    """A locked temporary file with this content, with the owner and mode of the file that it is to replace."""
+    path, descriptor = open_locked(folder)
+    try:
+        with os.fdopen(descriptor, "wb") as stream:
+            stream.write(content)
+            stream.flush()
+            if like.exists:
+                status = like.file.stat()
+                with suppress(OSError):  # only root may give files away
+                    os.fchown(descriptor, status.st_uid, status.st_gid)
+                os.fchmod(descriptor, status.st_mode & 0o777)
+            os.fsync(descriptor)
+            yield path
+    finally:
+        path.unlink(missing_ok=True)
+
+
+def open_locked(folder: Path) -> tuple[Path, int]:
+    """A new temporary file, open for writing and locked."""
+    while True:
+        path = folder / f"{_PREFIX}{os.urandom(6).hex()}{_SUFFIX}"
+        descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o666)
+        if is_locked(descriptor) and os.fstat(descriptor).st_nlink:
+            return path, descriptor
+        os.close(descriptor)  # a clean-up came between the two calls and has removed the file
+
+
+def is_locked(descriptor: int) -> bool:
+    """Whether nobody else holds the file's lock. Where there are no locks, nobody does."""
+    try:
+        fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
+    except BlockingIOError:
+        return False
+    except OSError:
+        return True
+    return True
+
+
+def keep(file: Path) -> Path:
+    """Give the file a second name, the first free one of SKILL.md.bak, SKILL.md.bak2 and so on."""
+    for number in count(1):
+        backup = file.with_name(f"{file.name}.bak{number if number > 1 else ''}")
+        try:
+            os.link(file, backup, follow_symlinks=False)
+        except FileExistsError:
+            continue
+        except OSError:  # there are no hard links here
+            content = read(file)
+            try:
+                with backup.open("xb") as stream:
+                    stream.write(content)
+            except FileExistsError:
+                continue
+            except OSError:
+                backup.unlink(missing_ok=True)
+                raise
+        return backup
+    raise AssertionError
+
+
+def clean_up(copies: Iterable[Copy]) -> None:
+    """Remove the temporary files that killed runs have left beside the copies."""
+    # Whatever keeps one from being removed keeps nobody from writing.
+    for folder in {copy.file.parent for copy in copies if not copy.misplaced}:
+        with suppress(OSError):
+            for path in list(folder.glob(f"{_PREFIX}*{_SUFFIX}")):
+                with suppress(OSError):
+                    remove_abandoned(path)
+
+
+def remove_abandoned(path: Path) -> None:
+    """Remove a temporary file unless its owner is at work."""
+    descriptor = os.open(path, os.O_RDONLY | os.O_NOFOLLOW | os.O_NONBLOCK | os.O_CLOEXEC)
+    try:
+        fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
+        path.unlink()
+    finally:
+        os.close(descriptor)
+
+
+def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
+    """What keeps a copy from being removed: a text or link that is not ours, unless forced, or the disk."""
+    if copy.obstacle and (copy.path.is_dir() or not os.path.lexists(copy.path)):
+        return copy.obstacle
+    link = copy.link
+    if copy.misplaced and not (link and copy.may_hold(link.parent.resolve())):
+        return copy.misplaced
+    reason = reason_to_keep(copy)
+    if reason and not force:
+        return Obstacle(str(copy.path), reason, "--force removes it")
+    return obstacle_to_entries((link or copy.file).parent)
+
+
+def reason_to_keep(copy: Copy) -> str:
+    """Why a copy is only removed by force; empty if it is ours."""
+    if link := copy.link:
+        return f"a link to {link.readlink()}"
+    if copy.obstacle:
+        return copy.obstacle.problem
+    if copy.state is State.FOREIGN:
+        return "not written by this package"
+    if copy.state is State.NEWER:
+        return "newer than this package"
+    return "" if copy.is_ours else "edited"
+
+
+def remove(copy: Copy, *, force: bool) -> None:
+    """Remove a copy, and its directory when that is then empty. A link is removed instead of what it leads to.
+
+    Raises `OSError`, also when the file has been edited since it was read.
+    """
+    if not force and not as_it_is(copy).is_ours:
+        raise OSError(errno.EBUSY, "changed while this command ran")
+    place = copy.link or copy.file
+    place.unlink()
+    if place.name == copy.path.name:
+        with suppress(OSError):  # not empty
+            place.parent.rmdir()

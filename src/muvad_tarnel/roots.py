@@ -1,0 +1,68 @@
+"""The two scopes that skills are installed at, and the directory that each begins with."""
+
+import os
+from pathlib import Path
+
+from muvad_tarnel.failure import Failure
+from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
+
+type Roots = dict[Scope, Path]
+
+SCOPES: tuple[Scope, ...] = ("user", "project")
+
+
+def home_directory() -> Path:
+    """The user's home directory. Raises `Failure` if there is none to be used."""
+    remedy = "set HOME to your home directory"
+    if os.environ.get("HOME") == "":  # which would be taken for the root directory
+        raise Failure("HOME is empty", remedy)
+    try:
+        home = Path.home()
+        is_usable = home.is_dir() or not os.path.lexists(home)
+    except RuntimeError as error:
+        raise Failure("the home directory cannot be found", remedy) from error
+    except OSError as error:
+        raise Failure(error.strerror or str(error), remedy, error.filename) from error
+    if not home.is_absolute():
+        raise Failure(f"HOME is not an absolute path ({home})", remedy)
+    if not is_usable:
+        raise Failure("the home directory is not a directory", remedy, home)
+    return home
+
+
+def find_project_root() -> Path:
+    """The nearest folder, from the current directory upward, that holds `.git`; without one, the current directory.
+
+    `.git` is a file in worktrees and submodules and counts as well. Raises `Failure` when there is no current
+    directory. A folder that may not be searched holds no `.git` as far as anyone can tell.
+    """
+    try:
+        start = Path.cwd()
+    except OSError as error:
+        raise Failure(f"no current directory ({error.strerror})", "name the project with -C DIR") from error
+    return next((folder for folder in (start, *start.parents) if holds_git(folder)), start)
+
+
+def holds_git(folder: Path) -> bool:
+    """Whether `.git`, a folder or a file, is in `folder`."""
+    try:
+        return (folder / ".git").exists()
+    except OSError:
+        return False
+
+
+def agents_in_use(home: Path) -> tuple[str, ...]:
+    """The agents whose markers hold more than skills, in the table's order."""
+    skills = {home / directory for record in AGENT_CONFIG.values() for directory in record.skills_user_roots}
+    on_the_way = {parent for directory in skills for parent in directory.parents}
+
+    def holds_more(folder: Path) -> bool:
+        try:
+            entries = [entry for entry in folder.iterdir() if entry not in skills]
+        except (FileNotFoundError, NotADirectoryError):
+            return False
+        except OSError:
+            return True  # it exists, and is not for us to look into
+        return any(entry not in on_the_way or holds_more(entry) for entry in entries)
+
+    return tuple(key for key, record in AGENT_CONFIG.items() if record.marker and holds_more(home / record.marker))

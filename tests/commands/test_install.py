@@ -1,0 +1,81 @@
+"""`install` and `plan`: which directories, given what is there."""
+
+from pathlib import Path
+
+import pytest
+from running import agents, answer, copy_in, files, holding_all, put, run
+
+from muvad_tarnel.setup.skill import SKILL_TEMPLATES
+
+
+def test_a_second_run_changes_nothing(home: Path) -> None:
+    assert run("install").stdout.endswith("3 files written.\n")
+    times = [copy_in(home, ".claude/skills", name).stat().st_mtime_ns for name in SKILL_TEMPLATES]
+    assert "3 copies already up to date." in run("install").stdout
+    assert times == [copy_in(home, ".claude/skills", name).stat().st_mtime_ns for name in SKILL_TEMPLATES]
+
+
+@pytest.mark.parametrize(
+    ("there", "asked", "scope", "written"),
+    [
+        ("", "cursor WINDSURF", "project", {".cursor/skills", ".windsurf/skills"}),
+        ("", "claude cursor copilot windsurf", "project", {".claude/skills", ".windsurf/skills"}),
+        (".claude/skills", "cursor", "user", set()),
+        (".augment/skills", "codex", "user", {".agents/skills"}),
+        (".agents/skills", "gemini kilo", "user", set()),
+        # Amp finds the skills already, and would find them twice in the directories that Claude Code or Goose read.
+        (".config/agents/skills", "copilot", "user", {".copilot/skills"}),
+    ],
+)
+def test_what_is_there_counts(
+    home: Path, project: Path, *, there: str, asked: str, scope: str, written: set[str]
+) -> None:
+    root = home if scope == "user" else project
+    if there:
+        put(root, there)
+    ask = ["--scope", scope, *agents(*asked.split())]
+    planned = {row["directory"] for row in answer("plan", *ask)["results"] if row["writes"]}
+    assert files(root) == ({f"{there}/{name}/SKILL.md" for name in SKILL_TEMPLATES} if there else set())
+    said = answer("install", *ask)
+    assert holding_all(root) - {there} == planned == written
+    assert said["advice"] == []
+    assert all(len(found["paths"]) == 1 for agent in said["agents"] for found in agent["finds"])
+    assert ("already" in run("install", *ask).stdout) is True
+
+
+def test_each_skill_goes_beside_the_others(home: Path) -> None:
+    put(home, ".agents/skills", "current", "tarnel")
+    put(home, ".gemini/skills", "foreign", "tarnel-map")
+    run("install", *agents("gemini"))
+    assert holding_all(home) == {".agents/skills"}
+    assert copy_in(home, ".gemini/skills", "tarnel-map").read_text() == "my own skill\n"
+
+
+def test_those_who_need_nothing_are_told(home: Path) -> None:
+    put(home, ".claude/skills")
+    shown = run("install", *agents("cursor", "zed")).stdout
+    assert f"Cursor already finds every skill in {home}/.claude/skills." in shown
+    assert "Cursor finds every skill twice" in shown
+    hint = "to fix:  muvad-tarnel skill"
+    assert hint not in run("install", *agents("cursor")).stdout, "both directories are needed"
+
+
+def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> None:
+    old = put(home, ".claude/skills", "outdated", "tarnel")
+    others = put(home, ".gemini/skills", "outdated", "tarnel"), put(project, ".cursor/skills", "outdated", "tarnel")
+    before = [path.read_bytes() for path in others]
+    run("install", *agents("cursor"))
+    assert "0.0.1" not in old.read_text()
+    assert [path.read_bytes() for path in others] == before
+    assert answer("update", "--scope", "user")["results"][0]["directory"] == ".gemini/skills"
+    assert [path.read_bytes() == text for path, text in zip(others, before, strict=True)] == [False, True]
+
+
+def test_a_plan_gives_its_reasons() -> None:
+    said = answer("plan", *agents("claude", "cursor", "windsurf"), "--scope", "project")
+    assert {r["directory"]: {s["agent"]: s["why"] for s in r["serves"]} for r in said["results"]} == {
+        ".claude/skills": {"claude": "its own directory", "cursor": "shared, in place of .cursor/skills"},
+        ".windsurf/skills": {"windsurf": "its own directory"},
+    }
+    assert said["avoided_duplicates"] == ["cursor"]
+    assert "quick" not in run("plan", "--all-agents").stdout.lower()

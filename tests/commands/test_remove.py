@@ -1,0 +1,74 @@
+"""`remove`: which directories are meant, and who loses what."""
+
+from pathlib import Path
+
+import pytest
+from running import agents, answer, copy_in, files, holding_all, put, run
+
+
+@pytest.mark.parametrize(
+    ("arguments", "left"),
+    [
+        (".claude/skills", "home"),
+        ("./.claude/skills/", "home"),
+        (".claude/skills --scope user", "project"),
+        (".claude/skills --scope project", "home"),
+        ("{home}/.claude/skills", "project"),
+        ("~/.claude/skills .claude/skills", ""),
+        ("../home/.claude/skills", "project"),
+        ("", "project"),
+        ("-C .", "home"),
+        ("-C . .claude/skills", "home"),
+    ],
+)
+def test_a_directory_tells_its_scope(home: Path, project: Path, arguments: str, left: str) -> None:
+    put(home, ".claude/skills")
+    put(project, ".claude/skills")
+    assert run("remove", *arguments.format(home=home).split()).exit_code == 0
+    assert [name for name, root in (("home", home), ("project", project)) if holding_all(root)] == left.split()
+
+
+def test_unknown_directories_are_usage_errors(home: Path) -> None:
+    put(home, ".claude/skills")
+    for directory, expected in [
+        ("", "must not be empty"),
+        ("src", f"expected one of {home}/.claude/skills"),
+        (".claude/skill", "Did you mean '.claude/skills'?"),
+    ]:
+        result = run("remove", directory)
+        assert (result.exit_code, expected in result.stderr.replace("\n", " ")) == (2, True), result.stderr
+
+
+def test_a_directory_that_holds_more_stays(home: Path) -> None:
+    put(home, ".claude/skills")
+    (home / ".claude/skills/tarnel/notes.txt").touch()
+    assert run("remove", "--skill", "tarnel", "--skill", "tarnel-map").exit_code == 0
+    assert files(home) == {".claude/skills/tarnel/notes.txt", ".claude/skills/tarnel-wiki/SKILL.md"}
+
+
+def test_it_undoes_an_install(home: Path, project: Path) -> None:
+    run("install", "--all-agents", "--scope", "project")
+    put(home, ".claude/skills")
+    assert run("remove", "--scope", "project").exit_code == 0
+    assert files(project) == set()
+    assert answer("remove", "--scope", "project")["results"] == []
+    assert holding_all(home) == {".claude/skills"}
+
+
+def test_it_says_who_finds_a_skill_no_more(home: Path) -> None:
+    put(home, ".kiro/skills")
+    put(home, ".claude/skills", "current", "tarnel")
+    (home / ".cursor/settings").mkdir(parents=True)
+    shown = run("remove").stdout
+    assert "Kiro no longer finds every skill at user scope." in shown
+    assert "Cursor no longer finds tarnel at user scope." in shown
+    assert not [line for line in shown.splitlines() if "Amp" in line and "no longer" in line]
+
+
+def test_an_unreadable_neighbour_keeps_nothing_else(home: Path) -> None:
+    put(home, ".claude/skills", "unreadable", "tarnel")
+    put(home, ".claude/skills", "current", "tarnel-map", "tarnel-wiki")
+    said = answer("remove", exit_code=1)
+    assert [row["action"] for row in said["results"]] == ["kept", "remove", "remove"]
+    assert [error["path"] for error in said["errors"]] == [str(copy_in(home, ".claude/skills"))]
+    assert run("install", *agents("claude")).exit_code == 1

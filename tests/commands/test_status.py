@@ -1,0 +1,98 @@
+"""`status` and `shadowed`: what they count as wrong, and for whom."""
+
+from pathlib import Path
+
+import pytest
+from running import agents, answer, copy_in, files, put, run
+
+from muvad_tarnel.setup.skill import SKILL_TEMPLATES
+
+
+@pytest.mark.parametrize(
+    ("there", "asked", "code", "command"),
+    [
+        ("", "", 1, "install --scope user --agent claude"),
+        ("user .cursor/skills current", "", 0, ""),
+        ("user .cursor/skills current", "--agent cursor", 0, ""),
+        ("project .cursor/skills current", "--agent cursor", 0, ""),
+        ("project .cursor/skills current", "--agent cursor --scope user", 1, "install --scope user --agent cursor"),
+        ("user .cursor/skills current", "--agent claude --agent cursor", 1, "install --scope user --agent claude"),
+        ("user .gemini/skills outdated", "--agent cursor", 1, "install --scope user --agent cursor"),
+        ("user .cursor/skills current, user .gemini/skills outdated", "--agent cursor", 0, "update --scope user"),
+        ("user .cursor/skills current, project .gemini/skills outdated", "", 1, "update --scope project"),
+        ("user .cursor/skills current, user .claude/skills foreign", "--agent cursor", 1, ""),
+        ("user .cursor/skills current, user .claude/skills unreadable", "--agent gemini --scope project", 1, None),
+        ("user .cursor/skills current, user .agents/skills current", "", 0, "remove .cursor/skills --scope user"),
+        ("user .cursor/skills modified, user .agents/skills modified", "", 0, ""),
+    ],
+)
+def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, code: int, command: str | None) -> None:
+    for words in filter(None, there.split(", ")):
+        scope, directory, kind = words.split()
+        put(home if scope == "user" else project, directory, kind)
+    said = answer("status", "--check", *asked.split(), exit_code=code)
+    hints = [" ".join(hint["command"][2:]) for hint in said["advice"]]
+    assert command is None or command in (hints or [""])
+    shown = run("status", *asked.split()).stdout
+    assert all(f"    to fix:  muvad-tarnel skill {hint}\n" in shown for hint in hints)
+
+
+def test_finds_are_listed_by_agent(home: Path) -> None:
+    put(home, ".claude/skills")
+    put(home, ".cursor/skills", "current", "tarnel-map")
+    said = answer("status", *agents("claude", "cursor"), "--scope", "user")
+    finds = {(a["agent"], f["skill"]): f["paths"] for a in said["agents"] for f in a["finds"]}
+    assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
+    assert len(finds["cursor", "tarnel-map"]) == 2
+    everyone = {agent["agent"] for agent in answer("status")["agents"]}
+    assert {"claude", "cursor", "amp", "warp"} <= everyone
+    assert "kiro" not in everyone
+    assert "Cursor finds tarnel-map twice" in run("status", *agents("cursor")).stdout
+
+
+@pytest.mark.parametrize(
+    ("agent", "user", "other", "effect"),
+    [
+        ("claude", ".claude/skills", ".claude/skills", "user copy hides project copy"),
+        ("copilot", ".copilot/skills", ".github/skills", "project copy hides user copy"),
+        ("cursor", ".agents/skills", ".cursor/skills", "both are listed"),
+        ("windsurf", ".codeium/windsurf/skills", ".windsurf/skills", "not documented"),
+    ],
+)
+def test_shadows(home: Path, project: Path, *, agent: str, user: str, other: str, effect: str) -> None:
+    ask = ["shadowed", *agents(agent), "--check"]
+    places = {"user": put(home, user), "project": put(project, other, "outdated", "tarnel")}
+    (row,) = answer(*ask, exit_code=1)["results"]
+    assert [row["user_path"], row["project_path"]] == list(map(str, places.values()))
+    assert [found["effect"] for found in row["agents"]] == [effect]
+    assert effect in run(*ask).stdout
+    assert "to see:  muvad-tarnel skill shadowed\n" in run("status", *agents(agent)).stdout
+    assert [agent in way["loses"] for way in row["ways_out"]] == [True, True]
+    assert run(*row["ways_out"][0]["command"][2:]).exit_code == 0
+    assert files(home) == {f"{user}/{name}/SKILL.md" for name in ("tarnel-map", "tarnel-wiki")}
+    assert answer(*ask)["results"] == []
+
+
+def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> None:
+    put(home, ".claude/skills")
+    put(project, ".agents/skills", "current, as Windows has it")
+    assert run("shadowed", "--check").exit_code == 0
+    assert "the same text, which does no harm: every skill" in run("shadowed").stdout
+    (project / ".claude").symlink_to(home / ".claude")
+    assert answer("shadowed", *agents("claude"), "--check")["results"] == []
+
+
+def test_a_project_at_home_counts_once(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.chdir(home)
+    put(home, ".claude/skills")
+    put(home, ".agents/skills", "outdated")
+    result = run("shadowed", "--check", *agents("claude", "cursor"))
+    assert (result.exit_code, "is the home directory" in result.stderr) == (0, True)
+    assert len(answer("update")["results"]) == len(SKILL_TEMPLATES)
+
+
+def test_an_edited_copy_is_no_way_out(home: Path, project: Path) -> None:
+    put(home, ".claude/skills", "modified", "tarnel")
+    put(project, ".claude/skills", "current", "tarnel")
+    (row,) = answer("shadowed")["results"]
+    assert (row["ways_out"][0]["command"], row["ways_out"][0]["problem"]) == (None, "edited")

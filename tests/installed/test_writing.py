@@ -1,0 +1,207 @@
+"""Nothing is lost and nobody harmed: links, failures at any moment, other installers."""
+
+import fcntl
+import os
+import resource
+import signal
+import subprocess
+from pathlib import Path
+
+import pytest
+from running import COMMAND, agents, answer, copy_in, files, put, run, text_of
+
+from muvad_tarnel.installed import writing
+from muvad_tarnel.installed.survey import Survey
+from muvad_tarnel.setup.skill import SKILL_TEMPLATES
+
+PROJECT = ("--scope", "project")
+
+
+class TestLinks:
+    @pytest.mark.parametrize("command", ["install", "install --force", "update --force", "remove"])
+    @pytest.mark.parametrize("link", [".claude/skills/tarnel/SKILL.md", ".claude/skills/tarnel", ".claude"])
+    @pytest.mark.parametrize("kind", ["foreign", "outdated", "missing"])
+    def test_one_that_leads_elsewhere_is_refused(
+        self, project: Path, tmp_path: Path, *, command: str, link: str, kind: str
+    ) -> None:
+        place, target = project / link, tmp_path / "elsewhere"
+        place.parent.mkdir(parents=True, exist_ok=True)
+        inner = copy_in(project, ".claude/skills").relative_to(place).as_posix()
+        content = text_of(kind)
+        if content is not None:
+            (target / inner).parent.mkdir(parents=True) if inner != "." else None
+            (target / inner).write_bytes(content)
+        place.symlink_to(target)
+        before = {path: path.read_bytes() for path in tmp_path.rglob("*") if path.is_file()}
+        result = run(*command.split(), *PROJECT, "--quiet")
+        after = {path: path.read_bytes() for path in before}
+        assert after == before
+        assert not target.exists() or files(tmp_path / "elsewhere") <= {inner}
+        if command.startswith("install") or kind != "missing":
+            acted = command != "update --force" or kind != "missing"
+            assert (result.exit_code == 1, str(place) in result.stderr, str(target) in result.stderr) == (acted,) * 3
+        assert place.is_symlink()
+
+    def test_one_to_another_file_is_refused(self, project: Path) -> None:
+        (project / "README.md").write_text("mine")
+        copy = put(project, ".claude/skills", "missing", "tarnel")
+        copy.symlink_to(project / "README.md")
+        assert run("install", *PROJECT, "--force").exit_code == 1
+        assert (project / "README.md").read_text() == "mine"
+        assert run("remove", *PROJECT, "--force", "--skill", "tarnel").exit_code == 0
+        assert ((project / "README.md").read_text(), copy.is_symlink()) == ("mine", False)
+
+    def test_those_of_dotfile_managers_are_followed(self, home: Path, tmp_path: Path) -> None:
+        actual = put(tmp_path, "dotfiles/skills", "outdated", "tarnel")
+        link = put(home, ".claude/skills", "missing", "tarnel")
+        link.symlink_to(actual)
+        assert run("install").exit_code == 0
+        assert (actual.read_bytes(), link.is_symlink()) == (text_of("current"), True)
+        assert run("remove").exit_code == 1
+        assert actual.exists()
+
+    def test_linked_directories_hold_one_copy(self, home: Path) -> None:
+        put(home, ".claude/skills", "outdated")
+        (home / ".cursor").mkdir()
+        (home / ".cursor/skills").symlink_to("../.claude/skills")
+        assert len(answer("update")["results"]) == len(SKILL_TEMPLATES)
+        shown = run("status", *agents("cursor"), "--scope", "user").stdout
+        assert ("lead to the same files" in shown, "twice" in shown) == (True, False)
+        assert len(answer("remove", "--dry-run")["results"]) == len(SKILL_TEMPLATES)
+        assert run("remove", str(home / ".cursor/skills")).exit_code == 0
+        assert files(home) == {".cursor/skills"}
+
+
+class TestFailures:
+    @pytest.mark.parametrize(
+        ("obstacle", "words"),
+        [
+            ("a file for a directory", "{root}/.claude: a file is in the way of a directory: move it away"),
+            ("a directory for a file", "{copy}: a directory is in the way: move it away"),
+            ("a pipe", "{copy}: not a regular file: move it away"),
+            ("a dangling link", "{root}/.claude/skills: a dangling link to nowhere: remove it, or"),
+            ("a loop", "{copy}: "),
+            ("too large", "{copy}: too large"),
+            ("not UTF-8", "{copy}: not valid UTF-8 (at byte 9): correct or remove it"),
+        ],
+    )
+    @pytest.mark.parametrize("dry", [[], ["-n"]], ids=["real", "dry"])
+    def test_each_obstacle_is_one_line(self, home: Path, obstacle: str, words: str, dry: list[str]) -> None:
+        copy = copy_in(home, ".claude/skills", "tarnel-map")
+        if obstacle not in ("a file for a directory", "a dangling link"):
+            copy.parent.mkdir(parents=True)
+        match obstacle:
+            case "a file for a directory":
+                (home / ".claude").write_text("in the way")
+            case "a directory for a file":
+                copy.mkdir()
+            case "a pipe":
+                os.mkfifo(copy)
+            case "a dangling link":
+                (home / ".claude").mkdir()
+                (home / ".claude/skills").symlink_to("nowhere")
+            case "a loop":
+                copy.symlink_to(copy.name)
+            case "too large":
+                copy.touch()
+                os.truncate(copy, 2**40)
+            case "not UTF-8":
+                copy.write_bytes(b"version: \xff\n")
+        result = run("install", *dry)
+        (line,) = result.stderr.splitlines()
+        assert line.startswith("Error: " + words.format(root=home, copy=copy))
+        assert result.exit_code == 1
+        others = {copy_in(home, ".claude/skills", name).is_file() for name in ("tarnel", "tarnel-wiki")}
+        assert others == {not dry and obstacle not in ("a file for a directory", "a dangling link")}
+
+    def test_what_may_not_be_written_is_foreseen(self, home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+        put(home, ".claude/skills", "outdated")
+        monkeypatch.setattr(os, "access", lambda path, mode: not (mode & os.W_OK and str(path).startswith(str(home))))
+        for arguments in (["install", "-n"], ["install"], ["update", "-n"], ["update"], ["remove"]):
+            result = run(*arguments)
+            assert (result.exit_code, "Permission denied: change its permissions" in result.stderr) == (1, True)
+        assert copy_in(home, ".claude/skills").read_bytes() == text_of("outdated")
+
+    @pytest.mark.parametrize("kind", ["outdated", "outdated, edited", "missing"])
+    def test_a_limit_on_sizes_leaves_the_old_file(self, home: Path, kind: str) -> None:
+        put(home, ".claude/skills", kind)
+        before = files(home)
+        ran = subprocess.run(
+            [*COMMAND, "skill", "install"],
+            check=False,
+            capture_output=True,
+            text=True,
+            preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, (500, 500)),
+        )
+        assert ran.returncode == 1
+        assert ran.stderr == f"Error: {home}/.claude/skills: File too large: raise the limit on the size of files\n"
+        assert files(home) == before
+        assert kind == "missing" or copy_in(home, ".claude/skills").read_bytes() == text_of(kind)
+
+    @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGKILL])
+    def test_a_run_that_ends_early_tears_nothing(self, home: Path, number: int) -> None:
+        put(home, ".claude/skills", "outdated")
+        script = (
+            "import os, sys; from muvad_tarnel.cli import main\n"
+            "import signal; signal.signal(signal.SIGINT, signal.default_int_handler)  # ignored in the background\n"
+            f"os.fsync = lambda _: os.kill(os.getpid(), {int(number)})\n"
+            "sys.argv[1:] = ['skill', 'install']; main()"
+        )
+        ran = subprocess.run([COMMAND[0], "-c", script], check=False, capture_output=True, text=True, timeout=60)
+        assert ran.returncode == (130 if number == signal.SIGINT else -signal.SIGKILL)
+        assert "Traceback" not in ran.stderr
+        assert copy_in(home, ".claude/skills").read_bytes() == text_of("outdated")
+        assert len(files(home)) == len(SKILL_TEMPLATES) + (number == signal.SIGKILL)
+        run("install", *agents("gemini"))
+        assert [name for name in files(home) if name.endswith(".tmp")] == []
+
+
+class TestOthers:
+    def test_an_installer_at_work_keeps_its_temporary_file(self, home: Path) -> None:
+        folder = put(home, ".claude/skills").parent
+        abandoned, in_use = folder / ".SKILL.md.1.tmp", folder / ".SKILL.md.2.tmp"
+        abandoned.touch()
+        (folder / ".SKILL.md.0.tmp").symlink_to(abandoned)
+        with in_use.open("w") as stream:
+            fcntl.flock(stream, fcntl.LOCK_EX)
+            run("install")
+            assert (abandoned.exists(), in_use.exists()) == (False, True)
+
+    def test_installers_at_once_lose_nothing(self, home: Path) -> None:
+        edited = put(home, ".claude/skills", "outdated, edited", "tarnel")
+        started = [
+            subprocess.Popen([*COMMAND, "skill", "install"], stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+            for _ in range(6)
+        ]
+        assert [process.wait(60) for process in started if process.communicate()] == [0] * 6
+        assert edited.read_bytes() == text_of("current")
+        assert edited.with_name("SKILL.md.bak").read_bytes() == text_of("outdated, edited")
+        assert len(files(home)) == len(SKILL_TEMPLATES) + 1
+
+    def test_an_edit_after_the_reading_is_kept(self, home: Path) -> None:
+        path = put(home, ".claude/skills", "outdated", "tarnel")
+        copy = next(copy for copy in Survey.of({"user": home}).copies if copy.path == path)
+        path.write_text("mine")
+        with pytest.raises(OSError, match="changed"):
+            writing.remove(copy, force=False)
+        kept = writing.replace(copy)
+        assert kept is not None
+        assert (kept.read_text(), path.read_bytes()) == ("mine", text_of("current"))
+
+    def test_backups_are_never_written_over(self, home: Path, tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+        copy = put(home, ".claude/skills", "modified", "tarnel")
+        copy.with_name("SKILL.md.bak").symlink_to(tmp_path / "nowhere")
+        copy.with_name("SKILL.md.bak2").write_text("first")
+        hard_link = tmp_path / "hard"
+        hard_link.hardlink_to(copy)
+        monkeypatch.setattr(os, "link", lambda *_, **__: (_ for _ in ()).throw(PermissionError()))
+        result = run("install", "--force", "--quiet")
+        assert str(copy.with_name("SKILL.md.bak3")) in result.stderr
+        assert copy.with_name("SKILL.md.bak3").read_bytes() == hard_link.read_bytes() == text_of("modified")
+        assert (copy.with_name("SKILL.md.bak2").read_text(), (tmp_path / "nowhere").exists()) == ("first", False)
+
+    def test_the_mode_of_the_old_file_stays(self, home: Path) -> None:
+        copy = put(home, ".claude/skills", "outdated", "tarnel")
+        copy.chmod(0o640)
+        run("install")
+        assert copy.stat().st_mode & 0o777 == 0o640

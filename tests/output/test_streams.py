@@ -1,0 +1,118 @@
+"""In pipes, files and closed streams; in a hurry."""
+
+import re
+import subprocess
+import sys
+from pathlib import Path
+
+import pytest
+from running import copy_in, put, run, run_in_shell, run_process
+
+from muvad_tarnel import __version__
+from muvad_tarnel.commands import COMMANDS
+from muvad_tarnel.setup.config import AGENT_CONFIG
+from muvad_tarnel.setup.skill import SKILL_TEMPLATES
+
+
+def test_lines_in_a_pipe_are_whole_and_plain(home: Path) -> None:
+    copy = put(home, ".kiro/skills").parent.parent
+    ran = run_process("skill", "status", TERM="xterm", COLUMNS="20")
+    assert f"{copy} tarnel-map current 0.1.0 Kiro" in re.sub(" +", " ", ran.stdout)
+    assert "\x1b" not in ran.stdout + run_process("skill", "status", FORCE_COLOR="0").stdout
+    assert "\x1b" in run_process("skill", "status", FORCE_COLOR="3", TERM="dumb").stdout
+
+
+@pytest.mark.parametrize(
+    ("line", "code", "said"),
+    [
+        ("$TARNEL skill install --all-agents | true; exit ${PIPESTATUS[0]}", 0, ""),
+        ("$TARNEL skill status --json | true; exit ${PIPESTATUS[0]}", 0, ""),
+        ("$TARNEL skill install >&-", 0, ""),
+        ("$TARNEL skill install >&- 2>&-", 0, ""),
+        ("HOME= $TARNEL skill install 2>/dev/full", 1, ""),
+        ("$TARNEL skill install >/dev/full", 1, "No space left on device"),
+        ("$TARNEL skill --help >/dev/full", 1, "No space left on device"),
+        ("$TARNEL --version >/dev/full", 1, "No space left on device"),
+        ("$TARNEL completion bash >/dev/full", 1, "No space left on device"),
+        ("$TARNEL --version >&-", 0, ""),
+        ("$TARNEL completion bash >&-", 0, ""),
+        ("$TARNEL skill nothing 2>/dev/full", 2, ""),
+    ],
+)
+def test_streams_that_fail_make_no_traceback(line: str, code: int, said: str) -> None:
+    ran = run_in_shell(line)
+    assert ran.returncode == code
+    assert said in ran.stderr
+    assert ran.stderr.count("\n") == bool(said)
+
+
+def test_what_cannot_be_shown_is_replaced(home: Path) -> None:
+    odd = str(home / "\udcff\N{EURO SIGN}\n\x1bend")
+    ran = run_process("skill", "install", HOME=odd, PYTHONIOENCODING="latin-1")
+    assert ran.returncode == 0, ran.stderr
+    assert f"{home}/????end/.claude" in ran.stdout
+
+
+@pytest.mark.parametrize("command", COMMANDS)
+def test_nothing_heavy_is_loaded(command: str) -> None:
+    script = (
+        "import sys, click, muvad_tarnel.setup.skill; before = set(sys.modules)\n"
+        "from muvad_tarnel.cli import command_line\n"
+        "try: command_line(sys.argv[1:])\n"
+        "except SystemExit: pass\n"
+        "print(*sorted({name.partition('.')[0] for name in set(sys.modules) - before}), file=sys.stderr)"
+    )
+    for options in ([], ["--json"]):
+        ran = subprocess.run(
+            [sys.executable, "-c", script, "skill", command, *options],
+            check=True,
+            stdin=subprocess.DEVNULL,
+            capture_output=True,
+            text=True,
+            timeout=60,
+        )
+        allowed = {"muvad_tarnel", "gc", "locale", "_locale", "unicodedata", "stringprep", "fcntl"}
+        assert set(ran.stderr.splitlines()[-1].split()) <= allowed | ({"json", "_json"} if options else set())
+
+
+@pytest.mark.parametrize("command", [command for command in COMMANDS if command not in ("show", "diff")])
+def test_quiet_prints_nothing_where_nothing_failed(
+    project: Path, monkeypatch: pytest.MonkeyPatch, command: str
+) -> None:
+    (project / ".git").mkdir()
+    (project / "sub").mkdir()
+    monkeypatch.chdir(project / "sub")
+    result = run(command, "--quiet")
+    assert (result.exit_code, result.stdout, result.stderr) == (0, "", "")
+
+
+@pytest.mark.parametrize("command", COMMANDS)
+def test_help_has_examples_and_exit_codes(command: str) -> None:
+    text = run(command, "-h").stdout
+    assert "Exit codes:\n  0  " in text
+    assert max(map(len, text.splitlines())) <= 80
+    assert "muvad-tarnel skill" in text
+    assert "..." not in run("-h").stdout.split("Commands:")[1], "short helps are whole"
+
+
+def test_show_prints_what_install_writes(home: Path) -> None:
+    run("install")
+    for name in SKILL_TEMPLATES:
+        assert run("show", name).stdout == copy_in(home, ".claude/skills", name).read_text()
+        assert re.search(rf"^{name} +[A-Z].*\.$", run("show").stdout, re.MULTILINE)
+
+
+def test_completion() -> None:
+    for shell in ("bash", "zsh", "fish"):
+        assert "_MUVAD_TARNEL_COMPLETE" in run_process("completion", shell).stdout
+    for words, expected in [
+        ("muvad-tarnel skill install --agent c", {key for key in AGENT_CONFIG if key.startswith("c")}),
+        ("muvad-tarnel skill show ", set(SKILL_TEMPLATES)),
+    ]:
+        number = str(words.count(" "))
+        ran = run_process(_MUVAD_TARNEL_COMPLETE="bash_complete", COMP_WORDS=words, COMP_CWORD=number)
+        assert {line.removeprefix("plain,") for line in ran.stdout.splitlines()} == expected
+
+
+def test_the_version() -> None:
+    assert run_process("--version").stdout == f"muvad-tarnel {__version__}\n"

@@ -1,0 +1,84 @@
+"""On a terminal: tables, colours, marks; at any width nothing is lost and no command line is broken."""
+
+import re
+from collections import Counter
+from pathlib import Path
+
+import pytest
+from running import copy_in, known_directories, put, run_on_terminal
+
+ESCAPE = "\x1b["
+
+
+@pytest.mark.parametrize("columns", [40, 60, 80, 100, 120])
+@pytest.mark.parametrize("command", ["install -n", "status -v", "plan", "shadowed", "agents"])
+def test_tables_fit_and_lose_nothing(home: Path, project: Path, command: str, columns: int) -> None:
+    put(home, ".claude/skills", "outdated")
+    put(home, ".config/opencode/skills", "foreign")
+    put(project, ".windsurf/skills")
+    put(project, ".cursor/skills", "modified")
+    all_agents = () if command == "agents" else ("--all-agents",)
+    arguments = ("skill", *command.split(), *all_agents, "--color", "never")
+    screen, wide = (run_on_terminal(*arguments, columns=width) for width in (columns, 1000))
+    assert screen.exit_code == wide.exit_code
+    unbroken = re.compile(r"note: |Error: | +(to \w+.*:|removed) ")
+    whole = [line for line in screen.lines if not unbroken.match(line)]
+    assert columns < 60 or [line for line in whole if len(line) > columns] == []
+    assert re.findall("to fix: .*", wide.text) == re.findall("to fix: .*", screen.text)
+    if columns >= 60:
+        shown, lost = (Counter(re.findall(r"[^\s\u2500:]+", text)) for text in (screen.text, wide.text))
+        assert {word for word in lost - shown if not word.startswith("/")} <= {"Detected"}
+    else:  # even names are broken there, but nothing is cut off
+        unbroken_text = re.sub(r"\s", "", screen.text)
+        assert all(directory in unbroken_text for directory in known_directories() if directory in wide.text)
+
+
+def test_a_row_reads_without_colour(home: Path) -> None:
+    put(home, ".claude/skills")
+    copy_in(home, ".claude/skills", "tarnel-wiki").unlink()
+    screen = run_on_terminal("skill", "status", "--scope", "user", "--agent", "claude", "--color", "never")
+    first = next(number for number, line in enumerate(screen.lines) if "~/.claude/skills" in line)
+    rows = [line.split() for line in screen.lines[first : first + 3]]
+    assert rows[0][:6] == ["~/.claude/skills", "tarnel", "\N{CHECK MARK}", "current", "0.1.0", "Claude"]
+    assert [row[:3] for row in rows[1:]] == [
+        ["tarnel-map", "\N{CHECK MARK}", "current"],
+        ["tarnel-wiki", "\N{BALLOT X}", "missing"],
+    ]
+
+
+def test_other_agents_are_counted(home: Path) -> None:
+    put(home, ".claude/skills")
+    (home / ".cursor/settings").mkdir(parents=True)
+    shown = run_on_terminal("skill", "status").text
+    assert ("Cursor" in shown, "Goose" in shown, "8 other agents find skills here; -v lists them." in shown) == (
+        True,
+        False,
+        True,
+    )
+    assert "Goose" in run_on_terminal("skill", "status", "-v", columns=200).text
+
+
+@pytest.mark.parametrize(
+    ("options", "environment", "is_coloured"),
+    [
+        ("", {}, True),
+        ("", {"NO_COLOR": "1"}, False),
+        ("", {"NO_COLOR": ""}, True),
+        ("", {"NO_COLOR": "1", "FORCE_COLOR": "1"}, False),
+        ("", {"TERM": "dumb"}, False),
+        ("--color never", {"FORCE_COLOR": "1"}, False),
+        ("--color always", {"NO_COLOR": "1"}, True),
+        ("--json", {"FORCE_COLOR": "1"}, False),
+    ],
+)
+def test_colour(home: Path, *, options: str, environment: dict[str, str], is_coloured: bool) -> None:
+    put(home, ".claude/skills", "modified")
+    screen = run_on_terminal("skill", "diff", *options.split(), columns=80, **environment)
+    assert (f"{ESCAPE}31m-My own words." in screen.text) is is_coloured
+    assert (ESCAPE in screen.text) is is_coloured
+
+
+@pytest.mark.parametrize("encoding", ["ascii", "latin-1"])
+def test_marks_are_ascii_where_others_fail(encoding: str) -> None:
+    screen = run_on_terminal("skill", "install", PYTHONIOENCODING=encoding)
+    assert (screen.exit_code, screen.text.isascii(), "+ installed" in screen.text) == (0, True, True)

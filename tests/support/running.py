@@ -1,0 +1,118 @@
+"""Running the command line: in this process, in one of its own, and on a terminal."""
+
+import json
+import os
+import subprocess
+import sys
+from pathlib import Path
+from typing import Any
+
+from click.testing import CliRunner, Result
+
+import terminal
+from muvad_tarnel.cli import command_line
+from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
+from muvad_tarnel.setup.skill import SKILL_TEMPLATES, render_skill_md
+from terminal import Screen
+
+COMMAND = [sys.executable, "-m", "muvad_tarnel"]
+
+
+def run(*arguments: str) -> Result:
+    """Run `muvad-tarnel skill ...` in this process, where an exception that nobody expects is one."""
+    return CliRunner(catch_exceptions=False).invoke(command_line, ["skill", *arguments])
+
+
+def answer(*arguments: str, exit_code: int = 0) -> dict[str, Any]:
+    """What a command says with --json, having exited as expected."""
+    result = run(*arguments, "--json")
+    assert result.exit_code == exit_code, result.output
+    said = json.loads(result.stdout)
+    assert isinstance(said, dict)
+    return said
+
+
+def run_process(*arguments: str, **environment: str) -> subprocess.CompletedProcess[str]:
+    """Run `muvad-tarnel` as a program, its output in pipes."""
+    return subprocess.run(
+        [*COMMAND, *arguments], check=False, capture_output=True, text=True, timeout=60, env=os.environ | environment
+    )
+
+
+def run_in_shell(line: str, **environment: str) -> subprocess.CompletedProcess[str]:
+    """Run a line of a shell in which `$TARNEL` is the program."""
+    variables = os.environ | {"TARNEL": " ".join(COMMAND)} | environment
+    return subprocess.run(
+        ["/bin/bash", "-c", line], check=False, capture_output=True, text=True, timeout=60, env=variables
+    )
+
+
+def run_on_terminal(*arguments: str, columns: int = 80, **environment: str) -> Screen:
+    """Run `muvad-tarnel` on a terminal of that width."""
+    variables = {name: value for name, value in os.environ.items() if name not in ("COLUMNS", "LINES", "NO_COLOR")}
+    variables |= {"TERM": "xterm-256color", "PYTHONIOENCODING": "utf-8"} | environment
+    return terminal.run_on_terminal([*COMMAND, *arguments], variables, columns)
+
+
+def agents(*keys: str) -> list[str]:
+    """The options that name agents."""
+    return [word for key in keys for word in ("--agent", key)]
+
+
+def copy_in(root: Path, directory: str, name: str = "tarnel") -> Path:
+    """The path of a skill's copy."""
+    return root / directory / name / "SKILL.md"
+
+
+def text_of(kind: str, name: str = "tarnel") -> bytes | None:
+    """What a copy of a kind holds; None for a missing one. `outdated, edited` is a kind as well."""
+    current = render_skill_md(skill_name=name)
+    old = render_skill_md("0.0.1", name)
+    return {
+        "current": current.encode(),
+        "current, as Windows has it": ("\ufeff" + current.replace("\n", "\r\n")).encode(),
+        "outdated": old.encode(),
+        "outdated, edited": (old + "mine").encode(),
+        "newer": render_skill_md("99.0", name).encode(),
+        "modified": (current + "My own words.\n").encode(),
+        "incomplete": current.encode()[:700],
+        "incomplete, empty": b"",
+        "incomplete, cut in a character": current.encode()[: current.encode().index("\u2014".encode()) + 1],
+        "incomplete, outdated": old.encode()[:-1],
+        "foreign": b"my own skill\n",
+        "unreadable": b"version: \xff\n",
+        "missing": None,
+    }[kind]
+
+
+def put(root: Path, directory: str, kind: str = "current", *names: str) -> Path:
+    """Write copies of a kind into a skills directory; the path of the first."""
+    for name in names or tuple(SKILL_TEMPLATES):
+        path = copy_in(root, directory, name)
+        path.parent.mkdir(parents=True, exist_ok=True)
+        content = text_of(kind, name)
+        path.unlink(missing_ok=True)
+        if content is not None:
+            path.write_bytes(content)
+    return copy_in(root, directory, (names or tuple(SKILL_TEMPLATES))[0])
+
+
+def files(root: Path) -> set[str]:
+    """The paths of all files and links below a directory."""
+    return {path.relative_to(root).as_posix() for path in root.rglob("*") if path.is_symlink() or path.is_file()}
+
+
+def holding_all(root: Path) -> set[str]:
+    """The skills directories below a directory that hold every skill."""
+    found = {document.parent.parent for document in root.rglob("SKILL.md")}
+    return {
+        folder.relative_to(root).as_posix()
+        for folder in found
+        if all(copy_in(folder, ".", name).is_file() for name in SKILL_TEMPLATES)
+    }
+
+
+def known_directories() -> set[str]:
+    """Every directory of the agent table."""
+    scopes: tuple[Scope, ...] = ("user", "project")
+    return {d for record in AGENT_CONFIG.values() for scope in scopes for d in record.directories(scope)}

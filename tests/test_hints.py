@@ -1,0 +1,93 @@
+"""Hints can be obeyed: whatever is on the disk, all or some of them, in any order, they lead to a good end."""
+
+import random
+from pathlib import Path
+from typing import Any
+
+import pytest
+from running import agents, answer, put, run
+
+from muvad_tarnel.installed.survey import Survey
+from muvad_tarnel.installed.writing import obstacle_to_removing
+from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
+from muvad_tarnel.setup.skill import SKILL_TEMPLATES
+
+AGENTS = tuple(AGENT_CONFIG)
+NAMES = tuple(SKILL_TEMPLATES)
+KINDS = ("current", "outdated", "outdated, edited", "newer", "modified", "incomplete", "foreign", "unreadable")
+
+
+def disturb(chance: random.Random, roots: dict[Scope, Path]) -> None:
+    """Do what people, other tools and crashes do to installed skills."""
+    for scope, root in roots.items():
+        for _ in range(chance.randrange(3)):
+            run("install", "--scope", scope, *agents(*chance.sample(AGENTS, chance.choice([1, 1, 2, 3]))))
+        for _ in range(chance.randrange(4)):
+            directory = chance.choice(AGENT_CONFIG[chance.choice(AGENTS)].directories(scope))
+            if not (root / directory).is_symlink():
+                put(root, directory, chance.choice(KINDS), *chance.sample(NAMES, chance.choice([1, 3])))
+        for path in sorted(root.rglob("SKILL.md")):
+            if chance.random() < 0.1:
+                path.unlink()
+    if chance.random() < 0.3:
+        link = roots["project"] / chance.choice([".cursor", ".qwen", ".claude"]) / "skills"
+        link.parent.mkdir(parents=True, exist_ok=True)
+        if not link.exists():
+            link.symlink_to(
+                roots[chance.choice(["user", "project"])] / chance.choice([".agents", ".gemini"]) / "skills"
+            )
+
+
+def finds(survey: Survey) -> set[tuple[str, Scope, str]]:
+    return {(a, s, n) for a in AGENTS for s in survey.roots for n in NAMES if survey.finds(a, s, n)}
+
+
+def redundant(survey: Survey) -> list[Path]:
+    """The files that nobody needs and that could be removed without force."""
+    return [
+        file
+        for file, copies in survey.by_file.items()
+        if copies[0].is_found
+        and not any(obstacle_to_removing(copy, force=False) for copy in copies)
+        and all(
+            set(survey.finds(agent, copy.scope, copy.skill)) - {file}
+            for copy in copies
+            for agent in AGENTS
+            if file in survey.finds(agent, copy.scope, copy.skill)
+        )
+    ]
+
+
+@pytest.mark.parametrize("seed", range(30))
+def test_obeying_hints_ends_well_and_loses_nothing(
+    home: Path, project: Path, monkeypatch: pytest.MonkeyPatch, seed: int
+) -> None:
+    chance = random.Random(seed)  # noqa: S311 (a test)
+    roots: dict[Scope, Path] = {"user": home, "project": home if chance.random() < 0.1 else project}
+    monkeypatch.chdir(roots["project"])
+    disturb(chance, roots)
+    named = agents(*chance.sample(AGENTS, chance.randrange(4)))
+    before = finds(Survey.of(roots))
+    said: dict[str, Any] = {}
+    for _ in range(5):
+        said = answer("status", *named)
+        commands = [hint["command"] for hint in said["advice"]]
+        if not commands:
+            break
+        chance.shuffle(commands)
+        if chance.random() < 0.5:
+            commands = commands[: 1 + chance.randrange(len(commands))]
+        for command in commands:
+            assert command[:2] == ["muvad-tarnel", "skill"]
+            dry = run(*command[2:], "--dry-run")
+            assert dry.exit_code == 0, (command, dry.stderr)
+            obeyed = run(*command[2:])
+            assert obeyed.exit_code == 0, (command, obeyed.stderr)
+            after = finds(Survey.of(roots))
+            assert before <= after, (command, before - after)
+            before = after
+    assert said["advice"] == []
+    survey = Survey.of(roots)
+    assert redundant(survey) == []
+    if not said["errors"]:
+        assert [copy.path for copy in survey.copies if copy.is_stale] == []
