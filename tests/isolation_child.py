@@ -103,7 +103,7 @@ def count_leaks() -> None:
                     function.__code__ = function.__code__.replace()
             del modules[1].SKILL_TEMPLATES
             vars(modules[1])["_scope_base"] = modules[1].skill_target_path
-            cases |= {f"{name}, {way} way": road for name, case in calls_of(modules[0], modules[1], root).items()}
+            cases |= {f"{name}, {way} call path": case for name, case in calls_of(modules[0], modules[1], root).items()}
         gc.freeze()
         for name, case in cases.items():
             counts = []
