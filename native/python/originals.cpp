@@ -71,6 +71,19 @@ bool is_tuple_of_ignored_errnos(PyObject* object) {
     return PyTuple_CheckExact(object) && compare(object, expected, Py_EQ);
 }
 
+bool is_cached_function_of(PyObject* object, const char* module_name, const char* name) {
+    if (std::string_view(Py_TYPE(object)->tp_name) != "functools._lru_cache_wrapper") return false;
+    const Ref function = checked(PyObject_GetAttrString(object, "__wrapped__"));
+    return is_function_of(function, module_name, name);
+}
+
+bool is_instance_of(PyObject* object, const char* module_name, const char* class_name) {
+    const Ref module = imported_module(module_name);
+    if (module.get() == nullptr) return false;
+    const Ref type = item_if_any(PyModule_GetDict(module), class_name);
+    return type.get() == reinterpret_cast<PyObject*>(Py_TYPE(object));
+}
+
 bool is_original(PyObject* object, const Name& name) {
     switch (name.kind) {
         case Kind::function:
@@ -89,8 +102,12 @@ bool is_original(PyObject* object, const Name& name) {
             return object == Py_None;
         case Kind::ignored_errnos:
             return is_tuple_of_ignored_errnos(object);
-        case Kind::any:
-            return true;
+        case Kind::cached_function:
+            return is_cached_function_of(object, name.module, name.name);
+        case Kind::dictionary:
+            return PyDict_CheckExact(object);
+        case Kind::instance:
+            return is_instance_of(object, name.module, name.origin);
     }
     return false;
 }
@@ -158,8 +175,8 @@ bool is_original(const Found& found, const Attribute& attribute) {
             return PyModule_CheckExact(value);
         case Member::inherited:
             return PyType_HasFeature(reinterpret_cast<PyTypeObject*>(found.owner.get()), Py_TPFLAGS_IMMUTABLETYPE) != 0;
-        case Member::any:
-            return true;
+        case Member::yes:
+            return value == Py_True;
         default: {
             const Ref function = function_inside(value, attribute.kind);
             return is_original_function(function, found.owner, attribute);
@@ -295,8 +312,9 @@ Ref Originals::original(std::string_view module, std::string_view name) const {
     return Ref::borrow(entries_[static_cast<std::size_t>(found - names_.begin())].value);
 }
 
-Ref Originals::original_class(std::string_view name) const {
-    const auto found = std::ranges::find(classes_, name, &Class::name);
+Ref Originals::original_class(std::string_view module, std::string_view name) const {
+    const auto found = std::ranges::find_if(
+        classes_, [&](const Class& known) { return module == known.module && name == known.name; });
     return Ref::borrow(attributes_[static_cast<std::size_t>(found - classes_.begin())].type);
 }
 

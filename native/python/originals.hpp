@@ -31,7 +31,7 @@ class Originals {
         return PyModule_CheckExact(module) && PyModule_GetDict(module) == entries_.front().dict.get();
     }
     [[nodiscard]] Ref original(std::string_view module, std::string_view name) const;
-    [[nodiscard]] Ref original_class(std::string_view name) const;
+    [[nodiscard]] Ref original_class(std::string_view module, std::string_view name) const;
 
     // From now on, an entry of another dictionary has to stay as it is, too.
     void add(PyObject* dict, const char* key);

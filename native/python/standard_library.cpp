@@ -13,8 +13,6 @@ bool StandardLibrary::paths_hold() {
 // `os.environ` keeps the variables, encoded, in a dictionary, and the functions that encode and decode beside it.
 void StandardLibrary::find_environment() {
     const Ref environ = files_.original("os", "environ");
-    const Ref type = files_.original_class("_Environ");
-    if (reinterpret_cast<PyObject*>(Py_TYPE(environ.get())) != type.get()) return;
     const Ref attributes = checked(PyObject_GenericGetDict(environ, nullptr));
     Ref variables = item_if_any(attributes, "_data");
     if (variables.get() == nullptr || !PyDict_CheckExact(variables.get())) return;
@@ -47,8 +45,8 @@ void StandardLibrary::find_codec() {
     const Ref attributes = checked(PyObject_GenericGetDict(codec, nullptr));
     const Ref decoder = item_if_any(attributes, "incrementaldecoder");
     const Ref encoder = item_if_any(attributes, "incrementalencoder");
-    if (decoder.get() != files_.original_class("IncrementalDecoder").get() ||
-        encoder.get() != files_.original_class("IncrementalEncoder").get())
+    if (decoder.get() != files_.original_class("encodings.utf_8", "IncrementalDecoder").get() ||
+        encoder.get() != files_.original_class("encodings.utf_8", "IncrementalEncoder").get())
         return;
     files_.add(attributes, "incrementaldecoder");
     files_.add(attributes, "incrementalencoder");

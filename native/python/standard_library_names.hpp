@@ -16,8 +16,10 @@ enum class Kind {
     module,        // the module `origin`
     text,          // the string `origin`
     none,
-    ignored_errnos,  // the errors for which pathlib says that a file doesn't exist
-    any,             // whatever it is
+    ignored_errnos,   // the errors for which pathlib says that a file doesn't exist
+    cached_function,  // a Python function of the same module behind functools.lru_cache
+    dictionary,       // a plain dict
+    instance,         // of the same module's class `origin`
 };
 
 struct Name {
@@ -35,8 +37,8 @@ inline constexpr Name of_matching[] = {
     {"re", "match"},
     {"re", "_compile"},
     {"re", "RegexFlag", Kind::python_class, "re"},
-    {"re", "_cache2", Kind::any},
-    {"re", "_cache", Kind::any},
+    {"re", "_cache2", Kind::dictionary},
+    {"re", "_cache", Kind::dictionary},
 };
 
 // Documents and paths: what pathlib, and the text files that it opens, are made of.
@@ -47,12 +49,13 @@ inline constexpr Name of_files[] = {
     {"pathlib", "S_ISDIR", Kind::builtin, "_stat"},
     {"pathlib", "_ignore_error"},
     {"pathlib", "_IGNORED_ERRNOS", Kind::ignored_errnos},
+    {"pathlib", "_is_case_sensitive", Kind::cached_function},
     {"pathlib", "io", Kind::module, "io"},
     {"pathlib", "ntpath", Kind::module, "ntpath"},
     {"pathlib", "os", Kind::module, "os"},
     {"pathlib", "posixpath", Kind::module, "posixpath"},
     {"pathlib", "sys", Kind::module, "sys"},
-    {"os", "environ", Kind::any},
+    {"os", "environ", Kind::instance, "_Environ"},
     {"os", "fspath", Kind::builtin, "posix"},
     {"os", "getcwd", Kind::builtin, "posix"},
     {"os", "mkdir", Kind::builtin, "posix"},
@@ -69,6 +72,7 @@ inline constexpr Name of_files[] = {
     {"posixpath", "splitdrive"},
     {"posixpath", "splitroot"},
     {"sys", "intern", Kind::builtin, "sys"},
+    {"codecs", "IncrementalDecoder", Kind::python_class, "codecs"},
     {"codecs", "utf_8_decode", Kind::builtin, "_codecs"},
     {"codecs", "utf_8_encode", Kind::builtin, "_codecs"},
     {"codecs", "lookup", Kind::builtin, "_codecs"},
@@ -108,7 +112,7 @@ enum class Member {
     module,     // a module
     missing,    // nothing; the interpreter would use it if it were there
     inherited,  // what `object` has
-    any,        // whatever it is
+    yes,          // True
 };
 
 struct Attribute {
@@ -165,9 +169,10 @@ inline constexpr Attribute of_path[] = {
     {"with_segments"},
     {"write_text", Member::function, "((None, None, None), None)"},
 };
+inline constexpr Attribute of_pure_path[] = {{"__init__"}};  // which that of Path calls
 inline constexpr Attribute of_environment[] = {
     {"__contains__"}, {"__getattr__", Member::missing}, {"__getattribute__", Member::inherited}, {"__getitem__"}};
-inline constexpr Attribute of_codec[] = {{"__getattribute__", Member::inherited}, {"_is_text_encoding", Member::any}};
+inline constexpr Attribute of_codec[] = {{"__getattribute__", Member::inherited}, {"_is_text_encoding", Member::yes}};
 inline constexpr Attribute of_stat_result[] = {{"st_mode", Member::field}};
 inline constexpr Attribute of_decoder[] = {
     {"__getattribute__", Member::inherited},
@@ -175,6 +180,7 @@ inline constexpr Attribute of_decoder[] = {
     {"_buffer_decode", Member::builtin},
     {"decode", Member::function, "((False,), None)"},
 };
+inline constexpr Attribute of_any_decoder[] = {{"__init__", Member::function, "(('strict',), None)"}};
 inline constexpr Attribute of_encoder[] = {
     {"__getattribute__", Member::inherited},
     {"__init__", Member::function, "(('strict',), None)"},
@@ -183,6 +189,8 @@ inline constexpr Attribute of_encoder[] = {
 
 inline constexpr Class classes[] = {
     {"pathlib", "PosixPath", of_path},
+    {"pathlib", "PurePath", of_pure_path},
+    {"codecs", "IncrementalDecoder", of_any_decoder},
     {"codecs", "CodecInfo", of_codec},
     {"os", "_Environ", of_environment},
     {"os", "stat_result", of_stat_result},
