@@ -60,8 +60,8 @@ class Search {
     };
 
     void add(const Directories& directories) {
-        const auto known = std::ranges::find_if(
-            agents_, [&](const AgentState& other) { return *other.directories == directories; });
+        const auto known =
+            std::ranges::find_if(agents_, [&](const AgentState& other) { return *other.directories == directories; });
         if (known == agents_.end())
             agents_.push_back({.directories = &directories});
         else
@@ -151,8 +151,7 @@ class Search {
     void branch(const Directories& directories) {
         std::vector<std::pair<std::size_t, std::size_t>> options;  // cost, and position
         for (std::size_t position = 0; position < directories.size(); position++)
-            if (can_win(directories[position]))
-                options.emplace_back(candidates_[directories[position]].cost, position);
+            if (can_win(directories[position])) options.emplace_back(candidates_[directories[position]].cost, position);
         std::ranges::sort(options);
         for (const auto& [cost, position] : options) {
             const Candidate directory = directories[position];

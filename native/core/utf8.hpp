@@ -53,7 +53,8 @@ constexpr std::size_t skip_ascii(std::string_view text, std::size_t index) {
         for (; text.size() - index >= sizeof block[0]; index += sizeof block[0]) {
             std::memcpy(block.data(), text.data() + index, sizeof block[0]);
             const int zeros = std::countr_zero(block[0] & high_bits);
-            if (zeros < std::numeric_limits<std::uint64_t>::digits) return index + (static_cast<std::size_t>(zeros) / 8);
+            if (zeros < std::numeric_limits<std::uint64_t>::digits)
+                return index + (static_cast<std::size_t>(zeros) / 8);
         }
     }
     while (index < text.size() && is_ascii(text[index])) index++;

@@ -6,7 +6,6 @@
 
 #include "python/objects.hpp"
 
-
 namespace tarnel::python {
 
 namespace {

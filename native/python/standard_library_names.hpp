@@ -112,7 +112,7 @@ enum class Member {
     module,     // a module
     missing,    // nothing; the interpreter would use it if it were there
     inherited,  // what `object` has
-    yes,          // True
+    yes,        // True
 };
 
 struct Attribute {

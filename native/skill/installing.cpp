@@ -55,8 +55,7 @@ void make_directory(const CallContext& context, Target& target) {
 // Creates the skill's directory and writes its document, in place.
 void write_document(const CallContext& context, Target& target, PyObject* skill_name) {
     make_directory(context, target);
-    if (const python::SystemPath* path = target.plain();
-        path != nullptr && context.standard_library().codec_holds()) {
+    if (const python::SystemPath* path = target.plain(); path != nullptr && context.standard_library().codec_holds()) {
         if (const auto document = rendered_in_utf8(context, skill_name)) {
             python::write_text(*path, *document);
             return;
@@ -128,16 +127,15 @@ Ref install_skills(const CallContext& context) {
         for (const Ref& skill_name : Iteration(templates)) {
             const Ref install = context.global(name::install_skill);
             const Ref readers = checked(PySequence_Tuple(keys));
-            const Ref result =
-                context.is_own(name::install_skill, skill::install_skill)
-                    ? context.run(skill::install_skill,
-                                  {scope, project_root, force, dry_run, skill_name, directory, readers})
-                    : context.call(install, {scope, project_root},
-                                   {{name::force, force},
-                                    {name::dry_run, dry_run},
-                                    {name::skill_name, skill_name},
-                                    {name::skills_dir, directory},
-                                    {name::agents, readers}});
+            const Ref result = context.is_own(name::install_skill, skill::install_skill)
+                                   ? context.run(skill::install_skill,
+                                                 {scope, project_root, force, dry_run, skill_name, directory, readers})
+                                   : context.call(install, {scope, project_root},
+                                                  {{name::force, force},
+                                                   {name::dry_run, dry_run},
+                                                   {name::skill_name, skill_name},
+                                                   {name::skills_dir, directory},
+                                                   {name::agents, readers}});
             checked(PyList_Append(results, result));
         }
     }

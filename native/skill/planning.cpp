@@ -115,7 +115,9 @@ Ref best_choice(const CallContext& context, PyObject* candidates, PyObject* agen
 
 // Lets other threads run, and signal handlers, which may end the search.
 void interrupt_search() {
-    { const python::ReleasedGil released; }
+    {
+        const python::ReleasedGil released;
+    }
     checked(PyErr_CheckSignals());
 }
 

@@ -12,8 +12,8 @@ namespace tarnel::skill {
 // The table of a plain agent roots mapping. Holds the directories; the mapping may change.
 class PlanningTable {
   public:
-    // Nothing for a mapping that isn't a plain dict of tuples of plain strings, none of them empty, or that has too many
-    // directories. Runs no foreign code.
+    // Nothing for a mapping that isn't a plain dict of tuples of plain strings, none of them empty, or that has too
+    // many directories. Runs no foreign code.
     [[nodiscard]] static std::optional<PlanningTable> of(PyObject* agent_roots);
 
     [[nodiscard]] const std::vector<core::Directories>& agents() const noexcept { return agents_; }

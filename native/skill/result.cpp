@@ -60,7 +60,8 @@ Ref Record::finish(Outcome outcome, PyObject* message, PyObject* agents) const {
     PyObject* success = outcome == Outcome::failed ? Py_False : Py_True;
     if (outcome == Outcome::written)
         return python::new_instance(class_, {success, scope_, path_, message, Py_True, agents},
-                                    context_.recognized(recognized::result_keywords_if_installed), context_[name::init]);
+                                    context_.recognized(recognized::result_keywords_if_installed),
+                                    context_[name::init]);
     return python::new_instance(class_, {success, scope_, path_, message, agents},
                                 context_.recognized(recognized::result_keywords), context_[name::init]);
 }

@@ -111,7 +111,9 @@ bool reads_plain_stamps(const CallContext& context) {
 
 // The path, for a path object that is read by nothing but its text; nothing for any other.
 std::optional<python::SystemPath> plain_path(const CallContext& context, PyObject* path) {
-    if (!context.standard_library().paths_hold() || !reads_plain_stamps(context) || !Py_IS_TYPE(path, context.standard_library().posix_path_type())) return {};
+    if (!context.standard_library().paths_hold() || !reads_plain_stamps(context) ||
+        !Py_IS_TYPE(path, context.standard_library().posix_path_type()))
+        return {};
     const Ref text = checked(PyObject_Str(path));
     return python::SystemPath::of(text);
 }

@@ -39,7 +39,9 @@ Ref note_on(const CallContext& context, PyObject* version) {
 class ScopeStatus {
   public:
     ScopeStatus(const CallContext& context, PyObject* scope, PyObject* agents)
-        : context_(context), scope_(scope), agent_roots_(context.call(name::_agent_roots, function::_agent_roots.body, {agents, scope})) {
+        : context_(context),
+          scope_(scope),
+          agent_roots_(context.call(name::_agent_roots, function::_agent_roots.body, {agents, scope})) {
         const Ref chosen = context.call(name::resolve_skill_dirs, function::resolve_skill_dirs.body, {agents, scope});
         targets_ = checked(PySet_New(chosen));
     }

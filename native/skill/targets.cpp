@@ -34,7 +34,8 @@ std::optional<Base> home_base(std::string_view home) {
 std::optional<Base> home_base(const CallContext& context) {
     const Ref variable = context.standard_library().home_variable();
     if (variable.get() == nullptr) return {};
-    const std::string_view encoded(PyBytes_AS_STRING(variable.get()), static_cast<std::size_t>(PyBytes_GET_SIZE(variable.get())));
+    const std::string_view encoded(PyBytes_AS_STRING(variable.get()),
+                                   static_cast<std::size_t>(PyBytes_GET_SIZE(variable.get())));
     if (core::is_ascii(encoded)) return home_base(encoded);
     const Ref decoded =
         checked(PyUnicode_DecodeFSDefaultAndSize(PyBytes_AS_STRING(variable.get()), PyBytes_GET_SIZE(variable.get())));
