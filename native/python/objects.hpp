@@ -45,7 +45,13 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
 
 // Whether the object is a plain str, and equal to that one; and whether it is an empty one.
 [[nodiscard]] inline bool is_same_text(PyObject* object, PyObject* text) {
-    return object == text || (PyUnicode_CheckExact(object) && PyUnicode_Compare(object, text) == 0);
+    if (object == text) return true;
+    if (!PyUnicode_CheckExact(object)) return false;
+    constexpr Py_hash_t unknown = -1;
+    const Py_hash_t hashes[] = {reinterpret_cast<PyASCIIObject*>(object)->hash,
+                                reinterpret_cast<PyASCIIObject*>(text)->hash};
+    const bool may_be_equal = hashes[0] == hashes[1] || hashes[0] == unknown || hashes[1] == unknown;
+    return may_be_equal && PyUnicode_Compare(object, text) == 0;
 }
 [[nodiscard]] inline bool is_empty_text(PyObject* object) {
     return PyUnicode_CheckExact(object) && PyUnicode_GET_LENGTH(object) == 0;

@@ -26,6 +26,9 @@ class Originals {
     // Whether all of them are the originals. Runs no foreign code; throws when out of memory.
     [[nodiscard]] bool hold();
 
+    // After `hold`: whether names and attributes still stand for what they did. Leaves out the parts of functions.
+    [[nodiscard]] bool still_hold() { return !has_changed() ? entries_hold_ : hold(); }
+
     // Once they have held: whether the object is the module of the first name, and what names stand for.
     [[nodiscard]] bool are_of(PyObject* module) const noexcept {
         return PyModule_CheckExact(module) && PyModule_GetDict(module) == entries_.front().dict.get();

@@ -20,6 +20,8 @@ class StandardLibrary {
     // Whether the object is `pathlib.Path`, and it and all that it goes through are the originals.
     [[nodiscard]] bool has_original_paths(PyObject* path_type) { return paths_hold() && path_type == path_type_.get(); }
     [[nodiscard]] bool paths_hold();
+    // Once paths have held: whether they still do, but for the parts of functions.
+    [[nodiscard]] bool paths_still_hold() { return files_.still_hold(); }
     // Once paths have held: whether the codec of text files is the original as well.
     [[nodiscard]] bool codec_holds();
 

@@ -139,9 +139,7 @@ Ref choose_natively(const CallContext& context, PyObject* agent_roots) {
     return table->list_of(core::best_selection(table->agents(), table->candidates(), interrupt_search));
 }
 
-Ref resolve_skill_dirs(const CallContext& context) {
-    const auto [agent_keys, scope] = context.arguments<2>();
-    const Ref agent_roots = context.call(name::_agent_roots, function::_agent_roots.body, {agent_keys, scope});
+Ref choose(const CallContext& context, PyObject* agent_roots) {
     if (!is_true(agent_roots)) return checked(PyList_New(0));
     if (Ref chosen = choose_natively(context, agent_roots); chosen.get() != nullptr) return chosen;
     const Ref candidates = distinct_directories(context, agent_roots);
@@ -151,7 +149,20 @@ Ref resolve_skill_dirs(const CallContext& context) {
     return best_choice(context, candidates, agent_roots);
 }
 
+Ref resolve_skill_dirs(const CallContext& context) {
+    const auto [agent_keys, scope] = context.arguments<2>();
+    const Ref agent_roots = context.call(name::_agent_roots, function::_agent_roots.body, {agent_keys, scope});
+    return choose(context, agent_roots);
+}
+
 }  // namespace
+
+Ref chosen_directories(const CallContext& context, PyObject* agent_keys, PyObject* scope, PyObject* agent_roots) {
+    if (!context.is_own(name::resolve_skill_dirs, skill::resolve_skill_dirs))
+        return context.call(name::resolve_skill_dirs, {agent_keys, scope});
+    const Ref roots = agent_roots_again(context, agent_keys, scope, agent_roots);
+    return choose(context, roots);
+}
 
 constinit const python::Definition function::resolve_skill_dirs = {
     .name = "resolve_skill_dirs",
@@ -204,7 +215,7 @@ Ref skill_dir_plan(const CallContext& context) {
     const auto [agent_keys, scope] = context.arguments<2>();
     const Ref agent_roots = context.call(name::_agent_roots, function::_agent_roots.body, {agent_keys, scope});
     Ref plan = checked(PyDict_New());
-    const Ref chosen = context.call(name::resolve_skill_dirs, skill::resolve_skill_dirs, {agent_keys, scope});
+    const Ref chosen = chosen_directories(context, agent_keys, scope, agent_roots);
     if (add_readers_natively(plan, chosen, agent_roots)) return plan;
     for (const Ref& directory : Iteration(chosen)) {
         const Ref readers = readers_of(context, directory, agent_roots);

@@ -57,13 +57,15 @@ bool contains_text(PyObject* texts, PyObject* text) {
     return false;
 }
 
-// The fast path of `readers_of`: fills the list, if the mapping is plain.
+// The fast path of `readers_of`; false, and the list as it may be, when it is not to be taken.
 bool add_plain_readers(PyObject* readers, PyObject* directory, PyObject* agent_roots) {
-    if (!PyUnicode_CheckExact(directory) || !is_plain(agent_roots)) return false;
+    if (!PyUnicode_CheckExact(directory) || !PyDict_CheckExact(agent_roots)) return false;
     PyObject* key = nullptr;
     PyObject* directories = nullptr;
-    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;)
+    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;) {
+        if (!is_tuple_of_texts(directories)) return false;
         if (contains_text(directories, directory)) checked(PyList_Append(readers, key));
+    }
     return true;
 }
 
@@ -72,6 +74,7 @@ bool add_plain_readers(PyObject* readers, PyObject* directory, PyObject* agent_r
 Ref readers_of(const CallContext& context, PyObject* directory, PyObject* agent_roots) {
     Ref readers = checked(PyList_New(0));
     if (add_plain_readers(readers, directory, agent_roots)) return readers;
+    checked(PyList_SetSlice(readers, 0, PyList_GET_SIZE(readers.get()), nullptr));
     const Ref pairs = context.call_method(agent_roots, name::items);
     for (const Ref& pair : Iteration(pairs)) {
         const auto [key, directories] = unpack_pair(pair);
@@ -106,16 +109,12 @@ constinit const python::Definition function::skill_capable_agents = {
 
 namespace {
 
-// Adds one agent's directories, if it is known and has any. Whether it has none, though it is known.
-bool add_roots(const CallContext& context, PyObject* roots, PyObject* key, PyObject* scope) {
+// The directories of one agent; null if it is unknown. Empty ones count as none.
+Ref directories_of(const CallContext& context, PyObject* key, PyObject* scope) {
     const Ref record = record_of(context, key);
-    if (is_none(record)) return false;
+    if (is_none(record)) return {};
     const bool at_user_scope = equals(scope, context[literal::user]);
-    const Ref directories =
-        context.attribute(record, at_user_scope ? name::skills_user_roots : name::skills_project_roots);
-    if (!is_true(directories)) return true;
-    checked(PyDict_SetItem(roots, key, directories));
-    return false;
+    return context.attribute(record, at_user_scope ? name::skills_user_roots : name::skills_project_roots);
 }
 
 // For a list or a tuple of plain strings. Each key counts once: what has been added tells which were met, but for the
@@ -126,7 +125,12 @@ void add_roots_of_texts(const CallContext& context, PyObject* roots, PyObject* k
     for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(tuple.get()); i++) {
         PyObject* key = PyTuple_GET_ITEM(tuple.get(), i);
         if (checked(PyDict_Contains(roots, key)) != 0 || contains(without_directories, key)) continue;
-        if (add_roots(context, roots, key, scope)) checked(PyList_Append(without_directories, key));
+        const Ref directories = directories_of(context, key, scope);
+        if (directories.get() == nullptr) continue;
+        if (is_true(directories))
+            checked(PyDict_SetItem(roots, key, directories));
+        else
+            checked(PyList_Append(without_directories, key));
     }
 }
 
@@ -138,7 +142,10 @@ Ref _agent_roots(const CallContext& context) {
         return roots;
     }
     const Ref keys = distinct_keys(context, agent_keys);
-    for (const Ref& key : Iteration(keys)) add_roots(context, roots, key, scope);
+    for (const Ref& key : Iteration(keys)) {
+        const Ref directories = directories_of(context, key, scope);
+        if (directories.get() != nullptr && is_true(directories)) checked(PyDict_SetItem(roots, key, directories));
+    }
     return roots;
 }
 
@@ -154,5 +161,47 @@ constinit const python::Definition function::_agent_roots = {
     )",
     .body = skill::_agent_roots,
 };
+
+namespace {
+
+// Whether the sequence is the mapping's keys, the very objects, in their order.
+bool are_keys_of(PyObject* roots, PyObject* keys) {
+    if (!is_list_of_texts(keys) && !is_tuple_of_texts(keys)) return false;
+    if (PySequence_Fast_GET_SIZE(keys) != PyDict_GET_SIZE(roots)) return false;
+    PyObject* key = nullptr;
+    Py_ssize_t index = 0;
+    for (Py_ssize_t position = 0; PyDict_Next(roots, &position, &key, nullptr) != 0;)
+        if (PySequence_Fast_GET_ITEM(keys, index++) != key) return false;
+    return true;
+}
+
+// A new dict of the entries before that key.
+Ref entries_before(PyObject* roots, PyObject* end) {
+    Ref entries = checked(PyDict_New());
+    PyObject* key = nullptr;
+    PyObject* directories = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(roots, &position, &key, &directories) != 0 && key != end;)
+        checked(PyDict_SetItem(entries, key, directories));
+    return entries;
+}
+
+}  // namespace
+
+Ref agent_roots_again(const CallContext& context, PyObject* agent_keys, PyObject* scope, PyObject* agent_roots) {
+    if (!context.is_own(name::_agent_roots, skill::_agent_roots) || !PyDict_CheckExact(agent_roots) ||
+        !are_keys_of(agent_roots, agent_keys))
+        return context.call(name::_agent_roots, skill::_agent_roots, {agent_keys, scope});
+    Ref again;  // null while nothing differs
+    PyObject* key = nullptr;
+    PyObject* before = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &before) != 0;) {
+        const Ref directories = directories_of(context, key, scope);
+        const bool has_any = directories.get() != nullptr && is_true(directories);
+        if (again.get() == nullptr && has_any && directories.get() == before) continue;
+        if (again.get() == nullptr) again = entries_before(agent_roots, key);
+        if (has_any) checked(PyDict_SetItem(again, key, directories));
+    }
+    return again.get() == nullptr ? Ref::borrow(agent_roots) : std::move(again);
+}
 
 }  // namespace tarnel::skill

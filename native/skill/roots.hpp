@@ -11,6 +11,11 @@ namespace tarnel::skill {
 // The keys, each at its first occurrence, as a new dict's keys. Reads all of them.
 [[nodiscard]] python::Ref distinct_keys(const python::CallContext& context, PyObject* agent_keys);
 
+// `_agent_roots(agent_keys, scope)`, for a caller that has just called it and shares its result with nobody: that same
+// mapping if nothing has changed. The agent table is read once more, as a call would read it.
+[[nodiscard]] python::Ref agent_roots_again(const python::CallContext& context, PyObject* agent_keys, PyObject* scope,
+                                            PyObject* agent_roots);
+
 // Every distinct directory that any of the agents reads, ascending: a new list.
 [[nodiscard]] python::Ref distinct_directories(const python::CallContext& context, PyObject* agent_roots);
 

@@ -1,5 +1,6 @@
 // Status: what is installed in every directory that the agents read.
 #include "skill/body.hpp"
+#include "skill/planning.hpp"
 #include "skill/result.hpp"
 #include "skill/roots.hpp"
 #include "skill/stamps.hpp"
@@ -42,7 +43,7 @@ class ScopeStatus {
         : context_(context),
           scope_(scope),
           agent_roots_(context.call(name::_agent_roots, function::_agent_roots.body, {agents, scope})) {
-        const Ref chosen = context.call(name::resolve_skill_dirs, function::resolve_skill_dirs.body, {agents, scope});
+        const Ref chosen = chosen_directories(context, agents, scope, agent_roots_);
         targets_ = checked(PySet_New(chosen));
     }
 

@@ -117,7 +117,7 @@ bool Target::exists() {
 }
 
 Ref Target::text() {
-    if (const python::SystemPath* path = plain()) return Ref::borrow(path->text());
+    if (plain_ && context_.standard_library().paths_still_hold()) return Ref::borrow(plain_->text());
     return checked(PyObject_Str(object()));
 }
 
