@@ -32,8 +32,8 @@ _WRONG = (State.OUTDATED, State.INCOMPLETE, State.UNREADABLE, State.FOREIGN)
 @skill_command(
     "both",
     agents="those that find a skill",
-    fails_if=f"{NOTHING_TO_LOOK_AT}; with --check: an agent named lacks a skill, nothing is installed (no agent named), "
-    "or a copy is outdated, incomplete, unreadable or foreign (modified and newer copies are accepted)",
+    fails_if=f"{NOTHING_TO_LOOK_AT}; with --check: an agent named lacks a skill, nothing is installed (no agent "
+    "named), or a copy is outdated, incomplete, unreadable or foreign (modified and newer copies are accepted)",
 )
 @click.option("--check", is_flag=True, help="Exit 1 unless everything is installed and up to date.")
 def status(request: Request, *, check: bool) -> Report:
