@@ -2,6 +2,7 @@
 
 from collections.abc import Iterable, Iterator, Mapping, Sequence
 from contextlib import contextmanager
+from functools import cached_property
 
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.installed.copies import Copy
@@ -86,7 +87,11 @@ class Plan:
         files = {copy.file for copy in self.added}
         read = [copy for copy in survey.read_by(agents, [scope]) if copy.file not in files]
         self.updated = replaceable(read, force=force)
-        self.after = survey.changed(State.CURRENT, self.writes)
+
+    @cached_property
+    def after(self) -> Survey:
+        """The survey as it would be after the install."""
+        return self.survey.changed(State.CURRENT, self.writes)
 
     @property
     def writes(self) -> tuple[Copy, ...]:
