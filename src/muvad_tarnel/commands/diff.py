@@ -1,13 +1,13 @@
 """`muvad-tarnel skill diff`."""
 
 from muvad_tarnel import __version__
-from muvad_tarnel.commands.changes import difference
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import copy_record
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import document, plain
 from muvad_tarnel.installed.survey import each_once
+from muvad_tarnel.installed.writing import difference
 from muvad_tarnel.output.report import Block, Document, Line, Report, Tone
 from muvad_tarnel.output.text import printable
 from muvad_tarnel.setup.config import AGENT_CONFIG
