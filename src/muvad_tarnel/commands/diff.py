@@ -35,7 +35,7 @@ def diff(request: Request) -> Report:
     return Report(
         blocks,
         [copy_record(copy) | {"difference": difference(copy), "diff": unified(copy)} for copy in differing],
-        errors=list(dict.fromkeys(unreadable)),
+        errors=unreadable,
         exit_code=int(bool(unreadable)),
     )
 
