@@ -14,7 +14,7 @@ from muvad_tarnel.commands.wording import (
     copy_tables,
 )
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import advice, count, joined
+from muvad_tarnel.hints import advice, count
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey
@@ -86,7 +86,7 @@ def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
     parts += [f"{count(current)} already up to date"] if current else []
     parts += [f"{others} unchanged"] if others else []
     parts += [f"{len(failed)} failed"] if failed else []
-    text = joined(parts) if parts else "no copy needs an update"
+    text = ", ".join(parts) or "no copy needs an update"
     return Line(f"{text[0].upper()}{text[1:]}.", Tone.BAD if failed else Tone.GOOD)
 
 
