@@ -2,11 +2,12 @@
 
 from collections.abc import Iterable, Iterator, Mapping, Sequence
 from contextlib import contextmanager
+from functools import cached_property
 
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.survey import Survey, each_once, readers_of
+from muvad_tarnel.installed.survey import Survey, each_once, grouped, readers_of
 from muvad_tarnel.installed.writing import obstacle_to_writing
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, AgentRecord, Scope
@@ -51,9 +52,9 @@ def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str]
     places = {copy.directory: copy for copy in survey.copies if (copy.scope, copy.skill) == (scope, name)}
     # Directories that links make one are one candidate, named after the first that is no link.
     aliases: dict[str, str] = {}
-    for copy in places.values():
-        same = [other for other in survey.by_file[copy.file] if (other.scope, other.skill) == (scope, name)]
-        aliases[copy.directory] = min(same, key=lambda other: (other.path != other.file, other.directory)).directory
+    for same in grouped(places.values()).values():
+        first = min(same, key=lambda copy: (copy.path != copy.file, copy.directory)).directory
+        aliases |= dict.fromkeys((copy.directory for copy in same), first)
     held = {aliases[copy.directory] for copy in places.values() if copy.is_found}
     in_use = added | {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
 
@@ -86,7 +87,11 @@ class Plan:
         files = {copy.file for copy in self.added}
         read = [copy for copy in survey.read_by(agents, [scope]) if copy.file not in files]
         self.updated = replaceable(read, force=force)
-        self.after = survey.changed(State.CURRENT, self.writes)
+
+    @cached_property
+    def after(self) -> Survey:
+        """The survey as it would be after the install."""
+        return self.survey.changed(State.CURRENT, self.writes)
 
     @property
     def writes(self) -> tuple[Copy, ...]:

@@ -14,17 +14,12 @@ from muvad_tarnel.commands.wording import (
     copy_tables,
 )
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import advice, count, joined
+from muvad_tarnel.hints import advice, count
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey
-from muvad_tarnel.installed.writing import clean_up, obstacle_met, obstacle_to_writing, replace
+from muvad_tarnel.installed.writing import clean_up, difference, obstacle_met, obstacle_to_writing, replace
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Tone
-
-DIFFERENCES = {
-    State.FOREIGN: "not written by this package",
-    State.NEWER: "edited, or another edition of a newer version",
-}
 
 
 class Outcome(NamedTuple):
@@ -39,11 +34,6 @@ class Outcome(NamedTuple):
     def is_written(self) -> bool:
         """Whether the document is in place now, or would be in a dry run."""
         return bool(self.verb) and not self.obstacle
-
-
-def difference(copy: Copy) -> str:
-    """How a text that is not ours came about, in words."""
-    return DIFFERENCES.get(copy.state, "edited")
 
 
 def write_all(request: Request, copies: Iterable[Copy], *, dry_run: bool) -> list[Outcome]:
@@ -96,7 +86,7 @@ def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
     parts += [f"{count(current)} already up to date"] if current else []
     parts += [f"{others} unchanged"] if others else []
     parts += [f"{len(failed)} failed"] if failed else []
-    text = joined(parts) if parts else "no copy needs an update"
+    text = ", ".join(parts) or "no copy needs an update"
     return Line(f"{text[0].upper()}{text[1:]}.", Tone.BAD if failed else Tone.GOOD)
 
 

@@ -1,13 +1,13 @@
 """`muvad-tarnel skill diff`."""
 
 from muvad_tarnel import __version__
-from muvad_tarnel.commands.changes import difference
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import copy_record
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import document, plain_text
+from muvad_tarnel.installed.documents import document, plain
 from muvad_tarnel.installed.survey import each_once
+from muvad_tarnel.installed.writing import difference
 from muvad_tarnel.output.report import Block, Document, Line, Report, Tone
 from muvad_tarnel.output.text import printable
 from muvad_tarnel.setup.config import AGENT_CONFIG
@@ -35,7 +35,7 @@ def diff(request: Request) -> Report:
     return Report(
         blocks,
         [copy_record(copy) | {"difference": difference(copy), "diff": unified(copy)} for copy in differing],
-        errors=list(dict.fromkeys(unreadable)),
+        errors=unreadable,
         exit_code=int(bool(unreadable)),
     )
 
@@ -51,7 +51,7 @@ def unified(copy: Copy) -> str:
         return whole
 
     compared = unified_diff(
-        lines(plain_text(copy.content or b"")),
+        lines(plain(copy.content or b"").decode()),
         lines(document(copy.skill)),
         f"{copy.path} ({difference(copy)})",
         f"{copy.skill} {__version__} of this package",

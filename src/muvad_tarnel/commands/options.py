@@ -3,7 +3,7 @@
 import os
 import sys
 from collections.abc import Callable
-from functools import wraps
+from functools import partial, wraps
 from pathlib import Path
 from typing import Any, Literal
 
@@ -58,61 +58,68 @@ def skill_command(
     """
 
     def decorate(function: Callable[..., Report]) -> click.Command:
-        name = function.__name__
-
         @wraps(function)
         def run(*, json: bool, quiet: bool, verbose: bool, color: str, **options: Any) -> None:
             style = Style.choose(color, os.environ)
-            console = Console(command=name, style=style, json=json, quiet=quiet, verbose=verbose)
-            try:
-                report = answer(console, **options) if scoping else function(console, **options)
-            except Failure as failure:
-                report = Report([], [], errors=[failure.obstacle], exit_code=1)
-            except OSError as error:
-                report = Report([], [], errors=[obstacle_of(error, error.filename or name)], exit_code=1)
-            try:
-                console.show(report)
-            except OSError as error:
-                silence(sys.stdout)
-                raise click.ClickException(f"standard output cannot be written to: {error.strerror}") from error
-            click.get_current_context().exit(report.exit_code)
+            console = Console(command=function.__name__, style=style, json=json, quiet=quiet, verbose=verbose)
+            answer = partial(_answer, function, console, scoping) if scoping else partial(function, console)
+            _print_report(console, partial(answer, **options))
 
-        def answer(
-            console: Console,
-            *,
-            project: Path | None,
-            scope: Scope | None = None,
-            agent_keys: tuple[str, ...] = (),
-            all_agents: bool = False,
-            detect: bool = False,
-            **options: object,
-        ) -> Report:
-            if all_agents + detect + bool(agent_keys) > 1:
-                raise click.UsageError("--agent, --all-agents and --detect exclude each other.")
-            is_given = click.get_current_context().get_parameter_source("scope") is ParameterSource.COMMANDLINE
-            if scope is None and project and scoping != "pair":
-                scope = "project"
-            request = Request(
-                console,
-                scopes=(scope,) if scope else ("user",) if scoping == "one" else SCOPES,
-                is_scope_given=is_given,
-                project=project and project.absolute(),
-                agent_keys=agent_keys,
-                all_agents=all_agents,
-                detect=detect,
-            )
-            report = function(request, **options)
-            return report._replace(
-                errors=list(dict.fromkeys([*request.obstacles, *report.errors])),
-                exit_code=report.exit_code or int(bool(request.obstacles)),
-            )
-
-        command = click.command(name, SkillCommand, params=_request_options(scoping, agents))(run)
+        command = click.command(function.__name__, SkillCommand, params=_request_options(scoping, agents))(run)
         command.fails_if = fails_if
         command.params += _output_options()
         return command
 
     return decorate
+
+
+def _answer(
+    command: Callable[..., Report],
+    console: Console,
+    scoping: Scoping,
+    *,
+    project: Path | None,
+    scope: Scope | None = None,
+    agent_keys: tuple[str, ...] = (),
+    all_agents: bool = False,
+    detect: bool = False,
+    **options: object,
+) -> Report:
+    """The report of a command on the request that its options make."""
+    if all_agents + detect + bool(agent_keys) > 1:
+        raise click.UsageError("--agent, --all-agents and --detect exclude each other.")
+    if scope is None and project and scoping != "pair":
+        scope = "project"
+    request = Request(
+        console,
+        scopes=(scope,) if scope else ("user",) if scoping == "one" else SCOPES,
+        is_scope_given=click.get_current_context().get_parameter_source("scope") is ParameterSource.COMMANDLINE,
+        project=project and project.absolute(),
+        agent_keys=agent_keys,
+        all_agents=all_agents,
+        detect=detect,
+    )
+    report = command(request, **options)
+    return report._replace(
+        errors=list(dict.fromkeys([*request.obstacles, *report.errors])),
+        exit_code=report.exit_code or int(bool(request.obstacles)),
+    )
+
+
+def _print_report(console: Console, answer: Callable[[], Report]) -> None:
+    """Print the report, or what kept it from being made, and exit."""
+    try:
+        report = answer()
+    except Failure as failure:
+        report = Report([], [], errors=[failure.obstacle], exit_code=1)
+    except OSError as error:
+        report = Report([], [], errors=[obstacle_of(error, error.filename or console.command)], exit_code=1)
+    try:
+        console.show(report)
+    except OSError as error:
+        silence(sys.stdout)
+        raise click.ClickException(f"standard output cannot be written to: {error.strerror}") from error
+    click.get_current_context().exit(report.exit_code)
 
 
 def _request_options(scoping: Scoping | None, agents: str) -> list[click.Parameter]:

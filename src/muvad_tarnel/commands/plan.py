@@ -37,7 +37,7 @@ def plan(request: Request) -> Report:
         },
         agents=agent_records(chosen.after, [scope], request.agents),
         advice=advice_records(request, hints),
-        errors=list(dict.fromkeys(chosen.obstacles)),
+        errors=chosen.obstacles,
     )
 
 

@@ -76,7 +76,7 @@ def remove(
         {"dry_run": dry_run},
         agents=agent_records(after, scopes, survey.finders(scopes)),
         advice=advice_records(request, hints),
-        errors=list(dict.fromkeys(removal.obstacle for removal in removals if removal.obstacle)),
+        errors=[removal.obstacle for removal in removals if removal.obstacle],
         exit_code=int(any(removal.obstacle for removal in removals)),
     )
 

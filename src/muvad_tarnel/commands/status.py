@@ -1,6 +1,6 @@
 """`muvad-tarnel skill status`."""
 
-from collections.abc import Iterator
+from collections.abc import Iterator, Sequence
 
 import click
 
@@ -32,8 +32,8 @@ _WRONG = (State.OUTDATED, State.INCOMPLETE, State.UNREADABLE, State.FOREIGN)
 @skill_command(
     "both",
     agents="those that find a skill",
-    fails_if=f"{NOTHING_TO_LOOK_AT}; with --check: an agent named lacks a skill, nothing is installed (no agent named), "
-    "or a copy is outdated, incomplete, unreadable or foreign (modified and newer copies are accepted)",
+    fails_if=f"{NOTHING_TO_LOOK_AT}; with --check: an agent named lacks a skill, nothing is installed (no agent "
+    "named), or a copy is outdated, incomplete, unreadable or foreign (modified and newer copies are accepted)",
 )
 @click.option("--check", is_flag=True, help="Exit 1 unless everything is installed and up to date.")
 def status(request: Request, *, check: bool) -> Report:
@@ -93,9 +93,7 @@ def listed(request: Request) -> Iterator[Copy]:
                 yield copy
 
 
-def blocks(
-    request: Request, copies: list[Copy], finders: list[str] | tuple[str, ...], hints: Advice
-) -> Iterator[Block]:
+def blocks(request: Request, copies: list[Copy], finders: Sequence[str], hints: Advice) -> Iterator[Block]:
     """What a person gets to see: the copies, who finds them, and what to do."""
     yield from copy_tables(request, ["State", "Version"], ((c, (state_cell(c), c.version or "")) for c in copies))
     if not copies:
@@ -107,7 +105,7 @@ def blocks(
     yield from advice_blocks(request, hints)
 
 
-def finding_table(request: Request, finders: list[str] | tuple[str, ...]) -> list[Block]:
+def finding_table(request: Request, finders: Sequence[str]) -> list[Block]:
     """Where each agent finds each skill: a row for an agent, a column for a scope."""
     shown = [
         agent

@@ -68,7 +68,7 @@ def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     folder = actual = root / directory
     is_there, obstacle = False, None
     # Most directories of the table are missing from the first part on: then there is nothing to resolve.
-    if os.path.lexists(root / Path(directory).parts[0]):
+    if os.path.lexists(f"{root}/{directory.partition('/')[0]}"):
         actual = Path(os.path.realpath(folder))
         try:
             is_there = folder.is_dir()

@@ -44,22 +44,14 @@ def document(name: str, version: str = __version__) -> str:
     return skill.render_skill_md(version, name)
 
 
-def plain_text(content: bytes) -> str:
-    """The text without a byte order mark and with LF line ends. Raises `UnicodeDecodeError`."""
-    return content.decode().removeprefix("\ufeff").replace("\r\n", "\n").replace("\r", "\n")
+def plain(content: bytes) -> bytes:
+    """The content without a byte order mark and with LF line ends."""
+    return content.removeprefix(b"\xef\xbb\xbf").replace(b"\r\n", b"\n").replace(b"\r", b"\n")
 
 
 def judge(name: str, content: bytes) -> Judgement:
     """What the content of a skill's copy is. Raises `UnicodeDecodeError` unless that is due to a cut."""
-    try:
-        text = plain_text(content)
-    except UnicodeDecodeError:
-        # The cut may be inside a character.
-        stamp = skill._VERSION_RE.search(content.decode(errors="replace")[:_STAMP_WITHIN])
-        version = stamp.group(1) if stamp else None
-        if is_incomplete(name, content, version):
-            return Judgement(State.INCOMPLETE, version, is_ours=True)
-        raise
+    text = plain(content).decode(errors="replace")  # a cut may be inside a character
     if text == document(name):  # even if the stamp is one that cannot be read back, as of a local version
         return Judgement(State.CURRENT, __version__, is_ours=True)
     stamp = skill._VERSION_RE.search(text[:_STAMP_WITHIN])
@@ -67,6 +59,7 @@ def judge(name: str, content: bytes) -> Judgement:
     is_ours = stamp is not None and is_released(name, text[: stamp.start(1)] + "{version}" + text[stamp.end(1) :])
     if not is_ours and is_incomplete(name, content, version):
         return Judgement(State.INCOMPLETE, version, is_ours=True)
+    content.decode()
     if version is None:
         return Judgement(State.FOREIGN, None, is_ours=False)
     key, own_key = skill._version_tuple(version), skill._version_tuple(__version__)

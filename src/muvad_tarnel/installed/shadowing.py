@@ -1,12 +1,11 @@
 """Skills that agents find for the user as well as in the project, where one copy may hide the other."""
 
 from collections.abc import Sequence
-from contextlib import suppress
 from itertools import product
 from typing import NamedTuple
 
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import plain_text
+from muvad_tarnel.installed.documents import plain
 from muvad_tarnel.installed.survey import Survey
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import Scope
@@ -22,18 +21,11 @@ class Shadow(NamedTuple):
     @property
     def is_different(self) -> bool:
         """Whether the texts differ, line ends and byte order marks aside. Equal texts do no harm."""
-        return text_of(self.user) != text_of(self.project)
+        return plain(self.user.content or b"") != plain(self.project.content or b"")
 
     def copy(self, scope: Scope) -> Copy:
         """The copy at a scope."""
         return self.user if scope == "user" else self.project
-
-
-def text_of(copy: Copy) -> str | bytes | None:
-    """The text of a copy, as far as it is one."""
-    with suppress(UnicodeDecodeError):
-        return plain_text(copy.content or b"")
-    return copy.content
 
 
 def shadows_among(survey: Survey, agents: Sequence[str]) -> list[Shadow]:

@@ -24,12 +24,17 @@ def readers_of(directory: str, scope: Scope, agents: Iterable[str] = AGENT_CONFI
     return [agent for agent in agents if directory in AGENT_CONFIG[agent].directories(scope)]
 
 
+def grouped(copies: Iterable[Copy]) -> dict[Path, list[Copy]]:
+    """The copies by their file: several that links make one are together."""
+    files: dict[Path, list[Copy]] = {}
+    for copy in copies:
+        files.setdefault(copy.file, []).append(copy)
+    return files
+
+
 def each_once(copies: Iterable[Copy]) -> tuple[Copy, ...]:
     """The copies without those that are the same file as one before them."""
-    files: dict[Path, Copy] = {}
-    for copy in copies:
-        files.setdefault(copy.file, copy)
-    return tuple(files.values())
+    return tuple(same[0] for same in grouped(copies).values())
 
 
 class Survey:
@@ -59,11 +64,8 @@ class Survey:
 
     @cached_property
     def by_file(self) -> dict[Path, list[Copy]]:
-        """The copies by the file that they are, links resolved."""
-        files: dict[Path, list[Copy]] = {}
-        for copy in self.copies:
-            files.setdefault(copy.file, []).append(copy)
-        return files
+        """What exists, by the file that it is, links resolved."""
+        return grouped(copy for copy in self.copies if copy.exists)
 
     def at(self, scope: Scope, directory: str) -> list[Copy]:
         """The places of all skills in a directory."""

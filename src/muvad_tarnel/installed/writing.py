@@ -190,11 +190,13 @@ def reason_to_keep(copy: Copy) -> str:
         return f"a link to {link.readlink()}"
     if copy.obstacle:
         return copy.obstacle.problem
-    if copy.state is State.FOREIGN:
-        return "not written by this package"
-    if copy.state is State.NEWER:
-        return "newer than this package"
-    return "" if copy.is_ours else "edited"
+    return "" if copy.is_ours and copy.state is not State.NEWER else difference(copy)
+
+
+def difference(copy: Copy) -> str:
+    """How the text of a copy differs from what this package wrote."""
+    reasons = {State.FOREIGN: "not written by this package", State.NEWER: "newer than this package"}
+    return reasons.get(copy.state, "edited")
 
 
 def remove(copy: Copy, *, force: bool) -> None:

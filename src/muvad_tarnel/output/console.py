@@ -5,7 +5,6 @@ import sys
 import click
 
 from muvad_tarnel import __version__
-from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.output.report import Document, Record, Report
 from muvad_tarnel.output.text import Style, output_encoding, printable, silence
 
@@ -75,11 +74,6 @@ def object_text(command: str, report: Report, indent: int | None = None) -> str:
         "results": list(report.results),
         "agents": list(report.agents),
         "advice": list(report.advice),
-        "errors": [error_record(error) for error in report.errors],
+        "errors": [{key: part or None for key, part in error._asdict().items()} for error in report.errors],
     }
     return json.dumps(record, indent=indent) + "\n"
-
-
-def error_record(error: Obstacle) -> Record:
-    """An error for programs."""
-    return {"path": error.path or None, "problem": error.problem, "remedy": error.remedy or None}
