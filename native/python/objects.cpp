@@ -36,6 +36,18 @@ bool has_only_texts(PyObject* sequence) {
     return true;
 }
 
+// Writes into a new str, and gives the number of characters.
+Py_ssize_t write_ascii(PyObject* text, Py_ssize_t start, std::string_view ascii) {
+    const int kind = PyUnicode_KIND(text);
+    void* data = PyUnicode_DATA(text);
+    if (kind == PyUnicode_1BYTE_KIND)
+        std::ranges::copy(ascii, static_cast<Py_UCS1*>(data) + start);
+    else
+        for (std::size_t i = 0; i < ascii.size(); i++)
+            PyUnicode_WRITE(kind, data, start + static_cast<Py_ssize_t>(i), ascii[i]);
+    return static_cast<Py_ssize_t>(ascii.size());
+}
+
 }  // namespace
 
 Ref item_if_any(PyObject* dict, PyObject* key) {
@@ -91,8 +103,7 @@ Ref joined(std::initializer_list<Piece> pieces) {
     index = 0;
     for (const auto& [literal, object] : pieces) {
         const Ref& text = texts[index++];
-        for (const char character : literal)
-            PyUnicode_WRITE(PyUnicode_KIND(whole.get()), PyUnicode_DATA(whole.get()), end++, character);
+        end += write_ascii(whole, end, literal);
         if (object != nullptr)
             end += checked(PyUnicode_CopyCharacters(whole, end, text, 0, PyUnicode_GET_LENGTH(text.get())));
     }

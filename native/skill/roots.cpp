@@ -170,8 +170,8 @@ bool are_keys_of(PyObject* roots, PyObject* keys) {
     if (PySequence_Fast_GET_SIZE(keys) != PyDict_GET_SIZE(roots)) return false;
     PyObject* key = nullptr;
     Py_ssize_t index = 0;
-    for (Py_ssize_t position = 0; PyDict_Next(roots, &position, &key, nullptr) != 0;)
-        if (PySequence_Fast_GET_ITEM(keys, index++) != key) return false;
+    for (Py_ssize_t position = 0; PyDict_Next(roots, &position, &key, nullptr) != 0; index++)
+        if (PySequence_Fast_GET_ITEM(keys, index) != key) return false;
     return true;
 }
 
