@@ -88,13 +88,6 @@ void make_directory(const SystemPath& path, Parents parents) {
     make_directory(path, Parents::expect);
 }
 
-// Opens a file, after the audit event.
-void open(const SystemPath& path, disk::File& file) {
-    if (PySys_Audit("open", "Osi", path.text(), "w", disk::flags_for_writing) < 0) throw PythonError{};
-    const int error = retried([&] { return file.open(path.c_str(), disk::flags_for_writing); });
-    if (error != 0) throw_os_error(error, path.text());
-}
-
 [[noreturn]] void throw_write_error(int error) {
     if (error != EAGAIN) throw_os_error(error);
     const Ref blocking = checked(
@@ -164,10 +157,16 @@ void make_directories(const SystemPath& path) {
 }
 
 void write_text(const SystemPath& path, std::string_view utf8) {
+    if (PySys_Audit("open", "Osi", path.text(), "w", disk::flags_for_writing) < 0) throw PythonError{};
     disk::File file;
-    open(path, file);
-    const int error = without_gil([&] { return disk::write_and_close(file, utf8); });
-    if (error != 0) throw_write_error(error);
+    int write_error = 0;
+    const int open_error = retried([&] {
+        const int error = file.open(path.c_str(), disk::flags_for_writing);
+        if (error == 0) write_error = disk::write_and_close(file, utf8);
+        return error;
+    });
+    if (open_error != 0) throw_os_error(open_error, path.text());
+    if (write_error != 0) throw_write_error(write_error);
     handle_signals();
 }
 

@@ -212,17 +212,10 @@ void Originals::Attributes::tag() noexcept {
 }
 
 bool Originals::hold() {
-    if (!is_found_) {
-        is_found_ = find();
-        if (!is_found_) {
-            entries_.clear();
-            functions_.clear();
-            parts_.clear();
-            attributes_.clear();
-            return false;
-        }
-    }
+    if (!is_found_) is_found_ = find();
+    if (!is_found_) return false;
     if (has_changed()) {
+        entries_hold_ = false;  // should the comparison throw
         seen_changes_ = DictWatcher::changes();
         for (Attributes& attributes : attributes_) attributes.tag();
         entries_hold_ = compare();
@@ -247,7 +240,10 @@ bool Originals::compare() {
 }
 
 bool Originals::find() {
-    entries_.reserve(names_.size());
+    entries_.clear();  // what an earlier attempt has left
+    functions_.clear();
+    parts_.clear();
+    attributes_.clear();
     if (!std::ranges::all_of(names_, [this](const Name& name) { return find_name(name); })) return false;
     if (!std::ranges::all_of(classes_, [this](const Class& definition) { return find_class(definition); }))
         return false;

@@ -57,13 +57,14 @@ std::optional<Base> root_base(const CallContext& context, PyObject* project_root
     return base;
 }
 
+bool is_given(PyObject* project_root) { return !is_none(project_root) && !python::is_empty_text(project_root); }
+
 std::optional<Base> plain_base(const CallContext& context, PyObject* scope, PyObject* project_root) {
     PyObject* path_type = context.global_if_plain(name::Path);
     if (path_type == nullptr || !context.standard_library().has_original_paths(path_type)) return {};
     if (python::is_same_text(scope, context[literal::user])) return home_base(context);
     if (!python::is_same_text(scope, context[literal::project])) return {};
-    const bool is_given = !is_none(project_root) && !python::is_empty_text(project_root);
-    if (is_given) return root_base(context, project_root);
+    if (is_given(project_root)) return root_base(context, project_root);
     const Ref current = checked(PyObject_CallNoArgs(context.standard_library().getcwd()));
     return root_base(context, current);
 }
@@ -90,6 +91,8 @@ std::optional<python::SystemPath> plain_path(const CallContext& context, PyObjec
 Target::Target(const CallContext& context, PyObject* scope, PyObject* project_root, PyObject* skill_name,
                PyObject* skills_dir)
     : context_(context), plain_(plain_path(context, scope, project_root, skill_name, skills_dir)) {
+    // Asking for the current directory lets other threads run.
+    may_have_changed_ = !is_given(project_root) && !python::is_same_text(scope, context[literal::user]);
     if (!plain_) object_ = context.call(name::skill_target_path, {scope, project_root, skill_name, skills_dir});
 }
 
