@@ -82,6 +82,14 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
     assert answer("shadowed", *agents("claude"), "--check")["results"] == []
 
 
+def test_what_stands_in_the_way_is_no_success(home: Path) -> None:
+    (home / ".claude").write_text("a file")
+    assert (run("plan").exit_code, run("install", "--dry-run").exit_code) == (1, 1)
+    (home / ".claude").unlink()
+    put(home, ".claude/skills", "unreadable")
+    assert "No other installed copy differs" in run("diff").stdout
+
+
 def test_a_project_at_home_counts_once(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
     monkeypatch.chdir(home)
     put(home, ".claude/skills")

@@ -31,7 +31,11 @@ def diff(request: Request) -> Report:
     differing = [copy for copy in copies if copy.content is not None and not copy.is_ours and not copy.misplaced]
     blocks: list[Block] = [Document("".join(map(unified, differing)), is_diff=True)]
     if not differing:
-        blocks = [Line("No installed copy differs from this package's documents.", Tone.GOOD)]
+        blocks = [
+            Line("No other installed copy differs from this package's documents.")
+            if unreadable
+            else Line("No installed copy differs from this package's documents.", Tone.GOOD)
+        ]
     return Report(
         blocks,
         [copy_record(copy) | {"difference": difference(copy), "diff": unified(copy)} for copy in differing],

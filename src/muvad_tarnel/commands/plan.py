@@ -10,7 +10,7 @@ from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-@skill_command("one", agents="claude", fails_if=NOTHING_TO_LOOK_AT)
+@skill_command("one", agents="claude", fails_if=f"{NOTHING_TO_LOOK_AT}, or the install would fail")
 def plan(request: Request) -> Report:
     """Show which directories an install writes, and why.
 
@@ -38,6 +38,7 @@ def plan(request: Request) -> Report:
         agents=agent_records(chosen.after, [scope], request.agents),
         advice=advice_records(request, hints),
         errors=chosen.obstacles,
+        exit_code=int(bool(chosen.obstacles)),
     )
 
 

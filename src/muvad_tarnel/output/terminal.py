@@ -75,9 +75,15 @@ def diff_style(line: str) -> str:
 
 
 def widths_of(table: Table, marks: dict[Tone, str], available: int) -> list[int]:
-    """The widths at which the columns fit with no word broken; none if there are no such widths."""
+    """The widths at which the columns fit with no word broken; none if there are no such widths.
+
+    Where rows share their last cells, one line stands for a row: the cells between must not wrap.
+    """
+    head, tail = table.shared
     cells = [[text_of(cell, marks).plain for cell in column] for column in zip(table.columns, *table.rows, strict=True)]
     least = [max(cell_len(word) for text in column for word in text.split() or [""]) for column in cells]
+    if tail:
+        least[head:-tail] = [max(map(cell_len, column)) for column in cells[head:-tail]]
     widths = [max(map(cell_len, column)) for column in cells]
     while sum(widths) + 2 * len(widths) - 1 > available:
         slack = [width - minimum for width, minimum in zip(widths, least, strict=True)]
