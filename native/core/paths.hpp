@@ -1,7 +1,7 @@
 // Paths as pathlib joins and writes them on POSIX, without looking at any file.
 #pragma once
 
-#include <initializer_list>
+#include <cstddef>
 #include <string>
 #include <string_view>
 

@@ -35,7 +35,6 @@ class File {
     ~File() { static_cast<void>(close()); }
 
     [[nodiscard]] int open(const char* path, int flags) noexcept;
-    [[nodiscard]] bool is_open() const noexcept { return descriptor_ >= 0; }
     [[nodiscard]] int close() noexcept;  // not to be tried again, whatever it returns
     [[nodiscard]] int descriptor() const noexcept { return descriptor_; }
 

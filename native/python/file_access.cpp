@@ -27,23 +27,20 @@ void set_os_error(int error, PyObject* file_name = nullptr) {
 
 void handle_signals() { checked(PyErr_CheckSignals()); }
 
-// Runs a system call of which Python handles the signals that interrupt it, and tries it again.
-template <typename Call>
-int retried(Call&& call) {
-    for (;;) {
-        const int error = [&] {
-            const ReleasedGil released;
-            return call();
-        }();
-        if (error != EINTR) return error;
-        handle_signals();
-    }
-}
-
 template <typename Call>
 int without_gil(Call&& call) {
     const ReleasedGil released;
     return call();
+}
+
+// Runs a system call of which Python handles the signals that interrupt it, and tries it again.
+template <typename Call>
+int retried(Call&& call) {
+    for (;;) {
+        const int error = without_gil(call);
+        if (error != EINTR) return error;
+        handle_signals();
+    }
 }
 
 // Errors for which pathlib says that a path leads to nothing.

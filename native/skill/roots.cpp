@@ -7,6 +7,8 @@ namespace tarnel::skill {
 
 namespace {
 
+bool is_sequence_of_texts(PyObject* object) { return is_list_of_texts(object) || is_tuple_of_texts(object); }
+
 // `dict.fromkeys(texts)`, for a list or tuple of plain strings
 Ref distinct_texts(PyObject* texts) {
     Ref distinct = checked(PyDict_New());
@@ -35,7 +37,7 @@ bool is_plain(PyObject* agent_roots) {
 }
 
 Ref distinct_keys(const CallContext& context, PyObject* agent_keys) {
-    if (is_list_of_texts(agent_keys) || is_tuple_of_texts(agent_keys)) return distinct_texts(agent_keys);
+    if (is_sequence_of_texts(agent_keys)) return distinct_texts(agent_keys);
     auto* dict_type = reinterpret_cast<PyObject*>(&PyDict_Type);
     return context.call_method(dict_type, name::fromkeys, {agent_keys});
 }
@@ -137,7 +139,7 @@ void add_roots_of_texts(const CallContext& context, PyObject* roots, PyObject* k
 Ref _agent_roots(const CallContext& context) {
     const auto [agent_keys, scope] = context.arguments<2>();
     Ref roots = checked(PyDict_New());
-    if (is_list_of_texts(agent_keys) || is_tuple_of_texts(agent_keys)) {
+    if (is_sequence_of_texts(agent_keys)) {
         add_roots_of_texts(context, roots, agent_keys, scope);
         return roots;
     }
@@ -166,7 +168,7 @@ namespace {
 
 // Whether the sequence is the mapping's keys, the very objects, in their order.
 bool are_keys_of(PyObject* roots, PyObject* keys) {
-    if (!is_list_of_texts(keys) && !is_tuple_of_texts(keys)) return false;
+    if (!is_sequence_of_texts(keys)) return false;
     if (PySequence_Fast_GET_SIZE(keys) != PyDict_GET_SIZE(roots)) return false;
     PyObject* key = nullptr;
     Py_ssize_t index = 0;

@@ -45,11 +45,16 @@ constexpr core::CharacterClasses character_classes = {
     },
 };
 
+// Whether versions are taken apart by `re.match` and nothing else.
+bool matches_plainly(const CallContext& context) {
+    PyObject* re = context.global_if_plain(name::re);
+    return re != nullptr && context.standard_library().has_original_matching(re);
+}
+
 // The fast path of a comparison of keys; nothing when it is not to be taken.
 std::optional<std::strong_ordering> compare_plain_versions(const CallContext& context, PyObject* left,
                                                            PyObject* right) {
-    PyObject* re = context.global_if_plain(name::re);
-    if (re == nullptr || !context.standard_library().has_original_matching(re)) return {};
+    if (!matches_plainly(context)) return {};
     const auto left_text = python::utf8_of(left);
     const auto right_text = python::utf8_of(right);
     if (!left_text || !right_text) return {};
@@ -60,8 +65,7 @@ bool holds(std::strong_ordering order, int operation) { return operation == Py_L
 
 // The fast path of `_version_tuple`; null when it is not to be taken.
 Ref plain_version_key(const CallContext& context, PyObject* version) {
-    PyObject* re = context.global_if_plain(name::re);
-    if (re == nullptr || !context.standard_library().has_original_matching(re)) return {};
+    if (!matches_plainly(context)) return {};
     auto rest = python::utf8_of(version);
     if (!rest) return {};
     const Py_ssize_t count = std::ranges::count(*rest, '.') + 1;
