@@ -64,6 +64,7 @@ std::optional<Base> root_base(const CallContext& context, PyObject* project_root
 bool is_given(PyObject* project_root) { return !is_none(project_root) && !python::is_empty_text(project_root); }
 
 std::optional<Base> plain_base(const CallContext& context, PyObject* scope, PyObject* project_root) {
+    if (!context.is_own(name::_scope_base, function::_scope_base.body)) return {};
     PyObject* path_type = context.global_if_plain(name::Path);
     if (path_type == nullptr || !context.standard_library().has_original_paths(path_type)) return {};
     if (python::is_same_text(scope, context[literal::user])) return home_base(context);
@@ -79,8 +80,7 @@ constexpr std::ptrdiff_t most_components = 200;
 std::optional<python::SystemPath> plain_path(const CallContext& context, PyObject* scope, PyObject* project_root,
                                              PyObject* skill_name, PyObject* skills_dir) {
     if (!context.is_own(name::skill_target_path, function::skill_target_path.body) ||
-        !context.is_own(name::_scope_base, function::_scope_base.body) || !PyUnicode_CheckExact(skill_name) ||
-        !PyUnicode_CheckExact(skills_dir))
+        !PyUnicode_CheckExact(skill_name) || !PyUnicode_CheckExact(skills_dir))
         return {};
     std::optional<Base> base = plain_base(context, scope, project_root);
     if (!base) return {};
@@ -162,9 +162,7 @@ namespace {
 // The fast path of `skill_target_path`; null when it is not to be taken.
 Ref plain_object(const CallContext& context, PyObject* scope, PyObject* project_root, PyObject* skill_name,
                  PyObject* skills_dir) {
-    if (!context.is_own(name::_scope_base, function::_scope_base.body) || !PyUnicode_CheckExact(skill_name) ||
-        !PyUnicode_CheckExact(skills_dir))
-        return {};
+    if (!PyUnicode_CheckExact(skill_name) || !PyUnicode_CheckExact(skills_dir)) return {};
     std::optional<Base> base = plain_base(context, scope, project_root);
     if (!base) return {};
     if (base->argument.get() == nullptr) base->argument = python::text_of(base->text.text());
