@@ -3,11 +3,11 @@
 #include <opcode.h>
 
 #include <algorithm>
-#include <span>
 #include <string>
 
 #include "python/boundary.hpp"
 #include "python/recursion.hpp"
+#include "runtime/unwinder.hpp"
 
 namespace tarnel::python {
 
@@ -32,9 +32,7 @@ PyObject* call_body(PyObject* capsule, PyObject* const* arguments, Py_ssize_t co
         return nullptr;
     }
     return guarded([&] {
-        const RecursiveCall recursive;
-        return native->body(CallContext(globals, PyEval_GetBuiltins(), *native->shared,
-                                        std::span(arguments, static_cast<std::size_t>(count))));
+        return native->run(globals, PyEval_GetBuiltins(), std::span(arguments, static_cast<std::size_t>(count)));
     });
 }
 
@@ -95,6 +93,15 @@ Ref capsule_of(std::unique_ptr<NativeBody> native) {
 }
 
 }  // namespace
+
+Ref NativeBody::run(PyObject* globals, PyObject* builtins, std::span<PyObject* const> arguments) const {
+    if (const char* problem = runtime::load_unwinder(); problem != nullptr) {
+        PyErr_SetString(PyExc_ImportError, problem);
+        return {};
+    }
+    const RecursiveCall recursive;
+    return body(CallContext(globals, builtins, *shared, arguments));
+}
 
 Ref make_code(const Definition& definition, PyObject* file, const std::shared_ptr<Shared>& shared) {
     const int parameters = definition.parameters.size();
