@@ -40,15 +40,8 @@ def find_project_root() -> Path:
         start = Path.cwd()
     except OSError as error:
         raise Failure(f"no current directory ({error.strerror})", "name the project with -C DIR") from error
-    return next((folder for folder in (start, *start.parents) if holds_git(folder)), start)
-
-
-def holds_git(folder: Path) -> bool:
-    """Whether `.git`, a folder or a file, is in `folder`."""
-    try:
-        return (folder / ".git").exists()
-    except OSError:
-        return False
+    folders = (start, *start.parents)
+    return next((folder for folder in folders if os.path.exists(folder / ".git")), start)  # noqa: PTH110 (never raises)
 
 
 def agents_in_use(home: Path) -> tuple[str, ...]:

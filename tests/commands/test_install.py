@@ -74,7 +74,7 @@ def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> Non
 def test_a_plan_gives_its_reasons() -> None:
     said = answer("plan", *agents("claude", "cursor", "windsurf"), "--scope", "project")
     assert {r["directory"]: {s["agent"]: s["why"] for s in r["serves"]} for r in said["results"]} == {
-        ".claude/skills": {"claude": "its own directory", "cursor": "shared, in place of .cursor/skills"},
+        ".claude/skills": {"claude": "its own directory", "cursor": "shared, instead of its own"},
         ".windsurf/skills": {"windsurf": "its own directory"},
     }
     assert said["avoided_duplicates"] == ["cursor"]

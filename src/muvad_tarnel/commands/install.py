@@ -6,14 +6,14 @@ from muvad_tarnel.commands.changes import Outcome, report_of, write_all
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import twice_lines
-from muvad_tarnel.hints import joined, names_of
+from muvad_tarnel.hints import joined, who_find
 from muvad_tarnel.installed.survey import Survey, each_once
 from muvad_tarnel.output.report import Block, Line, Report, Tone
 from muvad_tarnel.planning import Plan
 from muvad_tarnel.setup import skill
 
 
-@skill_command("one", agents="claude", fails_if="a skill could not be installed, or no agent was detected")
+@skill_command("one", agents="claude")
 @click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies that the agents read.")
 @dry_run_option
 def install(request: Request, *, force: bool, dry_run: bool) -> Report:
@@ -39,10 +39,10 @@ def install(request: Request, *, force: bool, dry_run: bool) -> Report:
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 
     def remarks(after: Survey) -> list[Block]:
-        return [*satisfied(request), *twice_lines(request, after, scope, "would find" if dry_run else "")]
+        return [*satisfied(request), *twice_lines(request, after, scope, "would" if dry_run else "")]
 
     report = report_of(request, outcomes, request.agents, dry_run=dry_run, remarks=remarks)
-    return report._replace(facts={**(report.facts or {}), "scope": scope, "root": str(request.root)})
+    return report._replace(facts={"dry_run": dry_run, "scope": scope, "root": str(request.root)})
 
 
 def satisfied(request: Request) -> list[Block]:
@@ -50,14 +50,13 @@ def satisfied(request: Request) -> list[Block]:
     places: dict[tuple[str, ...], list[str]] = {}
     for agent in request.agents:
         if not request.survey.lacking(agent, [request.scope]):
-            found = [
+            found = (
                 request.place(request.scope, copy.directory)
                 for name in skill.SKILL_TEMPLATES
                 for copy in request.survey.finds(agent, request.scope, name).values()
-            ]
+            )
             places.setdefault(tuple(dict.fromkeys(found)), []).append(agent)
-    lines: list[Block] = []
-    for where, agents in places.items():
-        verb = "finds" if len(agents) == 1 else "find"
-        lines.append(Line(f"{names_of(agents)} already {verb} every skill in {joined(where)}.", Tone.GOOD))
-    return lines
+    return [
+        Line(f"{who_find(agents, 'already')} every skill in {joined(where)}.", Tone.GOOD)
+        for where, agents in places.items()
+    ]

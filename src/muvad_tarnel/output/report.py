@@ -26,12 +26,11 @@ class Cell(NamedTuple):
 
 
 class Table(NamedTuple):
-    """Rows under headings. `shared` counts the leading and trailing columns that neighbouring rows may share."""
+    """Rows under headings."""
 
     title: str
     columns: tuple[str, ...]
     rows: list[tuple[str | Cell, ...]]
-    shared: tuple[int, int] = (0, 0)
 
 
 class Line(NamedTuple):
@@ -42,7 +41,7 @@ class Line(NamedTuple):
 
 
 class Command(NamedTuple):
-    """A command line to copy, after what it is for. It is never wrapped."""
+    """A command line to copy, after what it is for, or a path and what is wrong there. It is never wrapped."""
 
     label: str
     text: str
