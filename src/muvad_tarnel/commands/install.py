@@ -5,8 +5,8 @@ import click
 from muvad_tarnel.commands.changes import Outcome, report_of, write_all
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import twice_lines
-from muvad_tarnel.hints import joined, who_find
+from muvad_tarnel.commands.wording import times
+from muvad_tarnel.hints import joined, skills_of, who_find
 from muvad_tarnel.installed.survey import Survey, each_once
 from muvad_tarnel.output.report import Block, Line, Report, Tone
 from muvad_tarnel.planning import Plan
@@ -39,24 +39,29 @@ def install(request: Request, *, force: bool, dry_run: bool) -> Report:
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 
     def remarks(after: Survey) -> list[Block]:
-        return [*satisfied(request), *twice_lines(request, after, scope, "would" if dry_run else "")]
+        return finding_lines(request, after, "would" if dry_run else "")
 
     report = report_of(request, outcomes, request.agents, dry_run=dry_run, remarks=remarks)
     return report._replace(facts={"dry_run": dry_run, "scope": scope, "root": str(request.root)})
 
 
-def satisfied(request: Request) -> list[Block]:
-    """The agents that need nothing new, by where they find every skill."""
-    places: dict[tuple[str, ...], list[str]] = {}
-    for agent in request.agents:
-        if not request.survey.lacking(agent, [request.scope]):
-            found = (
-                request.place(request.scope, copy.directory)
-                for name in skill.SKILL_TEMPLATES
-                for copy in request.survey.finds(agent, request.scope, name).values()
-            )
-            places.setdefault(tuple(dict.fromkeys(found)), []).append(agent)
+def finding_lines(request: Request, after: Survey, how: str) -> list[Block]:
+    """Which agents need nothing new, and which find a skill several times: a line for the same places."""
+    agents: dict[tuple[str, tuple[str, ...], tuple[str, ...]], list[str]] = {}
+    for agent in dict.fromkeys((*request.agents, *request.in_use)):
+        skills: dict[tuple[str, tuple[str, ...]], list[str]] = {}
+        for name in skill.SKILL_TEMPLATES:
+            before, now = (survey.finds(agent, request.scope, name) for survey in (request.survey, after))
+            is_old = before.keys() == now.keys()
+            if len(now) > 1 or (now and is_old and agent in request.agents):
+                places = tuple(sorted(request.place(request.scope, copy.directory) for copy in now.values()))
+                skills.setdefault(("already" if is_old else how, places), []).append(name)
+        for (word, places), names in skills.items():
+            agents.setdefault((word, places, tuple(names)), []).append(agent)
     return [
-        Line(f"{who_find(agents, 'already')} every skill in {joined(where)}.", Tone.GOOD)
-        for where, agents in places.items()
+        Line(
+            f"{who_find(who, word)} {skills_of(names)}{times(len(places))} in {joined(places)}.",
+            Tone.GOOD if len(places) == 1 else Tone.WARNING,
+        )
+        for (word, places, names), who in agents.items()
     ]

@@ -2,7 +2,7 @@
 
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import advice_records, agent_records, scope_title, twice_lines
+from muvad_tarnel.commands.wording import advice_records, agent_records, scope_title
 from muvad_tarnel.hints import advice, joined, names_of, who_find
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
 from muvad_tarnel.planning import Plan
@@ -26,7 +26,7 @@ def plan(request: Request) -> Report:
     scope = request.scope
     chosen = Plan(request.survey, scope, request.agents, force=False)
     return Report(
-        [table(request, chosen), *verdict(chosen), *twice_lines(request, chosen.after, scope, "would")],
+        [table(request, chosen), *verdict(chosen)],
         [record(request, chosen, directory) for directory in chosen.directories],
         {"scope": scope, "root": str(request.root), "avoided_duplicates": avoided(chosen)},
         agents=agent_records(chosen.after, [scope], request.agents),

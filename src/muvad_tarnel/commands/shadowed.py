@@ -11,7 +11,7 @@ from muvad_tarnel.commands.wording import EFFECTS, advice_blocks, advice_records
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import Advice, names_of, removal_of, skills_of, updating
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.shadowing import Shadow, shadows_among
+from muvad_tarnel.installed.survey import Shadow
 from muvad_tarnel.installed.writing import obstacle_to_removing
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Record, Report, Table, Tone
 from muvad_tarnel.roots import SCOPES
@@ -33,7 +33,7 @@ def shadowed(request: Request, *, check: bool) -> Report:
     """
     survey = request.survey
     agents = request.named or tuple(survey.finders(request.scopes))
-    shadows = sorted(shadows_among(survey, agents), key=lambda shadow: not shadow.is_different)
+    shadows = sorted(survey.shadows(agents), key=lambda shadow: not shadow.is_different)
     different = [shadow for shadow in shadows if shadow.is_different]
     stale = {copy.scope for shadow in different for copy in (shadow.user, shadow.project) if copy.is_stale}
     hints = Advice(tuple(hint for scope in SCOPES if scope in stale for hint in updating(survey, scope).hints))
@@ -103,7 +103,7 @@ def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
     """The two ways out for people: no agent may be left with neither copy, so they are alternatives."""
     where = {"user": "in other repositories", "project": "in other clones of this repository"}
     for scope in SCOPES if shadows else ():
-        ways = ways_out(request, [shadow.copy(scope) for shadow in shadows])
+        ways = ways_out(request, [shadow.user if scope == "user" else shadow.project for shadow in shadows])
         losing = [agent for agent in AGENT_CONFIG if any(agent in way.losing for way in ways)]
         loss = f", which is lost to {names_of(losing)} {where[scope]}" if losing else ""
         yield Line(f"{'Either' if scope == 'user' else 'Or'} remove the {scope} copy{loss}:")
@@ -113,7 +113,7 @@ def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
 
 def record(request: Request, shadow: Shadow) -> Record:
     """Two copies for programs."""
-    ways = [ways_out(request, [shadow.copy(scope)])[0] for scope in SCOPES]
+    ways = [way for copy in (shadow.user, shadow.project) for way in ways_out(request, [copy])]
     return {
         "skill": shadow.user.skill,
         "user_path": str(shadow.user.path),

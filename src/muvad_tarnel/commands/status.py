@@ -21,7 +21,6 @@ from muvad_tarnel.commands.wording import (
 from muvad_tarnel.hints import Advice, advice, joined, lacking_at
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.shadowing import shadows_among
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
 from muvad_tarnel.setup import skill
@@ -130,7 +129,7 @@ def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
     }
     for places in sorted(linked):
         yield Line(f"{joined(dict.fromkeys(places))} lead to the same files, which count once.")
-    shadows = shadows_among(request.survey, request.named or tuple(AGENT_CONFIG)) if len(request.scopes) == 2 else []
+    shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
     if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
         yield Line(f"The copies of {joined(names)} at the two scopes differ, and one may hide the other.", Tone.WARNING)
         yield Command("to see:", command_line(request.command(None, ["shadowed"])))

@@ -3,7 +3,7 @@
 from collections.abc import Iterable, Sequence
 
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.hints import Advice, joined, skills_of, who_find
+from muvad_tarnel.hints import Advice, joined
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey, readers_of
@@ -126,16 +126,14 @@ def advice_blocks(request: Request, advice: Advice) -> list[Block]:
 
 def command_line(words: Sequence[str]) -> str:
     """A command as a shell takes it."""
-    if all(word.replace("/", "").replace(".", "").replace("-", "").replace("_", "").isalnum() for word in words):
-        return " ".join(words)
-    from shlex import join  # noqa: PLC0415 (seldom needed)
+    from shlex import join  # noqa: PLC0415 (not needed with --json)
 
     return join(words)
 
 
 def times(number: int) -> str:
-    """How often."""
-    return "twice" if number == 2 else f"{number} times"
+    """How often, after a space; nothing for once."""
+    return {0: "", 1: "", 2: " twice:"}.get(number, f" {number} times:")
 
 
 def finds_cell(request: Request, survey: Survey, agent: str, scope: Scope) -> Cell:
@@ -145,29 +143,9 @@ def finds_cell(request: Request, survey: Survey, agent: str, scope: Scope) -> Ce
         found = survey.finds(agent, scope, name).values()
         skills.setdefault(tuple(request.place(scope, copy.directory) for copy in found), []).append(name)
     words = [
-        (f"{', '.join(names)}: " if len(skills) > 1 else "")
-        + (f"{times(len(places))}: " if len(places) > 1 else "")
-        + (joined(places) if places else "nowhere")
+        f"{', '.join(names)}:{times(len(places))} {joined(places) if places else 'nowhere'}"
         for places, names in skills.items()
     ]
+    text = "; ".join(words) if len(words) > 1 else words[0].partition(": ")[2]
     counts = {len(places) for places in skills}
-    return Cell("; ".join(words), Tone.GOOD if counts == {1} else Tone.NEUTRAL if counts == {0} else Tone.WARNING)
-
-
-def twice_lines(request: Request, survey: Survey, scope: Scope, how: str = "") -> list[Block]:
-    """Who finds skills several times at a scope, among the agents named or detected: a line for the same places."""
-    seen: dict[tuple[str, ...], tuple[dict[str, None], dict[str, None]]] = {}
-    for agent in dict.fromkeys((*request.named, *request.in_use)):
-        for name in skill.SKILL_TEMPLATES:
-            found = survey.finds(agent, scope, name).values()
-            if len(found) > 1:
-                agents, names = seen.setdefault(tuple(sorted(copy.directory for copy in found)), ({}, {}))
-                agents[agent] = names[name] = None
-    return [
-        Line(
-            f"{who_find(list(agents), how)} {skills_of(names)} {times(len(directories))}: in "
-            f"{joined(request.place(scope, directory) for directory in directories)}.",
-            Tone.WARNING,
-        )
-        for directories, (agents, names) in seen.items()
-    ]
+    return Cell(text, Tone.GOOD if counts == {1} else Tone.NEUTRAL if counts == {0} else Tone.WARNING)
