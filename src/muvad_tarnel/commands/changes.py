@@ -15,7 +15,7 @@ from muvad_tarnel.commands.wording import (
     copy_tables,
 )
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import advice, count
+from muvad_tarnel.hints import Advice, advice, count
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey
@@ -122,9 +122,9 @@ def report_of(
     removed = [outcome.copy for outcome in outcomes if outcome.is_done and outcome.action == "remove"]
     written = [outcome.copy for outcome in outcomes if outcome.is_done and outcome.action != "remove"]
     after = survey.changed(State.MISSING, removed).changed(State.CURRENT, written)
-    # Hints are for what is on the disk, which a dry run has not changed.
-    hints = advice(survey if dry_run else after, request.scopes, agents)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
+    # Hints are for what is on the disk, which a dry run has not changed. What has failed is not to be tried at once.
+    hints = Advice() if obstacles else advice(survey if dry_run else after, request.scopes, agents)
     return Report(
         [
             *copy_tables(request, "Result", ((o.copy, result_cell(o, dry_run=dry_run)) for o in outcomes)),

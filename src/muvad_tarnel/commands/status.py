@@ -128,7 +128,8 @@ def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
         if len(same) > 1 and any(c in copies and c.exists for c in same)
     }
     for places in sorted(linked):
-        yield Line(f"{joined(dict.fromkeys(places))} lead to the same files, which count once.")
+        if len(set(places)) > 1:
+            yield Line(f"{joined(places)} lead to the same files, which count once.")
     shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
     if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
         yield Line(f"The copies of {joined(names)} at the two scopes differ, and one may hide the other.", Tone.WARNING)

@@ -42,8 +42,11 @@ def denied(place: Path, mode: int) -> Obstacle | None:
     """Why a file or directory may not be used this way, if it may not."""
     if os.access(place, mode):
         return None
-    is_read_only = os.statvfs(place).f_flag & os.ST_RDONLY
-    code = errno.EROFS if is_read_only else errno.EACCES
+    code = errno.EACCES
+    if os.statvfs(place).f_flag & os.ST_RDONLY:
+        code = errno.EROFS
+        while not place.is_mount():  # which is what is read-only, for all copies there
+            place = place.parent
     return obstacle_of(OSError(code, os.strerror(code)), place)
 
 
@@ -60,8 +63,9 @@ def replace(copy: Copy) -> Path | None:
     Raises `OSError`; then the old file is still there.
     """
     folder = copy.file.parent
-    folder.mkdir(parents=True, exist_ok=True)
+    missing = [place for place in (folder, *folder.parents) if not place.exists()]
     try:
+        folder.mkdir(parents=True, exist_ok=True)
         with staged(folder, document(copy.skill).encode(), copy) as temporary:
             now = as_it_is(copy)
             if now.state is State.CURRENT:  # another installer was faster
@@ -75,9 +79,9 @@ def replace(copy: Copy) -> Path | None:
                 raise
             return kept
     finally:
-        if not copy.exists:
-            with suppress(OSError):  # not empty, unless it has failed
-                folder.rmdir()
+        with suppress(OSError):  # not empty, unless it has failed
+            for place in missing:
+                place.rmdir()
 
 
 def as_it_is(copy: Copy) -> Copy:
