@@ -2,7 +2,7 @@
 
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import advice_records, agent_records, scope_title
+from muvad_tarnel.commands.wording import advice_records, agent_records
 from muvad_tarnel.hints import advice, joined, names_of, who_find
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
 from muvad_tarnel.planning import Plan
@@ -65,7 +65,7 @@ def table(request: Request, chosen: Plan) -> Table:
         )
         for (directory, reason, tone), names in served.items()
     ]
-    return Table(scope_title(request, chosen.scope), ("Directory", "Files", "Serves", "Why"), rows)
+    return Table(f"{chosen.scope.capitalize()} scope: {request.root}", ("Directory", "Files", "Serves", "Why"), rows)
 
 
 def written_to(chosen: Plan, directory: str) -> list[str]:

@@ -47,11 +47,6 @@ def readers_in_words(request: Request, directory: str, scope: Scope) -> str:
     return ", ".join([*names, *([f"{others} {'others' if names else 'agents'}"] if others else [])])
 
 
-def scope_title(request: Request, scope: Scope) -> str:
-    """The title of a table about one scope."""
-    return f"{scope.capitalize()} scope: {request.roots[scope]}"
-
-
 def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Cell]]) -> list[Block]:
     """The copies, a table for each scope, and a row for those skills of a directory of which the same is to be said."""
     skills: dict[tuple[Scope, str, Cell], list[str]] = {}
@@ -60,7 +55,10 @@ def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Cell]
     tables: dict[Scope, Table] = {}
     for (scope, directory, cell), names in skills.items():
         table = tables.setdefault(
-            scope, Table(scope_title(request, scope), ("Directory", "Skills", column, "Read by"), [])
+            scope,
+            Table(
+                f"{scope.capitalize()} scope: {request.roots[scope]}", ("Directory", "Skills", column, "Read by"), []
+            ),
         )
         which = "all" if len(names) == len(skill.SKILL_TEMPLATES) else ", ".join(names)
         readers = readers_in_words(request, directory, scope)

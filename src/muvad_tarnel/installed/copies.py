@@ -65,20 +65,17 @@ class Copy(NamedTuple):
 
 def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     """Every skill's place in a skills directory. Raises nothing for what is on the disk."""
-    folder = actual = root / directory
-    is_there, obstacle = False, None
-    # Most directories of the table are missing from the first part on: then there is nothing to resolve.
-    if os.path.lexists(f"{root}/{directory.partition('/')[0]}"):
-        actual = Path(os.path.realpath(folder))
-        try:
-            is_there = folder.is_dir()
-            obstacle = None if is_there else dangling(folder)
-        except OSError as error:
-            obstacle = obstacle_of(error, folder)
+    folder = root / directory
+    actual = Path(os.path.realpath(folder))
+    try:
+        is_there = folder.is_dir()
+        obstacle = None if is_there else dangling(folder)
+    except OSError as error:
+        is_there, obstacle = False, obstacle_of(error, folder)
     copies = []
     for name in skill.SKILL_TEMPLATES:
         path = skill.skill_target_path("project", root, name, directory)
-        file = path if actual is folder else actual / name / path.name
+        file = actual / name / path.name
         state = State.UNREADABLE if obstacle else State.MISSING
         copy = Copy(scope, root, directory, name, path, file, state, obstacle=obstacle)
         copy = read_copy(copy) if is_there else copy

@@ -117,20 +117,11 @@ def open_locked(folder: Path) -> tuple[Path, int]:
     while True:
         path = folder / f"{_PREFIX}{os.urandom(6).hex()}{_SUFFIX}"
         descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o666)
-        if is_locked(descriptor) and os.fstat(descriptor).st_nlink:
+        with suppress(OSError):  # there are no locks here
+            fcntl.flock(descriptor, fcntl.LOCK_EX)
+        if os.fstat(descriptor).st_nlink:
             return path, descriptor
-        os.close(descriptor)  # a clean-up came between the two calls and has removed the file
-
-
-def is_locked(descriptor: int) -> bool:
-    """Whether nobody else holds the file's lock. Where there are no locks, nobody does."""
-    try:
-        fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
-    except BlockingIOError:
-        return False
-    except OSError:
-        return True
-    return True
+        os.close(descriptor)  # a clean-up held the lock first, and has removed the file
 
 
 def keep(file: Path) -> Path:
