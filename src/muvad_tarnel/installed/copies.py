@@ -84,32 +84,34 @@ def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     return copies
 
 
-def read_copy(copy: Copy) -> Copy:  # noqa: PLR0911 (one for each thing that may be there)
+def read_copy(copy: Copy) -> Copy:
     """The copy as it is on the disk now."""
     copy = Copy(*copy[:6], misplaced=copy.misplaced)
-
-    def unreadable(problem: str, remedy: str) -> Copy:
-        return copy._replace(state=State.UNREADABLE, obstacle=Obstacle(str(copy.path), problem, remedy))
-
     try:
         copy = copy._replace(file=Path(os.path.realpath(copy.path)))
         status = copy.path.stat()
-        if stat.S_ISDIR(status.st_mode):
-            return unreadable("a directory is in the way", "move it away")
-        if not stat.S_ISREG(status.st_mode):
-            return unreadable("not a regular file", "move it away")
-        if status.st_size > _LARGEST:
-            return unreadable("too large for a skill's document", "move it away")
-        content = read(copy.file)
-        judgement = judge(copy.skill, content)
+        problem = problem_of(status)
+        if not problem:
+            content = read(copy.file)
+            judgement = judge(copy.skill, content)
+            return copy._replace(**judgement._asdict(), content=content, identity=identity_of(status))
+        obstacle: Obstacle | None = Obstacle(str(copy.path), problem, "move it away")
     except (FileNotFoundError, NotADirectoryError):
         obstacle = dangling(copy.path)
-        return copy._replace(state=State.UNREADABLE, obstacle=obstacle) if obstacle else copy
     except OSError as error:
-        return copy._replace(state=State.UNREADABLE, obstacle=obstacle_of(error, copy.path))
+        obstacle = obstacle_of(error, copy.path)
     except UnicodeDecodeError as error:
-        return unreadable(f"not valid UTF-8 (at byte {error.start})", "correct or remove it")
-    return copy._replace(**judgement._asdict(), content=content, identity=identity_of(status))
+        obstacle = Obstacle(str(copy.path), f"not valid UTF-8 (at byte {error.start})", "correct or remove it")
+    return copy._replace(state=State.UNREADABLE, obstacle=obstacle) if obstacle else copy
+
+
+def problem_of(status: os.stat_result) -> str:
+    """Why something cannot be a document; empty if it can."""
+    if stat.S_ISDIR(status.st_mode):
+        return "a directory is in the way"
+    if not stat.S_ISREG(status.st_mode):
+        return "not a regular file"
+    return "too large for a skill's document" if status.st_size > _LARGEST else ""
 
 
 def read(file: Path) -> bytes:
