@@ -77,7 +77,7 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
     put(home, ".claude/skills")
     put(project, ".agents/skills", "current, as Windows has it")
     assert run("shadowed", "--check").exit_code == 0
-    assert "same text, no harm" in run("shadowed").stdout
+    assert "same text, no harm" in run("shadowed", "-v").stdout
     (project / ".claude").symlink_to(home / ".claude")
     assert answer("shadowed", *agents("claude"), "--check")["results"] == []
 

@@ -46,6 +46,5 @@ class SkillCommands(click.Group):
             raise
 
 
-@click.group("skill", cls=SkillCommands)
-def skill_group() -> None:
-    """Install agent skills, and see which agents read them."""
+_SUMMARY = "Install agent skills, and see which agents read them."
+skill_group = SkillCommands("skill", help=_SUMMARY, short_help=_SUMMARY)

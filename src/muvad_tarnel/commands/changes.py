@@ -89,12 +89,12 @@ def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
     parts = [f"would {verb} {files} (dry run)" if dry_run else f"{files} {past}"] if done else []
     if current := idle.count(State.CURRENT):
         parts.append(f"{count(current)} already up to date")
-    if others := len(idle) - current:
-        parts.append(f"{others} unchanged")
+    others = (state for state in dict.fromkeys(idle) if state is not State.CURRENT)
+    parts += [f"{idle.count(state)} {state.value}" for state in others]
     if failed:
         parts.append(f"{len(failed)} {failing}")
     text = ", ".join(parts)
-    return Line(f"{text[0].upper()}{text[1:]}.", Tone.BAD if failed else Tone.GOOD)
+    return Line(f"{text[0].upper()}{text[1:]}.", Tone.BAD if failed or State.UNREADABLE in idle else Tone.GOOD)
 
 
 def outcome_record(outcome: Outcome) -> Record:

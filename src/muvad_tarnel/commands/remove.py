@@ -80,14 +80,14 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
         place = request.roots[scope] / directory
         if text.rstrip("/") == spelling or path == place or parent_resolved(path) == parent_resolved(place):
             return scope, directory
+    # All directories would fill a screen: those in use are what is meant.
+    in_use = {spelling: place for spelling, place in known.items() if any(c.exists for c in request.survey.at(*place))}
+    expected = f"; expected one of {', '.join(in_use)}" if in_use else ", and no skill is installed"
     folder, _, name = text.rstrip("/").rpartition("/")
     if name in skill.SKILL_TEMPLATES and folder:
         guess = f" Did you mean '{folder} --skill {name}'?"
     else:
-        guess = did_you_mean(text, [directory for _, directory in known.values()])
-    # All directories would fill a screen: those in use are what is meant.
-    in_use = [spelling for spelling, place in known.items() if any(c.exists for c in request.survey.at(*place))]
-    expected = f"; expected one of {', '.join(in_use)}" if in_use else ", and no skill is installed"
+        guess = did_you_mean(text, [directory for _, directory in in_use.values()])
     raise click.BadParameter(f"unknown skills directory {text!r}{expected}.{guess}", param_hint="DIRECTORY")
 
 

@@ -7,9 +7,16 @@ import click
 
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import EFFECTS, advice_blocks, advice_records, agent_records, command_line
+from muvad_tarnel.commands.wording import (
+    EFFECTS,
+    advice_blocks,
+    advice_records,
+    agent_records,
+    command_line,
+    which_skills,
+)
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import Advice, names_of, removal_of, skills_of, updating
+from muvad_tarnel.hints import Advice, names_of, removal_of, updating
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.survey import Shadow
 from muvad_tarnel.installed.writing import obstacle_to_removing
@@ -24,7 +31,7 @@ def shadowed(request: Request, *, check: bool) -> Report:
     """Show skills that another copy may hide.
 
     They are those that an agent finds for the user as well as in the project. It may use one copy, however old, and
-    never the other. Copies with the same text do no harm. Nothing is written.
+    never the other. Copies with the same text do no harm; -v lists them. Nothing is written.
 
     \b
     Examples:
@@ -37,9 +44,12 @@ def shadowed(request: Request, *, check: bool) -> Report:
     different = [shadow for shadow in shadows if shadow.is_different]
     stale = {copy.scope for shadow in different for copy in (shadow.user, shadow.project) if copy.is_stale}
     hints = Advice(tuple(hint for scope in SCOPES if scope in stale for hint in updating(survey, scope).hints))
-    blocks: list[Block] = [table(request, shadows)] if shadows else []
+    shown = shadows if request.console.verbose else different
+    blocks: list[Block] = [table(request, shown)] if shown else []
     if not different:
         blocks.append(Line("No skill is shadowed.", Tone.GOOD))
+    if len(shown) < len(shadows):
+        blocks.append(Line("Copies with the same text at both scopes do no harm; -v lists them."))
     return Report(
         [*blocks, *(advice_blocks(request, hints) or choice(request, different))],
         [record(request, shadow) for shadow in shadows],
@@ -58,7 +68,8 @@ def table(request: Request, shadows: Iterable[Shadow]) -> Table:
         for effect, agents in effects_of(shadow).items():
             skills.setdefault((user, project, effect, agents), []).append(shadow.user.skill)
     rows: list[tuple[str | Cell, ...]] = [
-        (user, project, skills_of(names), agents, effect) for (user, project, effect, agents), names in skills.items()
+        (user, project, which_skills(names), agents, effect)
+        for (user, project, effect, agents), names in skills.items()
     ]
     return Table("Skills at both scopes", ("User copy", "Project copy", "Skills", "Agents", "Effect"), rows)
 

@@ -18,7 +18,7 @@ from muvad_tarnel.commands.wording import (
     obstacle_lines,
     shortlist,
 )
-from muvad_tarnel.hints import Advice, advice, joined, lacking_at
+from muvad_tarnel.hints import Advice, advice, joined, lacking_at, skills_of
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
@@ -132,5 +132,7 @@ def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
             yield Line(f"{joined(places)} lead to the same files, which count once.")
     shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
     if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
-        yield Line(f"The copies of {joined(names)} at the two scopes differ, and one may hide the other.", Tone.WARNING)
+        yield Line(
+            f"The copies of {skills_of(names)} at the two scopes differ, and one may hide the other.", Tone.WARNING
+        )
         yield Command("to see:", command_line(request.command(None, ["shadowed"])))

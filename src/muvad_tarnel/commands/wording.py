@@ -47,6 +47,11 @@ def readers_in_words(request: Request, directory: str, scope: Scope) -> str:
     return ", ".join([*names, *([f"{others} {'others' if names else 'agents'}"] if others else [])])
 
 
+def which_skills(names: Sequence[str]) -> str:
+    """The names of skills in a cell."""
+    return "all" if len(names) == len(skill.SKILL_TEMPLATES) else ", ".join(names)
+
+
 def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Cell]]) -> list[Block]:
     """The copies, a table for each scope, and a row for those skills of a directory of which the same is to be said."""
     skills: dict[tuple[Scope, str, Cell], list[str]] = {}
@@ -60,9 +65,8 @@ def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Cell]
                 f"{scope.capitalize()} scope: {request.roots[scope]}", ("Directory", "Skills", column, "Read by"), []
             ),
         )
-        which = "all" if len(names) == len(skill.SKILL_TEMPLATES) else ", ".join(names)
         readers = readers_in_words(request, directory, scope)
-        table.rows.append((request.place(scope, directory), which, cell, readers))
+        table.rows.append((request.place(scope, directory), which_skills(names), cell, readers))
     return list(tables.values())
 
 
