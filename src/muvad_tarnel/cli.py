@@ -33,7 +33,7 @@ def completion(shell: str) -> None:
       eval "$(muvad-tarnel completion zsh)"       in ~/.zshrc
       muvad-tarnel completion fish | source       in ~/.config/fish/config.fish
     """
-    from click.shell_completion import get_completion_class  # noqa: PLC0415 (needed by nothing else)
+    from click.shell_completion import get_completion_class  # noqa: PLC0415 (only needed here)
 
     completion_class = get_completion_class(shell)
     assert completion_class is not None  # noqa: S101 (for the type checker: click has all three)
@@ -42,7 +42,7 @@ def completion(shell: str) -> None:
 
 def main() -> None:
     """Run the command line on the process's arguments and exit with its code, 130 after Ctrl-C."""
-    gc.disable()  # nothing that a command makes is worth a collection before it ends
+    gc.disable()  # commands end before a collection pays off
     code, failure = 1, None
     try:
         code = command_line(prog_name="muvad-tarnel", standalone_mode=False)
@@ -56,6 +56,6 @@ def main() -> None:
     try:
         if failure:
             failure.show()
-    except OSError:  # standard error takes nothing; what it still holds would fail once more at exit
+    except OSError:  # discard what it still holds, or it fails again at exit
         silence(sys.stderr)
     sys.exit(code)

@@ -1,7 +1,7 @@
-"""What to do about a survey: hints that can be obeyed.
+"""Hints: what to do about a survey.
 
-Obeying a hint never takes a skill from an agent that found it, and the hints of one answer may be obeyed in any order
-and in part. Obeyed round after round, they end in a state without hints.
+Following a hint never takes a skill from an agent that found it, and the hints of one answer may be followed in any
+order and in part. Followed round after round, they end in a state without hints.
 """
 
 from collections.abc import Iterable, Sequence

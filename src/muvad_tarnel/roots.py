@@ -55,7 +55,7 @@ def agents_in_use(home: Path) -> tuple[str, ...]:
         except (FileNotFoundError, NotADirectoryError):
             return False
         except OSError:
-            return True  # it exists, and is not for us to look into
+            return True  # it exists, but may not be listed
         return any(entry not in on_the_way or holds_more(entry) for entry in entries)
 
     return tuple(key for key, record in AGENT_CONFIG.items() if record.marker and holds_more(home / record.marker))

@@ -59,7 +59,7 @@ def write_all(request: Request, copies: Iterable[Copy], *, dry_run: bool) -> lis
     outcomes = []
     for copy in copies:
         action = "install" if not copy.exists else "update" if copy.is_stale else "replace"
-        outcome = attempt(copy, action, obstacle_to_writing(copy), lambda: replace(copy), dry_run=dry_run)  # noqa: B023 (called at once)
+        outcome = attempt(copy, action, obstacle_to_writing(copy), lambda: replace(copy), dry_run=dry_run)  # noqa: B023
         what = f"{copy.path}, {difference(copy)}"
         if outcome.kept:
             request.console.note(f"replaced {what}; the old text is kept as {outcome.kept}", is_important=True)

@@ -38,7 +38,7 @@ _output_options = [
 
 
 class SkillCommand(click.Command):
-    """A command that takes no arguments but its own, and guesses what others were meant to be."""
+    """A command that suggests what an unknown option or argument was meant to be."""
 
     allow_extra_args = True
 

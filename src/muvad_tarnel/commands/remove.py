@@ -80,7 +80,7 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
         place = request.roots[scope] / directory
         if text.rstrip("/") == spelling or path == place or parent_resolved(path) == parent_resolved(place):
             return scope, directory
-    # All directories would fill a screen: those in use are what is meant.
+    # All directories would fill the screen; those in use are the likely ones.
     in_use = {spelling: place for spelling, place in known.items() if any(c.exists for c in request.survey.at(*place))}
     expected = f"; expected one of {', '.join(in_use)}" if in_use else ", and no skill is installed"
     folder, _, name = text.rstrip("/").rpartition("/")
@@ -92,7 +92,7 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
 
 
 def parent_resolved(path: Path) -> Path:
-    """A path without links above its last part: the way by which a shell came there makes no difference."""
+    """The path with links resolved above its last part, whichever way the shell took."""
     return path.parent.resolve() / path.name
 
 
@@ -108,7 +108,7 @@ def removed(request: Request, copy: Copy, *, force: bool, dry_run: bool) -> Outc
 
 
 def loss_lines(request: Request, copies: Sequence[Copy], *, dry_run: bool) -> list[Block]:
-    """Who finds a skill no more, among the agents detected and the owners of the directories; and how to undo it."""
+    """Who no longer finds a skill, among the agents detected and the owners of the directories, and how to undo it."""
     lines: list[Block] = []
     for scope in request.scopes:
         losses = request.survey.losses(copies, scope)

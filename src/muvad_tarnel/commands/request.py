@@ -1,4 +1,4 @@
-"""What a command is asked about: agents, scopes, and the survey of the disk that it needs."""
+"""The subject of a command: agents, scopes, and the survey of the disk."""
 
 from collections.abc import Sequence
 from functools import cached_property
@@ -38,7 +38,7 @@ class Request:
         self.console = console
         self.is_scope_given = scope is not None
         self.project = project and project.absolute()
-        # What kept a scope that is looked at from having a root. The command goes on with the other.
+        # Why a scope that was asked for has no root. The command continues with the other one.
         self.obstacles: list[Obstacle] = []
         if scope is None and project and scoping != "pair":
             scope = "project"

@@ -1,4 +1,4 @@
-"""Guesses at what a mistyped word was meant to be."""
+"""Suggestions for mistyped words."""
 
 from collections.abc import Collection
 
@@ -9,7 +9,7 @@ _SYNONYMS = {"delete": "remove", "list": "status", "rm": "remove", "uninstall": 
 
 
 def did_you_mean(word: str, known: Collection[str]) -> str:
-    """The question, after a space, if a known word is near; else nothing."""
+    """A suggestion after a space, or nothing if no known word is near."""
     from difflib import get_close_matches  # noqa: PLC0415 (needed after a mistake only)
 
     synonym = _SYNONYMS.get(word.lower())
@@ -18,7 +18,7 @@ def did_you_mean(word: str, known: Collection[str]) -> str:
 
 
 class Choice(click.Choice[str]):
-    """One of several words, given with an option that may be repeatable."""
+    """A choice that suggests the nearest word."""
 
     def get_invalid_choice_message(self, value: object, ctx: click.Context | None) -> str:
         """Name the words, and the one that was probably meant."""

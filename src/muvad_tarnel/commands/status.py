@@ -92,7 +92,7 @@ def listed(request: Request) -> Iterator[Copy]:
 
 
 def blocks(request: Request, copies: list[Copy], agents: Sequence[str], hints: Advice) -> Iterator[Block]:
-    """What a person gets to see: the copies, who finds them, and what to do."""
+    """The report for people: the copies, who finds them, and what to do."""
     states = (Cell(f"{copy.state.value} {copy.version or ''}".rstrip(), TONES[copy.state]) for copy in copies)
     yield from copy_tables(request, "State", zip(copies, states, strict=True))
     if not copies:
@@ -117,7 +117,7 @@ def finding_table(request: Request, agents: Sequence[str]) -> Iterator[Block]:
 
 
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
-    """What the tables don't tell: unreadable and foreign copies, linked directories, shadowing."""
+    """What the tables do not show: unreadable and foreign copies, linked directories, shadowing."""
     yield from obstacle_lines(copies)
     for copy in copies:
         if copy.state is State.FOREIGN:

@@ -40,7 +40,7 @@ def readers_of(directory: str, scope: Scope, agents: Iterable[str] = AGENT_CONFI
 
 
 def grouped(copies: Iterable[Copy]) -> dict[Path, list[Copy]]:
-    """The copies by their file: several that links make one are together."""
+    """The copies by resolved file: those that links make one are together."""
     files: dict[Path, list[Copy]] = {}
     for copy in copies:
         files.setdefault(copy.file, []).append(copy)
@@ -110,7 +110,7 @@ class Survey:
         return [agent for agent in AGENT_CONFIG if len(self.lacking(agent, scopes)) < everything]
 
     def shadows(self, agents: Iterable[str]) -> list[Shadow]:
-        """Every two files of a skill that one of the agents finds at the two scopes. A file at both is no shadow."""
+        """Every two files of a skill that an agent finds at the two scopes; a file found at both does not count."""
         readers: dict[tuple[Copy, Copy], list[str]] = {}
         for name, agent in product(skill.SKILL_TEMPLATES, agents):
             users, projects = self.finds(agent, "user", name), self.finds(agent, "project", name)

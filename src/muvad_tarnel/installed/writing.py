@@ -45,7 +45,7 @@ def denied(place: Path, mode: int) -> Obstacle | None:
     code = errno.EACCES
     if os.statvfs(place).f_flag & os.ST_RDONLY:
         code = errno.EROFS
-        while not place.is_mount():  # which is what is read-only, for all copies there
+        while not place.is_mount():  # one error for all copies on the mount
             place = place.parent
     return obstacle_of(OSError(code, os.strerror(code)), place)
 
@@ -68,7 +68,7 @@ def replace(copy: Copy) -> Path | None:
         folder.mkdir(parents=True, exist_ok=True)
         with staged(folder, document(copy.skill).encode(), copy) as temporary:
             now = as_it_is(copy)
-            if now.state is State.CURRENT:  # another installer was faster
+            if now.state is State.CURRENT:  # another installer got there first
                 return None
             kept = keep(copy.file) if now.exists and not now.is_ours else None
             try:
@@ -79,7 +79,7 @@ def replace(copy: Copy) -> Path | None:
                 raise
             return kept
     finally:
-        with suppress(OSError):  # not empty, unless it has failed
+        with suppress(OSError):  # a directory in use is not empty
             for place in missing:
                 place.rmdir()
 
@@ -103,7 +103,7 @@ def staged(folder: Path, content: bytes, like: Copy) -> Iterator[Path]:
             stream.flush()
             if like.exists:
                 status = like.file.stat()
-                with suppress(OSError):  # only root may give files away
+                with suppress(OSError):  # only root may change a file's owner
                     os.fchown(descriptor, status.st_uid, status.st_gid)
                 os.fchmod(descriptor, status.st_mode & 0o777)
             os.fsync(descriptor)
@@ -117,7 +117,7 @@ def open_locked(folder: Path) -> tuple[Path, int]:
     while True:
         path = folder / f"{_PREFIX}{os.urandom(6).hex()}{_SUFFIX}"
         descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o666)
-        with suppress(OSError):  # there are no locks here
+        with suppress(OSError):  # the file system has no locks
             fcntl.flock(descriptor, fcntl.LOCK_EX)
         if os.fstat(descriptor).st_nlink:
             return path, descriptor
@@ -132,7 +132,7 @@ def keep(file: Path) -> Path:
             os.link(file, backup, follow_symlinks=False)
         except FileExistsError:
             continue
-        except OSError:  # there are no hard links here
+        except OSError:  # the file system has no hard links
             content = read(file)
             try:
                 with backup.open("xb") as stream:
@@ -148,7 +148,7 @@ def keep(file: Path) -> Path:
 
 def clean_up(copies: Iterable[Copy]) -> None:
     """Remove the temporary files that killed runs have left beside the copies."""
-    # Whatever keeps one from being removed keeps nobody from writing.
+    # Failing to remove one does not prevent writing.
     for folder in {copy.file.parent for copy in copies if not copy.misplaced}:
         with suppress(OSError):
             for path in list(folder.glob(f"{_PREFIX}*{_SUFFIX}")):
@@ -157,7 +157,7 @@ def clean_up(copies: Iterable[Copy]) -> None:
 
 
 def remove_abandoned(path: Path) -> None:
-    """Remove a temporary file unless its owner is at work."""
+    """Remove a temporary file unless it is in use."""
     descriptor = os.open(path, os.O_RDONLY | os.O_NOFOLLOW | os.O_NONBLOCK | os.O_CLOEXEC)
     try:
         fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)

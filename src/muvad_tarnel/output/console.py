@@ -1,4 +1,4 @@
-"""The two streams that a command speaks through."""
+"""Reports on standard output, notes and errors on standard error."""
 
 import sys
 from dataclasses import dataclass
@@ -24,7 +24,7 @@ class Console:
     verbose: bool
 
     def note(self, text: str, *, is_important: bool = False) -> None:
-        """Say something beside the report, under --quiet only if it is important."""
+        """Print a note, with --quiet only if it is important."""
         if is_important or not self.quiet:
             self._say("note: " + text)
 
@@ -48,7 +48,7 @@ class Console:
     def _say(self, text: str) -> None:
         try:
             click.echo(printable(text), err=True)
-        except OSError:  # nobody listens: no reason to stop
+        except OSError:  # carry on without standard error
             silence(sys.stderr)
 
     def _write(self, text: str) -> None:
@@ -58,7 +58,7 @@ class Console:
         encoding = output_encoding()
         try:
             click.echo(text.encode(encoding, "replace").decode(encoding), nl=False, color=True)
-        except BrokenPipeError:  # the reader has seen enough: what the command did doesn't depend on that
+        except BrokenPipeError:  # the reader has left, which is not a failure
             silence(sys.stdout)
 
 

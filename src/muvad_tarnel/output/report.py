@@ -1,4 +1,4 @@
-"""What a command has to say, before anyone decides how it looks."""
+"""The parts of a command's report, whatever its format."""
 
 from collections.abc import Iterable, Sequence
 from enum import Enum
@@ -58,7 +58,7 @@ type Block = Table | Line | Command | Document
 
 
 class Report(NamedTuple):
-    """All that a command has to say.
+    """Everything that a command reports.
 
     The blocks are for people, and may be made on the way, since they are not used with --json. The rest is for
     programs: the results, the agents and the advice as records, and the `facts` beside them. `errors` are for both.
