@@ -111,7 +111,7 @@ def test_the_two_ways_out_are_alternatives(home: Path, project: Path) -> None:
     assert (row["ways_out"][0]["command"], row["ways_out"][0]["problem"]) == (None, "edited")
     shown = run("shadowed").stdout
     assert f"Either remove the user copy:\n    {copy_in(home, '.claude/skills')}: edited" in shown
-    assert "Or remove the project copy, which is lost to 10 agents in other clones of this repository:\n" in shown
+    assert "Or remove the project copy (10 agents would lose it in other clones of this repository):\n" in shown
 
 
 def test_detected_agents_count(home: Path) -> None:

@@ -116,7 +116,7 @@ def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
     for scope in SCOPES if shadows else ():
         ways = ways_out(request, [shadow.user if scope == "user" else shadow.project for shadow in shadows])
         losing = [agent for agent in AGENT_CONFIG if any(agent in way.losing for way in ways)]
-        loss = f", which is lost to {names_of(losing)} {where[scope]}" if losing else ""
+        loss = f" ({names_of(losing)} would lose it {where[scope]})" if losing else ""
         yield Line(f"{'Either' if scope == 'user' else 'Or'} remove the {scope} copy{loss}:")
         for way in ways:
             yield Command("", command_line(way.command) if way.command else str(way.obstacle))

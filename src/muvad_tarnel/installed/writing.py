@@ -175,7 +175,7 @@ def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
         return copy.misplaced
     reason = reason_to_keep(copy)
     if reason and not force:
-        return Obstacle(str(copy.path), reason, "--force removes it")
+        return Obstacle(str(copy.path), reason, "use --force to remove it")
     return obstacle_to_entries((link or copy.file).parent)
 
 
