@@ -30,6 +30,8 @@ def disturb(chance: random.Random, roots: dict[Scope, Path]) -> None:
             if chance.random() < 0.1:
                 path.unlink()
     if chance.random() < 0.3:
+        (roots["user"] / ".codeium/windsurf/memories").mkdir(parents=True, exist_ok=True)
+    if chance.random() < 0.3:
         link = roots["project"] / chance.choice([".cursor", ".qwen", ".claude"]) / "skills"
         link.parent.mkdir(parents=True, exist_ok=True)
         if not link.exists():

@@ -59,12 +59,8 @@ def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Cell]
         skills.setdefault((copy.scope, copy.directory, cell), []).append(copy.skill)
     tables: dict[Scope, Table] = {}
     for (scope, directory, cell), names in skills.items():
-        table = tables.setdefault(
-            scope,
-            Table(
-                f"{scope.capitalize()} scope: {request.roots[scope]}", ("Directory", "Skills", column, "Read by"), []
-            ),
-        )
+        title = f"{scope.capitalize()} scope: {request.roots[scope]}"
+        table = tables.setdefault(scope, Table(title, ("Directory", "Skills", column, "Read by"), []))
         readers = readers_in_words(request, directory, scope)
         table.rows.append((request.place(scope, directory), which_skills(names), cell, readers))
     return list(tables.values())
