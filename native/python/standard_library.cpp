@@ -33,7 +33,7 @@ Ref StandardLibrary::home_variable() const {
 // What files are decoded and encoded with is registered where no dictionary shows it.
 bool StandardLibrary::codec_holds() {
     if (codec_.get() == nullptr) find_codec();
-    if (codec_.get() == nullptr) return false;
+    if (codec_.get() == nullptr || !files_.still_hold()) return false;
     const Ref now = checked(PyObject_CallOneArg(look_up_codec_, codec_name_));
     return now.get() == codec_.get();
 }
