@@ -64,7 +64,7 @@ def test_it_says_who_finds_a_skill_no_more(home: Path) -> None:
     assert "Kiro no longer finds any skill at user scope." in shown
     assert "Claude Code and Cursor no longer find tarnel at user scope." in shown
     assert "Amp" not in shown.partition("3 files")[2]
-    assert "to undo:  muvad-tarnel skill install --scope user --agent claude --agent kiro\n" in shown
+    assert "to install again:  muvad-tarnel skill install --scope user --agent claude --agent kiro\n" in shown
 
 
 def test_an_unreadable_neighbour_keeps_nothing_else(home: Path) -> None:

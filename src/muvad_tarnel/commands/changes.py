@@ -40,30 +40,30 @@ class Outcome(NamedTuple):
 
 
 def attempt(
-    copy: Copy, action: str, obstacle: Obstacle | None, change: Callable[[], Path | None], *, dry_run: bool
+    request: Request, copy: Copy, action: str, obstacle: Obstacle | None, change: Callable[[Copy], Path | None]
 ) -> Outcome:
     """Change a copy, unless an obstacle is foreseen or it is a dry run."""
     kept = None
-    if not obstacle and not dry_run:
+    if not obstacle and not request.dry_run:
         try:
-            kept = change()
+            kept = change(copy)
         except OSError as error:
             obstacle = obstacle_met(error, copy)
     return Outcome(copy, action, kept, obstacle)
 
 
-def write_all(request: Request, copies: Iterable[Copy], *, dry_run: bool) -> list[Outcome]:
+def write_all(request: Request, copies: Iterable[Copy]) -> list[Outcome]:
     """Write the copies, each tried whatever happens to the others, and say which replaced texts are kept where."""
-    if not dry_run:
+    if not request.dry_run:
         clean_up(copy for copy in request.survey.copies if copy.scope in request.scopes)
     outcomes = []
     for copy in copies:
         action = "install" if not copy.exists else "update" if copy.is_stale else "replace"
-        outcome = attempt(copy, action, obstacle_to_writing(copy), lambda: replace(copy), dry_run=dry_run)  # noqa: B023
+        outcome = attempt(request, copy, action, obstacle_to_writing(copy), replace)
         what = f"{copy.path}, {difference(copy)}"
         if outcome.kept:
             request.console.note(f"replaced {what}; the old text is kept as {outcome.kept}", is_important=True)
-        elif dry_run and outcome.is_done and copy.exists and not copy.is_ours:
+        elif request.dry_run and outcome.is_done and copy.exists and not copy.is_ours:
             request.console.note(f"would replace {what}, and keep the old text beside it", is_important=True)
         outcomes.append(outcome)
     return outcomes
@@ -110,7 +110,6 @@ def report_of(
     outcomes: Sequence[Outcome],
     agents: Sequence[str],
     *,
-    dry_run: bool,
     nothing: str = "",
     remarks: Callable[[Survey], Iterable[Block]] = lambda _: (),
 ) -> Report:
@@ -118,7 +117,7 @@ def report_of(
 
     `nothing` is said if there are no outcomes. The remarks are about the survey as it is, or would be, afterwards.
     """
-    survey = request.survey
+    survey, dry_run = request.survey, request.dry_run
     removed = [outcome.copy for outcome in outcomes if outcome.is_done and outcome.action == "remove"]
     written = [outcome.copy for outcome in outcomes if outcome.is_done and outcome.action != "remove"]
     after = survey.changed(State.MISSING, removed).changed(State.CURRENT, written)

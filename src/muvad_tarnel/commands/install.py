@@ -16,7 +16,7 @@ from muvad_tarnel.setup import skill
 @skill_command("one", agents="claude")
 @click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies that the agents read.")
 @dry_run_option
-def install(request: Request, *, force: bool, dry_run: bool) -> Report:
+def install(request: Request, *, force: bool) -> Report:
     """Install the skills where the agents look.
 
     An agent that finds every skill already gets nothing new. For the others the directories are chosen so that as few
@@ -34,18 +34,15 @@ def install(request: Request, *, force: bool, dry_run: bool) -> Report:
     """
     scope, survey = request.scope, request.survey
     plan = Plan(survey, scope, request.agents, force=force)
-    writes = {outcome.copy.file: outcome for outcome in write_all(request, plan.writes, dry_run=dry_run)}
+    writes = {outcome.copy.file: outcome for outcome in write_all(request, plan.writes)}
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 
-    def remarks(after: Survey) -> list[Block]:
-        return finding_lines(request, after, "would" if dry_run else "")
-
-    report = report_of(request, outcomes, request.agents, dry_run=dry_run, remarks=remarks)
-    return report._replace(facts={"dry_run": dry_run, "scope": scope, "root": str(request.root)})
+    report = report_of(request, outcomes, request.agents, remarks=lambda after: finding_lines(request, after))
+    return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.root)})
 
 
-def finding_lines(request: Request, after: Survey, how: str) -> list[Block]:
+def finding_lines(request: Request, after: Survey) -> list[Block]:
     """Which agents need nothing new, and which find a skill several times: a line for the same places."""
     agents: dict[tuple[str, tuple[str, ...], tuple[str, ...]], list[str]] = {}
     for agent in dict.fromkeys((*request.agents, *request.in_use)):
@@ -55,7 +52,9 @@ def finding_lines(request: Request, after: Survey, how: str) -> list[Block]:
             is_old = before.keys() == now.keys()
             if len(now) > 1 or (now and is_old and agent in request.agents):
                 places = tuple(sorted(request.place(request.scope, copy.directory) for copy in now.values()))
-                skills.setdefault(("already" if is_old else how, places), []).append(name)
+                skills.setdefault(("already" if is_old else "would" if request.dry_run else "", places), []).append(
+                    name
+                )
         for (word, places), names in skills.items():
             agents.setdefault((word, places, tuple(names)), []).append(agent)
     return [

@@ -90,7 +90,7 @@ def _answer(
     """The report of a command on the request that its options make."""
     if not scoping:
         return function(console, **options)
-    about = ("project", "scope", "agent_keys", "all_agents", "detect")
+    about = ("project", "scope", "agent_keys", "all_agents", "detect", "dry_run")
     request = Request(console, scoping, **{key: options.pop(key) for key in about if key in options})
     report = function(request, **options)
     return report._replace(

@@ -2,6 +2,7 @@
 
 import os
 from collections.abc import Sequence
+from functools import partial
 from pathlib import Path
 
 import click
@@ -26,9 +27,7 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 @skill_option
 @click.option("--force", is_flag=True, help="Also remove texts that this package did not write, and links.")
 @dry_run_option
-def remove(
-    request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool, dry_run: bool
-) -> Report:
+def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool) -> Report:
     """Remove installed skills.
 
     DIRECTORY is a skills directory, such as ~/.claude/skills or, with --scope, .claude/skills. Without one, every copy
@@ -51,18 +50,12 @@ def remove(
     wanted = (copy for place in places for copy in survey.at(*place))
     copies = {copy.link or copy.file: copy for copy in reversed(list(wanted)) if copy.exists}
     chosen = [copy for copy in reversed(copies.values()) if not names or copy.skill in names]
-    if not dry_run:
+    if not request.dry_run:
         clean_up(copy for copy in survey.copies if copy.scope in request.scopes)
-    outcomes = [removed(request, copy, force=force, dry_run=dry_run) for copy in chosen]
+    outcomes = [removed(request, copy, force=force) for copy in chosen]
     where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
-    return report_of(
-        request,
-        outcomes,
-        (),
-        dry_run=dry_run,
-        nothing=f"Nothing to remove {where}.",
-        remarks=lambda _: loss_lines(request, [o.copy for o in outcomes if o.is_done], dry_run=dry_run),
-    )
+    losses = loss_lines(request, [outcome.copy for outcome in outcomes if outcome.is_done])
+    return report_of(request, outcomes, (), nothing=f"Nothing to remove {where}.", remarks=lambda _: losses)
 
 
 def meant(request: Request, text: str) -> tuple[Scope, str]:
@@ -96,18 +89,18 @@ def parent_resolved(path: Path) -> Path:
     return path.parent.resolve() / path.name
 
 
-def removed(request: Request, copy: Copy, *, force: bool, dry_run: bool) -> Outcome:
+def removed(request: Request, copy: Copy, *, force: bool) -> Outcome:
     """Remove one copy."""
     reason = reason_to_keep(copy)
     obstacle = obstacle_to_removing(copy, force=force)
-    outcome = attempt(copy, "remove", obstacle, lambda: remove_copy(copy, force=force), dry_run=dry_run)
+    outcome = attempt(request, copy, "remove", obstacle, partial(remove_copy, force=force))
     if reason and outcome.is_done:
-        verb = "would remove" if dry_run else "removed"
+        verb = "would remove" if request.dry_run else "removed"
         request.console.note(f"{verb} {copy.path}, {reason}", is_important=True)
     return outcome
 
 
-def loss_lines(request: Request, copies: Sequence[Copy], *, dry_run: bool) -> list[Block]:
+def loss_lines(request: Request, copies: Sequence[Copy]) -> list[Block]:
     """Who no longer finds a skill, among the agents detected and the owners of the directories, and how to undo it."""
     lines: list[Block] = []
     for scope in request.scopes:
@@ -119,12 +112,12 @@ def loss_lines(request: Request, copies: Sequence[Copy], *, dry_run: bool) -> li
                 lost = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
                 losing.setdefault(lost, []).append(agent)
         for lost, agents in losing.items():
-            how = "would no longer" if dry_run else "no longer"
+            how = "would no longer" if request.dry_run else "no longer"
             lines.append(Line(f"{who_find(agents, how)} {lost} at {scope} scope.", Tone.WARNING))
         deprived = [agent for agent in owners if agent in losses]
-        if deprived and not dry_run:
+        if deprived and not request.dry_run:
             words = request.command(scope, ["install", "--scope", scope, *agent_words(deprived)])
-            lines.append(Command("to undo:", command_line(words)))
+            lines.append(Command("to install again:", command_line(words)))
     return lines
 
 

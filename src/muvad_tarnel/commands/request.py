@@ -31,11 +31,13 @@ class Request:
         agent_keys: tuple[str, ...] = (),
         all_agents: bool = False,
         detect: bool = False,
+        dry_run: bool = False,
     ) -> None:
         """Find the roots and the agents. Raises `Failure` if there is no root for any scope looked at."""
         if all_agents + detect + bool(agent_keys) > 1:
             raise click.UsageError("--agent, --all-agents and --detect cannot be combined.")
         self.console = console
+        self.dry_run = dry_run
         self.is_scope_given = scope is not None
         self.project = project and project.absolute()
         # Why a scope that was asked for has no root. The command continues with the other one.

@@ -15,7 +15,7 @@ from muvad_tarnel.planning import replaceable
 @skill_command("both")
 @click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies.")
 @dry_run_option
-def update(request: Request, *, force: bool, dry_run: bool) -> Report:
+def update(request: Request, *, force: bool) -> Report:
     """Bring every installed copy up to date.
 
     That is every outdated or incomplete copy, whichever agents read it. Run it after an upgrade of this package. A
@@ -28,15 +28,6 @@ def update(request: Request, *, force: bool, dry_run: bool) -> Report:
     """
     copies = [copy for copy in request.survey.copies if copy.scope in request.scopes]
     unreadable = each_once(copy for copy in copies if copy.state is State.UNREADABLE)
-    outcomes = [
-        *write_all(request, replaceable(copies, force=force), dry_run=dry_run),
-        *map(Outcome, unreadable),
-    ]
-    return report_of(
-        request,
-        outcomes,
-        (),
-        dry_run=dry_run,
-        nothing="No copy needs an update.",
-        remarks=lambda _: obstacle_lines(unreadable),
-    )
+    outcomes = [*write_all(request, replaceable(copies, force=force)), *map(Outcome, unreadable)]
+    reasons = obstacle_lines(unreadable)
+    return report_of(request, outcomes, (), nothing="No copy needs an update.", remarks=lambda _: reasons)

@@ -52,9 +52,9 @@ def denied(place: Path, mode: int) -> Obstacle | None:
 
 def obstacle_met(error: OSError, copy: Copy) -> Obstacle:
     """The obstacle behind a failure, named after what all the copies have in common that it concerns."""
-    if error.errno in (errno.EACCES, errno.EPERM, errno.ENOTDIR, errno.EEXIST, errno.EROFS):
-        return obstacle_to_writing(copy) or obstacle_of(error, copy.path)
-    return obstacle_of(error, copy.path.parent.parent)
+    if error.errno in (errno.ENOSPC, errno.EDQUOT, errno.EFBIG):
+        return obstacle_of(error, copy.path.parent.parent)
+    return obstacle_to_writing(copy) or obstacle_of(error, copy.path)
 
 
 def replace(copy: Copy) -> Path | None:
