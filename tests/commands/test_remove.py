@@ -1,6 +1,10 @@
 """`remove`: which directories are meant, and who loses what."""
 
+import errno
+import os
+from collections.abc import Callable
 from pathlib import Path
+from typing import Any
 
 import pytest
 from running import agents, answer, copy_in, files, holding_all, put, run
@@ -74,3 +78,23 @@ def test_an_unreadable_neighbour_keeps_nothing_else(home: Path) -> None:
     assert [row["action"] for row in said["results"]] == ["failed", "remove", "remove"]
     assert [error["path"] for error in said["errors"]] == [str(copy_in(home, ".claude/skills"))]
     assert run("install", *agents("claude")).exit_code == 1
+
+
+def test_a_closed_directory_keeps_nothing_else(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    closed = put(home, ".claude/skills").parents[1]
+    put(home, ".kiro/skills")
+
+    def refusing(function: Callable[..., Any]) -> Callable[..., Any]:
+        def refuse(path: Any, *arguments: Any, **options: Any) -> Any:
+            if str(path).startswith(f"{closed}/"):
+                raise PermissionError(errno.EACCES, "Permission denied", str(path))
+            return function(path, *arguments, **options)
+
+        return refuse
+
+    for name in ("stat", "lstat"):
+        monkeypatch.setattr(os, name, refusing(getattr(os, name)))
+    result = run("remove")
+    monkeypatch.undo()
+    assert (result.exit_code, holding_all(home)) == (1, {".claude/skills"})
+    assert result.stderr == f"Error: {closed}: Permission denied: change its permissions\n"

@@ -56,7 +56,8 @@ class Copy(NamedTuple):
     @property
     def link(self) -> Path | None:
         """The copy itself, or its skill's directory, if that is a link."""
-        return next((place for place in (self.path, self.path.parent) if place.is_symlink()), None)
+        places = (self.path, self.path.parent)
+        return next((place for place in places if os.path.islink(place)), None)  # noqa: PTH114 (never raises)
 
     def may_hold(self, place: Path) -> bool:
         """Whether a path, its links resolved, lies where the scope allows: a project's must be in the repository."""
@@ -67,11 +68,13 @@ def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     """Every skill's place in a skills directory. Raises nothing for what is on the disk."""
     folder = root / directory
     actual = Path(os.path.realpath(folder))
+    is_there, obstacle = False, None
     try:
-        is_there = folder.is_dir()
-        obstacle = None if is_there else dangling(folder)
+        is_there = bool(os.stat(f"{folder}/."))  # noqa: PTH116 (the dot asks whether it may be searched)
+    except (FileNotFoundError, NotADirectoryError):
+        obstacle = dangling(folder)
     except OSError as error:
-        is_there, obstacle = False, obstacle_of(error, folder)
+        obstacle = obstacle_of(error, folder)
     copies = []
     for name in skill.SKILL_TEMPLATES:
         path = skill.skill_target_path("project", root, name, directory)
@@ -143,6 +146,6 @@ def misplaced(copy: Copy) -> Obstacle | None:
     if is_inside and copy.file.name == copy.path.name and copy.file.parent.name == copy.skill:
         return None
     below_root = [place for place in (copy.path, *copy.path.parents) if not copy.root.is_relative_to(place)]
-    link = next((place for place in below_root if place.is_symlink()), copy.path)
+    link = next((place for place in below_root if os.path.islink(place)), copy.path)  # noqa: PTH114
     where = "which is no copy of this skill" if is_inside else "outside the repository"
     return Obstacle(str(link), f"a link to {os.path.realpath(link)}, {where}", "remove the link")

@@ -168,7 +168,7 @@ def remove_abandoned(path: Path) -> None:
 
 def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
     """What keeps a copy from being removed: a text or link that is not ours, unless forced, or the disk."""
-    if copy.obstacle and (copy.path.is_dir() or not os.path.lexists(copy.path)):
+    if copy.obstacle and (os.path.isdir(copy.path) or not os.path.lexists(copy.path)):  # noqa: PTH112 (never raises)
         return copy.obstacle
     link = copy.link
     if copy.misplaced and not (link and copy.may_hold(link.parent.resolve())):
