@@ -1,6 +1,7 @@
 """The two scopes that skills are installed at, and the directory that each begins with."""
 
 import os
+from contextlib import suppress
 from pathlib import Path
 
 from muvad_tarnel.failure import Failure
@@ -18,15 +19,14 @@ def home_directory() -> Path:
         raise Failure("HOME is empty", remedy)
     try:
         home = Path.home()
-        is_usable = home.is_dir() or not os.path.lexists(home)
+        if not home.is_absolute():
+            raise Failure(f"HOME is not an absolute path ({home})", remedy)
+        with suppress(FileNotFoundError):  # an install makes it
+            os.stat(f"{home}/.")  # noqa: PTH116 (the dot asks whether it may be searched)
     except RuntimeError as error:
         raise Failure("the home directory cannot be found", remedy) from error
     except OSError as error:
-        raise Failure(error.strerror or str(error), remedy, error.filename) from error
-    if not home.is_absolute():
-        raise Failure(f"HOME is not an absolute path ({home})", remedy)
-    if not is_usable:
-        raise Failure("the home directory is not a directory", remedy, home)
+        raise Failure(error.strerror or str(error), remedy, home) from error
     return home
 
 

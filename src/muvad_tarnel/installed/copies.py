@@ -74,7 +74,8 @@ def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     except (FileNotFoundError, NotADirectoryError):
         obstacle = dangling(folder)
     except OSError as error:
-        obstacle = obstacle_of(error, folder)
+        ways = (place for place in (*reversed(folder.parents), folder) if not os.access(place, os.X_OK))
+        obstacle = obstacle_of(error, next(ways, folder))
     copies = []
     for name in skill.SKILL_TEMPLATES:
         path = skill.skill_target_path("project", root, name, directory)
