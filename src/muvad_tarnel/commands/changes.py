@@ -105,22 +105,23 @@ def outcome_record(outcome: Outcome) -> Record:
     }
 
 
+def survey_after(request: Request, outcomes: Iterable[Outcome]) -> Survey:
+    """The survey as it is after the changes, or would be after those of a dry run."""
+    done = [outcome for outcome in outcomes if outcome.is_done]
+    removed = request.survey.changed(State.MISSING, (o.copy for o in done if o.action == "remove"))
+    return removed.changed(State.CURRENT, (o.copy for o in done if o.action != "remove"))
+
+
 def report_of(
     request: Request,
     outcomes: Sequence[Outcome],
     agents: Sequence[str],
     *,
     nothing: str = "",
-    remarks: Callable[[Survey], Iterable[Block]] = lambda _: (),
+    remarks: Iterable[Block] = (),
 ) -> Report:
-    """The report on changes for the agents.
-
-    `nothing` is said if there are no outcomes. The remarks are about the survey as it is, or would be, afterwards.
-    """
-    survey, dry_run = request.survey, request.dry_run
-    removed = [outcome.copy for outcome in outcomes if outcome.is_done and outcome.action == "remove"]
-    written = [outcome.copy for outcome in outcomes if outcome.is_done and outcome.action != "remove"]
-    after = survey.changed(State.MISSING, removed).changed(State.CURRENT, written)
+    """The report on changes for the agents, with remarks after the summary. `nothing` is said without outcomes."""
+    survey, dry_run, after = request.survey, request.dry_run, survey_after(request, outcomes)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
     # Hints are for what is on the disk, which a dry run has not changed. What has failed is not to be tried at once.
     hints = Advice() if obstacles else advice(survey if dry_run else after, request.scopes, agents)
@@ -128,7 +129,7 @@ def report_of(
         [
             *copy_tables(request, "Result", ((o.copy, result_cell(o, dry_run=dry_run)) for o in outcomes)),
             summary(outcomes, dry_run=dry_run) if outcomes else Line(nothing, Tone.GOOD),
-            *remarks(after),
+            *remarks,
             *([] if dry_run else advice_blocks(request, hints)),
         ],
         [outcome_record(outcome) for outcome in outcomes],

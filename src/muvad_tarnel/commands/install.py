@@ -2,7 +2,7 @@
 
 import click
 
-from muvad_tarnel.commands.changes import Outcome, report_of, write_all
+from muvad_tarnel.commands.changes import Outcome, report_of, survey_after, write_all
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import times
@@ -38,7 +38,8 @@ def install(request: Request, *, force: bool) -> Report:
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 
-    report = report_of(request, outcomes, request.agents, remarks=lambda after: finding_lines(request, after))
+    remarks = finding_lines(request, survey_after(request, outcomes))
+    report = report_of(request, outcomes, request.agents, remarks=remarks)
     return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.root)})
 
 

@@ -51,7 +51,8 @@ class SkillCommand(click.Command):
             raise click.NoSuchOption(word, possibilities=near, ctx=ctx) from error
         if ctx.args and not ctx.resilient_parsing:
             word = ctx.args[0]
-            guess = f" Did you mean '--agent {word}'?" if word in AGENT_CONFIG else ""
+            takes_agents = any(parameter.name == "agent_keys" for parameter in self.params)
+            guess = f" Did you mean '--agent {word}'?" if takes_agents and word in AGENT_CONFIG else ""
             ctx.fail(f"Unexpected argument {word!r}.{guess}")
         return rest
 
@@ -124,7 +125,9 @@ def _request_options(scoping: Scoping | None, agents: str) -> list[click.Paramet
         options = [
             click.Option(["--agent", "agent_keys"], multiple=True, type=key, metavar="KEY", help=text),
             click.Option(["--all-agents"], is_flag=True, help="Every agent."),
-            click.Option(["--detect"], is_flag=True, help="The agents in use: ~/.cursor, say, holds more than skills."),
+            click.Option(
+                ["--detect"], is_flag=True, help="The agents in use, judging by directories such as ~/.cursor."
+            ),
         ]
     if scoping in ("one", "both"):
         default = "user" if scoping == "one" else "both"

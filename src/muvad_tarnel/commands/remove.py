@@ -43,7 +43,7 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     """
     survey = request.survey
     places = list(dict.fromkeys(meant(request, text) for text in directories))
-    if places:
+    if places:  # they tell the scopes
         request.scopes = tuple(dict.fromkeys(scope for scope, _ in places))
     else:
         places = [(request.scope, directory) for directory in directories_read(AGENT_CONFIG, request.scope)]
@@ -55,7 +55,7 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     outcomes = [removed(request, copy, force=force) for copy in chosen]
     where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
     losses = loss_lines(request, [outcome.copy for outcome in outcomes if outcome.is_done])
-    return report_of(request, outcomes, (), nothing=f"Nothing to remove {where}.", remarks=lambda _: losses)
+    return report_of(request, outcomes, (), nothing=f"Nothing to remove {where}.", remarks=losses)
 
 
 def meant(request: Request, text: str) -> tuple[Scope, str]:

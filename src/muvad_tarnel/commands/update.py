@@ -29,5 +29,4 @@ def update(request: Request, *, force: bool) -> Report:
     copies = [copy for copy in request.survey.copies if copy.scope in request.scopes]
     unreadable = each_once(copy for copy in copies if copy.state is State.UNREADABLE)
     outcomes = [*write_all(request, replaceable(copies, force=force)), *map(Outcome, unreadable)]
-    reasons = obstacle_lines(unreadable)
-    return report_of(request, outcomes, (), nothing="No copy needs an update.", remarks=lambda _: reasons)
+    return report_of(request, outcomes, (), nothing="No copy needs an update.", remarks=obstacle_lines(unreadable))
