@@ -4,7 +4,7 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.wording import EFFECTS
 from muvad_tarnel.failure import Failure
 from muvad_tarnel.output.console import Console
-from muvad_tarnel.output.report import Cell, Line, Report, Table, Tone
+from muvad_tarnel.output.report import Cell, Line, Report, Table
 from muvad_tarnel.roots import agents_in_use, home_directory
 from muvad_tarnel.setup.config import AGENT_CONFIG, CHECKED_ON
 
@@ -27,13 +27,13 @@ def agents(console: Console) -> Report:
         in_use = ()
     rows: list[tuple[str | Cell, ...]] = []
     for key, record in AGENT_CONFIG.items():
-        detected = Cell("yes", Tone.GOOD) if key in in_use else ""
+        name = f"{record.name} (detected)" if key in in_use else record.name
         user, project = ", ".join(record.skills_user_roots), ", ".join(record.skills_project_roots)
         scopes = [("both", user)] if user == project else [("user", user), ("project", project)]
-        rows += [(key, record.name, detected, scope, directories) for scope, directories in scopes]
-    columns = ("Key", "Agent", "Detected", "Scope", "Reads skills from (own first)")
+        rows += [(key, name, scope, directories) for scope, directories in scopes]
+    columns = ("Key", "Agent", "Scope", "Skills directories")
     return Report(
-        [Table("", columns, rows), Line(f"As of {CHECKED_ON}.")],
+        [Table("", columns, rows), Line(f"An agent's own directory comes first. As of {CHECKED_ON}.")],
         [
             {
                 "key": key,
