@@ -79,6 +79,8 @@ class Search {
             end += std::exchange(candidate.end_of_readings, end);
         }
         readings_.resize(end);
+        saved_ranks_.reserve(end);
+        selection_.reserve(candidates_.size());
         for (std::size_t agent = 0; agent < agents_.size(); agent++) {
             const Directories directories = agents_[agent].directories;
             for (std::size_t position = 0; position < directories.size(); position++) {
@@ -150,6 +152,7 @@ class Search {
     // NOLINTNEXTLINE(misc-no-recursion)
     void branch(Directories directories) {
         std::vector<std::pair<std::size_t, std::size_t>> options;  // cost, and position
+        options.reserve(directories.size());
         for (std::size_t position = 0; position < directories.size(); position++)
             if (can_win(directories[position])) options.emplace_back(candidates_[directories[position]].cost, position);
         std::ranges::sort(options);
@@ -270,7 +273,7 @@ Groups groups_of(std::span<const Directories> agents, std::size_t candidates) {
     local.reserve(readings);
     for (const Directories directories : agents) {
         for (const Candidate directory : directories) local.push_back(positions[directory]);
-        groups[connections.root(directories.front())].agents.push_back(std::span(local).last(directories.size()));
+        groups[connections.root(directories.front())].agents.emplace_back(std::span(local).last(directories.size()));
     }
     return {std::move(local), std::move(groups)};
 }

@@ -21,6 +21,7 @@ std::optional<PlanningTable> PlanningTable::of(PyObject* agent_roots) {
     }
     PlanningTable table;
     table.readings_.reserve(readings);
+    table.directories_.reserve(readings);
     table.agents_.reserve(static_cast<std::size_t>(PyDict_GET_SIZE(agent_roots)));
     const Ref numbers = checked(PyDict_New());  // of the directories, in the order of their first occurrence
     for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, nullptr, &directories) != 0;)
@@ -40,7 +41,7 @@ bool PlanningTable::add(PyObject* directories, PyObject* numbers) {
         if (directories_.size() > std::numeric_limits<core::Candidate>::max()) return false;
         readings_.push_back(static_cast<core::Candidate>(PyLong_AsSize_t(known)));
     }
-    agents_.push_back(std::span(readings_).last(static_cast<std::size_t>(PyTuple_GET_SIZE(directories))));
+    agents_.emplace_back(std::span(readings_).last(static_cast<std::size_t>(PyTuple_GET_SIZE(directories))));
     return true;
 }
 
