@@ -66,20 +66,22 @@ class Copy(NamedTuple):
 
 def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     """Every skill's place in a skills directory. Raises nothing for what is on the disk."""
-    folder = root / directory
-    actual = Path(os.path.realpath(folder))
+    folder = actual = root / directory
     is_there, obstacle = False, None
-    try:
-        is_there = bool(os.stat(f"{folder}/."))  # noqa: PTH116 (the dot asks whether it may be searched)
-    except (FileNotFoundError, NotADirectoryError):
-        obstacle = dangling(folder)
-    except OSError as error:
-        ways = (place for place in (*reversed(folder.parents), folder) if not os.access(place, os.X_OK))
-        obstacle = obstacle_of(error, next(ways, folder))
+    # Most directories of the table are missing from the first part on: resolving all of them takes milliseconds.
+    if os.path.lexists(f"{root}/{directory.partition('/')[0]}"):
+        actual = Path(os.path.realpath(folder))
+        try:
+            is_there = bool(os.stat(f"{folder}/."))  # noqa: PTH116 (the dot asks whether it may be searched)
+        except (FileNotFoundError, NotADirectoryError):
+            obstacle = dangling(folder)
+        except OSError as error:
+            ways = (place for place in (*reversed(folder.parents), folder) if not os.access(place, os.X_OK))
+            obstacle = obstacle_of(error, next(ways, folder))
     copies = []
     for name in skill.SKILL_TEMPLATES:
         path = skill.skill_target_path("project", root, name, directory)
-        file = actual / name / path.name
+        file = path if actual is folder else actual / name / path.name
         state = State.UNREADABLE if obstacle else State.MISSING
         copy = Copy(scope, root, directory, name, path, file, state, obstacle=obstacle)
         copy = read_copy(copy) if is_there else copy
