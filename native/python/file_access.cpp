@@ -5,6 +5,7 @@
 #include <string>
 
 #include "core/paths.hpp"
+#include "core/utf8.hpp"
 #include "python/handling.hpp"
 #include "python/objects.hpp"
 #include "python/thread.hpp"
@@ -142,6 +143,11 @@ bool read_file(const SystemPath& path, disk::Reading& reading) {
     if (error != 0) return false;
     handle_signals();
     return true;
+}
+
+void expect_utf8(std::string_view content) {
+    if (core::is_utf8(content)) return;
+    const Ref decoded = checked(PyUnicode_DecodeUTF8(content.data(), static_cast<Py_ssize_t>(content.size()), nullptr));
 }
 
 Ref decoded(std::string_view content) {

@@ -44,6 +44,9 @@ class SystemPath {
 // the file itself; an exception of an audit hook or a signal handler is thrown.
 [[nodiscard]] bool read_file(const SystemPath& path, disk::Reading& reading);
 
+// Throws the UnicodeDecodeError of what was read, unless it is valid UTF-8.
+void expect_utf8(std::string_view content);
+
 // The text of what was read: decoded as UTF-8 by whoever is registered to do so, with universal newlines.
 [[nodiscard]] Ref decoded(std::string_view content);
 

@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "core/stamps.hpp"
-#include "core/utf8.hpp"
 #include "python/handling.hpp"
 #include "skill/body.hpp"
 #include "skill/recognized.hpp"
@@ -113,9 +112,9 @@ Ref stamp_in(const CallContext& context, PyObject* head) {
 }
 
 // Whether the content of a file needn't be decoded to find what the pattern would find.
-bool is_searched_plainly(const CallContext& context, std::string_view content) {
+bool is_searched_plainly(const CallContext& context) {
     return context.global_if_plain(name::version_re) == context.recognized(recognized::version_pattern) &&
-           context.standard_library().codec_holds() && core::is_utf8(content);
+           context.standard_library().codec_holds();
 }
 
 // The fast path of `_installed_version`, for a path whose file nothing but the system is asked for. A file that is
@@ -125,7 +124,8 @@ Ref stamp_of_file(const CallContext& context, const python::SystemPath& path) {
     Ref head;
     try {
         if (!python::read_file(path, reading)) return none();
-        if (is_searched_plainly(context, reading.content())) {
+        if (is_searched_plainly(context)) {
+            python::expect_utf8(reading.content());
             const auto stamp = core::find_stamp(reading.content(), character_classes);
             return stamp ? python::text_of(*stamp) : none();
         }
