@@ -60,7 +60,8 @@ test-python: $(INSTALLED)
 HOSTILE := .build/hostile
 .PHONY: hostile soak
 hostile: $(INSTALLED) $(HOSTILE)/shim.so
-	@LD_PRELOAD=$(CURDIR)/$(HOSTILE)/shim.so $(PY) -m pytest hostile -o faulthandler_timeout=0 $(ARGS)
+	@TMPDIR=$$(test -w /dev/shm && echo /dev/shm || echo /tmp) LD_PRELOAD=$(CURDIR)/$(HOSTILE)/shim.so \
+	  $(PY) -m pytest hostile -o faulthandler_timeout=0 $(ARGS)
 soak:
 	@HOSTILE_EFFORT=$${HOSTILE_EFFORT:-50} $(MAKE) --no-print-directory hostile
 $(HOSTILE)/%.so: hostile/%.c
