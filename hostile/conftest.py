@@ -1,16 +1,16 @@
 """What the hostile tests share: directories of their own, an effort, and the figures that a run counts."""
 
 import os
-from collections.abc import Callable
+from collections import Counter
 from pathlib import Path
+from typing import Protocol
 
 import pytest
 
 from own_places import home, project
 
 __all__ = ["home", "project"]
-FIGURES = pytest.StashKey[list[str]]()
-Figure = Callable[[int, str], None]
+FIGURES = pytest.StashKey[dict[tuple[int, str], Counter[str]]]()
 
 
 @pytest.fixture(scope="session")
@@ -19,20 +19,33 @@ def effort() -> float:
     return float(os.environ.get("HOSTILE_EFFORT", "1"))
 
 
-@pytest.fixture(autouse=True)
+@pytest.fixture
 def root(tmp_path: Path) -> Path:
     """The directory that home and project lie in."""
     return tmp_path
 
 
+class Figure(Protocol):
+    """Adds up counts for a row of the table in docs/reliability.md, apart for each subject."""
+
+    def __call__(self, row: int, subject: str = "", /, **counts: int) -> None: ...
+
+
 @pytest.fixture
 def figure(request: pytest.FixtureRequest) -> Figure:
-    """Note a line of the table in docs/reliability.md, as this run has counted it."""
-    figures = request.config.stash.setdefault(FIGURES, [])
-    return lambda row, text: figures.append(f"{row:3}  {text}")
+    """Add to the figures that the run prints."""
+    figures = request.config.stash.setdefault(FIGURES, {})
+
+    def add(row: int, subject: str = "", /, **counts: int) -> None:
+        figures.setdefault((row, subject), Counter())
+        for name, count in counts.items():
+            figures[row, subject][name] += count
+
+    return add
 
 
 def pytest_terminal_summary(terminalreporter: pytest.TerminalReporter, config: pytest.Config) -> None:
     terminalreporter.section("figures, by rows of docs/reliability.md")
-    for line in sorted(config.stash.get(FIGURES, [])):
-        terminalreporter.write_line(line)
+    for (row, subject), counts in sorted(config.stash.get(FIGURES, {}).items()):
+        told = ", ".join(f"{count:,} {name.replace('_', ' ')}" for name, count in counts.items())
+        terminalreporter.write_line(f"{row:3}  {subject}{': ' if subject else ''}{told}")

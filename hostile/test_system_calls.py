@@ -69,6 +69,6 @@ def test_row_3_each_call_may_fail_with_each_errno(name: str, root: Path, figure:
         found, expected = (run(scenario, module, root, fault)[0] for module in (skill, plain_skill))
         if compared(*found, fault, root) != compared(*expected, fault, root):
             different.append((fault, found[0], expected[0]))
-    figure(3, f"{name}: {len(calls)} calls, {len(faults)} faults, {len(different)} different outcomes")
+    figure(3, calls=len(calls), faults=len(faults), different_outcomes=len(different))
     assert faults
     assert not different
