@@ -22,7 +22,7 @@ from children import Ended, answers
 from conftest import Figure
 from fresh_module import NAME, fresh_module
 from muvad_tarnel.setup import skill
-from scenarios import CURRENT, ON_FILES, OTHERS, PLACES, Scenario, outcome, prepare, tree
+from scenarios import ON_FILES, OTHERS, Scenario, outcome, prepare, torn, tree
 
 IN_A_ROW = 8  # successes, after which no allocation is taken to be left: some failures are made up for
 RAN_OUT = "MemoryErrors"
@@ -34,7 +34,7 @@ class Point(NamedTuple):
     """The allocation that fails first, how many do, and whose: the interpreter's or those of the C++ code."""
 
     first: int
-    count: int
+    times: int
     owner: str
 
 
@@ -44,9 +44,9 @@ NEVER = Point(0, 0, "C++")
 def starving(call: Callable[[], Any], point: Point) -> Any:
     """What comes of the call. In few instructions, since CPython spins where it has no memory for a high number."""
     if point.owner == "C++":
-        shim.starve(point.first, point.count)
+        shim.starve(point.first, point.times)
     else:
-        _testcapi.set_nomemory(point.first, point.first + 1 if point.count == 1 else 0)
+        _testcapi.set_nomemory(point.first, point.first + 1 if point.times == 1 else 0)
     try:
         result = call()
     except BaseException as error:  # noqa: BLE001  # also what nobody expects
@@ -69,13 +69,13 @@ def told_of(result: Any, root: Path) -> str:
     return repr(outcome(repeat)).replace(str(root), "ROOT")
 
 
-def sweep(figure: Figure, subject: str, tasks: Iterable[Callable[[Point], object]]) -> None:
+def sweep(figure: Figure, subject: str, tasks: Iterable[Callable[[Point], list[str]]]) -> None:
     """Try each point of each task, until there is no allocation left to fail. Tasks tell of what they meet."""
     counts = Counter[str]()
     problems = []
-    for task, owner, count in itertools.product(tasks, ("interpreter", "C++"), (1, shim.FOR_EVER)):
+    for task, owner, times in itertools.product(tasks, ("interpreter", "C++"), (1, shim.FOR_EVER)):
         successes = 0
-        for point, met in answers(task, (Point(first, count, owner) for first in itertools.count())):
+        for point, met in answers(task, (Point(first, times, owner) for first in itertools.count())):
             counts["points"] += 1
             counts.update([str(met).split()[0]] if isinstance(met, Ended) else met)
             successes = 0 if met else successes + 1
@@ -104,8 +104,7 @@ def calls(scenario: Scenario, root: Path, *, is_first: bool) -> Callable[[Point]
     def task(point: Point) -> list[str]:
         own_root = root / str(os.getpid())
         result, told, files = run(module, scenario, own_root, point)
-        written = {place: content for place, content in files.items() if place in PLACES}
-        met = ["torn files" for p, text in written.items() if text not in (scenario.files.get(p), CURRENT[p])]
+        met = ["torn files"] * len(torn(files, scenario.files))
         if isinstance(result, MemoryError):
             met.append(RAN_OUT)
         elif (told, files) != expected:
@@ -145,6 +144,7 @@ def made_of_c(monkeypatch: pytest.MonkeyPatch) -> None:
 def test_row_1_of_the_import(root: Path, figure: Figure, monkeypatch: pytest.MonkeyPatch) -> None:
     file = shutil.copy(skill.__file__, root)  # which no process has loaded yet
     spec = importlib.util.spec_from_file_location(NAME, file)
+    assert spec
 
     def load() -> ModuleType:
         module = _imp.create_dynamic(spec)

@@ -129,7 +129,7 @@ void execute(const Namespace& module) {
 // The C++ runtime takes a reserve for exceptions when it is loaded, and goes on without if there is none. An allocation
 // that fails then ends the process. Where there is no room for as much now, the reserve has to be doubted.
 bool has_reserve_for_exceptions() noexcept {
-    constexpr std::size_t size = 73 * 1024;
+    constexpr std::size_t size = 73'000;
     void* volatile room = std::malloc(size);  // volatile: else the compiler leaves the allocation out
     std::free(room);
     return room != nullptr;
