@@ -1,6 +1,7 @@
 """Memory that runs out at every point of every function and of the import, once or for ever after."""
 
 import _imp
+import _testcapi
 import importlib.util
 import itertools
 import os
@@ -14,7 +15,6 @@ from pathlib import Path
 from types import ModuleType
 from typing import Any, NamedTuple
 
-import _testcapi
 import pytest
 
 import shim
