@@ -2,6 +2,7 @@
 
 import builtins
 import itertools
+import math
 import os
 import pwd
 import shutil
@@ -41,7 +42,6 @@ def fail(_: "Harm") -> None:
 
 
 def recurse(harm: "Harm") -> None:
-    harm.left += 1
     harm.module.install_skills()
 
 
@@ -75,7 +75,7 @@ class Harm(list[object]):
 
     def __init__(self, deed: Callable[["Harm"], None], module: Any, owner: Any, name: str) -> None:
         self.deed, self.module, self.owner, self.name = deed, module, owner, name
-        self.left = 2
+        self.left = math.inf if deed is recurse else 2
 
     def append(self, _: object) -> None:
         self.left -= 1
