@@ -110,10 +110,9 @@ def outcome(call: Callable[[], Any]) -> Any:
     """What can be told of what the call returns or raises."""
     try:
         result = call()
-    except Exception as error:  # noqa: BLE001  # any error is an outcome
+    except Exception as error:  # any error is an outcome
         result = error
-        return account(error), getattr(error, "errno", None), getattr(error, "filename", None)
-    return account(result)
+    return account(result), getattr(result, "errno", None), getattr(result, "filename", None)
 
 
 def torn(files: Mapping[str, object], before: Mapping[str, bytes]) -> list[str]:

@@ -33,7 +33,7 @@ def use(module: Any) -> Iterator[Any]:
     ):
         try:
             yield function(*arguments)
-        except Exception as error:  # noqa: BLE001  # any error is an outcome
+        except Exception as error:  # any error is an outcome
             yield error
 
 

@@ -100,7 +100,7 @@ def test_row_4_any_transfer_may_be_short(root: Path, figure: Figure) -> None:
     assert not different
 
 
-class Raised(Exception):  # noqa: N818  # no error
+class Raised(Exception):  # no error
     """What a signal handler raises."""
 
 
