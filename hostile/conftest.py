@@ -4,7 +4,7 @@ import os
 from collections import Counter
 from collections.abc import Iterable
 from pathlib import Path
-from typing import Protocol
+from typing import Any, Protocol
 
 import pytest
 from own_places import home, project
@@ -49,14 +49,14 @@ def figure(request: pytest.FixtureRequest) -> Figure:
 class Judge(Protocol):
     """Takes what each point of an experiment has met, nothing if all is well; adds to the figures, and judges them."""
 
-    def __call__(self, row: int, subject: str, tried: Iterable[tuple[object, object]], /, **counts: int) -> None: ...
+    def __call__(self, row: int, subject: str, tried: Iterable[tuple[Any, object]], /, **counts: int) -> None: ...
 
 
 @pytest.fixture
 def judge(figure: Figure) -> Judge:
     """Fail when a point has met something, or when there is none."""
 
-    def add(row: int, subject: str, tried: Iterable[tuple[object, object]], /, **counts: int) -> None:
+    def add(row: int, subject: str, tried: Iterable[tuple[Any, object]], /, **counts: int) -> None:
         points = list(tried)
         bad = [(point, met) for point, met in points if met]
         ended = sum(isinstance(met, Ended) for _, met in bad)

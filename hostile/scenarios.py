@@ -110,7 +110,7 @@ def outcome(call: Callable[[], Any]) -> Any:
     """What can be told of what the call returns or raises."""
     try:
         result = call()
-    except Exception as error:  # any error is an outcome
+    except Exception as error:  # noqa: BLE001  # any error is an outcome
         result = error
     return account(result), getattr(result, "errno", None), getattr(result, "filename", None)
 

@@ -48,7 +48,7 @@ def starving(call: Callable[[], Any], point: Point) -> Any:
         _testcapi.set_nomemory(point.first, point.first + 1 if point.times == 1 else 0)
     try:
         result = call()
-    except BaseException as error:  # also what nobody expects
+    except BaseException as error:  # noqa: BLE001  # also what nobody expects
         _testcapi.remove_mem_hooks()
         shim.starve(0, 0)
         return error

@@ -6,7 +6,7 @@ import os
 import resource
 import shutil
 import stat
-from collections.abc import Callable, Iterable
+from collections.abc import Callable
 from functools import partial
 from pathlib import Path
 from types import ModuleType
@@ -14,7 +14,7 @@ from typing import Any
 
 import plain_skill
 from children import answers
-from conftest import Figure
+from conftest import Judge
 from muvad_tarnel.setup import skill
 from scenarios import CURRENT, ON_FILES, OUTDATED, ROOT, Scenario, outcome, prepare, tree
 from test_kills import install_by_command
@@ -96,7 +96,7 @@ def met(point: Point, install: Callable[[Path], object] | ModuleType, root: Path
     return told, tree(root)
 
 
-def test_row_14_places(root: Path, figure: Figure) -> None:
+def test_row_14_places(root: Path, judge: Judge) -> None:
     def differs(point: Point) -> bool:
         own_root = root / str(os.getpid())
         drop_privileges()
@@ -119,14 +119,6 @@ def test_row_14_places(root: Path, figure: Figure) -> None:
         names = {"skills_dir": name, "skill_name": other}, {"skills_dir": other, "skill_name": name}
         points += [(Scenario(OUTDATED, "install_skill", ("project", ROOT), keywords), None, "") for keywords in names]
         points.append((Scenario(OUTDATED, "install_skill", ("project", name), {"skills_dir": other}), None, ""))
-    judge(figure, "the module", answers(differs, points))
+    judge(14, "the module", answers(differs, points))
     update = ON_FILES["update"]
-    judge(figure, "the command line", answers(harms, [(update, *obstacle) for obstacle in obstacles]))
-
-
-def judge(figure: Figure, subject: str, found: Iterable[tuple[Point, object]]) -> None:
-    tried = list(found)
-    bad = [(point, answer) for point, answer in tried if answer is not False]
-    figure(14, subject, places=len(tried), faults=len(bad))
-    assert tried
-    assert not bad
+    judge(14, "the command line", answers(harms, [(update, *obstacle) for obstacle in obstacles]))

@@ -8,7 +8,7 @@ from typing import Any
 import pytest
 
 from children import answers
-from conftest import Figure
+from conftest import Judge
 from muvad_tarnel.setup import skill
 from recording import account
 from scenarios import CURRENT, OUTDATED, prepare
@@ -77,7 +77,7 @@ def met(seed: int, home: str) -> Any:
     return found
 
 
-def test_row_6_random_scenarios(root: Path, figure: Figure, effort: float, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_row_6_random_scenarios(root: Path, judge: Judge, effort: float, monkeypatch: pytest.MonkeyPatch) -> None:
     def different(first: int) -> list[int]:
         prepare(own_root := root / str(first), {})
         seeds = []
@@ -90,8 +90,5 @@ def test_row_6_random_scenarios(root: Path, figure: Figure, effort: float, monke
         return seeds
 
     monkeypatch.setattr(skill, "AGENT_CONFIG", AGENTS)
-    count = round(20_000 * effort)
-    found = [seeds for _, seeds in answers(different, range(0, count, IN_A_CHUNK), limit=120)]
-    figure(6, scenarios=len(found) * IN_A_CHUNK, different=sum(map(len, found)))
-    assert found
-    assert not any(found), found
+    chunks = range(0, round(20_000 * effort), IN_A_CHUNK)
+    judge(6, "", answers(different, chunks, limit=120), scenarios=len(chunks) * IN_A_CHUNK)

@@ -18,7 +18,7 @@ class Stop(BaseException):
     """An error that is no Exception; also the end of a run of too many steps."""
 
 
-class Refused(OSError):  # named like its siblings
+class Refused(OSError):  # noqa: N818  # named like its siblings
     """An OSError whose text is a step of its own."""
 
     recorder: "Recorder"

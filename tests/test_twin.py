@@ -110,7 +110,7 @@ def outcome_of(module: ModuleType, call: Call, answers: dict[int, Any]) -> Any:
         arguments, keywords = recorder.build(call.arguments), recorder.build(call.keywords)
         try:
             outcome: Any = functions[call.function](*arguments, **keywords)
-        except (Exception, Stop) as error:  # any error is an outcome
+        except (Exception, Stop) as error:  # noqa: BLE001  # any error is an outcome
             outcome = error
     files = {
         os.fsencode(path): path.readlink() if path.is_symlink() else path.read_bytes() if path.is_file() else None

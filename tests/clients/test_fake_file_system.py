@@ -31,7 +31,7 @@ sys.addaudithook(watch)  # there is no taking it away, hence the switch
 
 @pytest.fixture
 def real_disk_is_watched() -> Iterator[None]:
-    global is_watching
+    global is_watching  # noqa: PLW0603 (the hook outlives every test)
     changed_on_disk.clear()
     is_watching = True
     yield
