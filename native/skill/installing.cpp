@@ -15,17 +15,17 @@ bool is_current(const CallContext& context, PyObject* existing) {
 }
 
 // What is about to happen.
-Ref action_on(const CallContext& context, PyObject* existing) {
-    const Ref found = is_true(existing) ? checked(PyObject_Str(existing)) : Ref();
+Ref action_on(const CallContext& context, PyObject* existing, bool is_update) {
+    const Ref found = is_update ? checked(PyObject_Str(existing)) : Ref();
     const Ref version = context.global(name::package_version);
     if (found.get() == nullptr) return joined({"install v", version.get()});
     return joined({"update v", found.get(), " -> v", version.get()});
 }
 
 // What has happened then.
-Ref success_of(const CallContext& context, PyObject* existing) {
+Ref success_of(const CallContext& context, bool is_update) {
     const Ref version = context.global(name::package_version);
-    return joined({is_true(existing) ? "updated to v" : "installed v", version.get()});
+    return joined({is_update ? "updated to v" : "installed v", version.get()});
 }
 
 // Whether nothing can tell if one of these texts is made.
@@ -67,10 +67,11 @@ Ref install_skill(const CallContext& context) {
         const Ref message = joined({"already up to date (v", existing.get(), ")"});
         return record.finish(Outcome::unchanged, message, agents);
     }
+    const bool is_update = is_true(existing);
     // Both texts are made before it is known which one will be used.
     const bool makes_both = !PyBool_Check(dry_run) || !are_plain_texts(context, existing);
-    const Ref action = makes_both || dry_run == Py_True ? action_on(context, existing) : Ref();
-    const Ref success = makes_both || dry_run == Py_False ? success_of(context, existing) : Ref();
+    const Ref action = makes_both || dry_run == Py_True ? action_on(context, existing, is_update) : Ref();
+    const Ref success = makes_both || dry_run == Py_False ? success_of(context, is_update) : Ref();
     if (is_true(dry_run)) {
         const Record record(context, scope, target);
         const Ref message = joined({"would ", action.get(), " (dry run)"});
