@@ -131,6 +131,8 @@ def keep(file: Path) -> Path:
         try:
             os.link(file, backup, follow_symlinks=False)
         except FileExistsError:
+            if os.path.samestat(backup.lstat(), file.lstat()):
+                return backup  # made by a run that was killed before it replaced the file
             continue
         except OSError:  # the file system has no hard links
             content = read(file)
