@@ -17,8 +17,8 @@ INSTALLED        := $(BUILD)/.installed
 # Folders are listed as well: their time changes when a file is added or removed.
 NATIVE_SOURCES := $(shell find native tests/native skills) cmake/EmbedDocuments.cmake CMakeLists.txt
 # What the native code is formatted and checked by.
-CPP   := $(shell find native tests/native -name '*.cpp' -o -name '*.hpp')
-SHELL_SCRIPTS := $(wildcard tools/*.sh) .ci/run
+CPP   := $(shell find native tests/native hostile -name '*.cpp' -o -name '*.hpp')
+SHELL_SCRIPTS := $(wildcard tools/*.sh hostile/*/*.sh) .ci/run
 
 PIP := -m pip --disable-pip-version-check
 PIP_INSTALL := $(PY) $(PIP) install -qq --no-deps
@@ -37,6 +37,7 @@ help:
 	@echo "make clients    have tools and libraries of others use the wheel"
 	@echo "make bench      time the extension against plain Python, Cython, mypyc and the least that could be done"
 	@echo "make bench-counts  count its system calls and instructions, and hold them to the recorded ceilings"
+	@echo "make fuzz       try random inputs on the core under sanitizers, each against a plain definition of the answer"
 	@echo "make embedding  build the extension by itself and test a host that vendors it"
 	@echo "make clean      remove all that make has made"
 
@@ -179,6 +180,28 @@ $(PEERS)/.built: $(BENCH)/.environment bench/peers.py bench/plain_skill.py bench
 	@echo "Building what the extension is compared with"
 	@$(BENCH_PY) bench/peers.py $(PEERS)
 	@touch $@
+
+# libFuzzer, which needs clang. Sanitizers and the guidance by coverage are for the core: the definitions in the targets
+# would take most of the time with them. FUZZ="-runs=1000000" counts inputs instead of seconds.
+FUZZ_SECONDS ?= 60
+FUZZ         ?= -max_total_time=$(FUZZ_SECONDS)
+FUZZ_TARGETS := stamps versions paths planning
+FUZZ_CXX      = $(or $(firstword $(shell command -v clang++-19 clang++)),clang++) -std=c++20 -O2 -g -Wall -Wextra -Werror -Inative
+FUZZED       := $(patsubst %,.build/fuzz/core/%.o,paths planning stamps utf8)
+SANITIZERS   := address,undefined -fno-sanitize-recover=all
+.PHONY: fuzz $(FUZZ_TARGETS:%=fuzz-%)
+.PRECIOUS: .build/fuzz/core/%.o .build/fuzz/%
+fuzz:
+	@$(MAKE) --no-print-directory -j2 $(FUZZ_TARGETS:%=fuzz-%)
+$(FUZZ_TARGETS:%=fuzz-%): fuzz-%: .build/fuzz/%
+	@hostile/fuzz/run.sh $< $(FUZZ)
+.build/fuzz/%: hostile/fuzz/%.cpp hostile/fuzz/texts.hpp $(FUZZED)
+	@$(FUZZ_CXX) -c $< -o $@.o
+	@$(FUZZ_CXX) -fsanitize=fuzzer,$(SANITIZERS) $(FUZZED) $@.o -o $@
+.build/fuzz/core/%.o: native/core/%.cpp $(wildcard native/core/*.hpp)
+	@mkdir -p $(@D) && $(FUZZ_CXX) -fsanitize=fuzzer-no-link,$(SANITIZERS) -c $< -o $@
+.build/fuzz/core/utf8.o: hostile/fuzz/utf8.cpp native/core/utf8.hpp
+	@mkdir -p $(@D) && $(FUZZ_CXX) -fsanitize=fuzzer-no-link,$(SANITIZERS) -c $< -o $@
 
 .PHONY: embedding
 embedding: $(ENVIRONMENT)
