@@ -17,7 +17,7 @@ INSTALLED        := $(BUILD)/.installed
 # Folders are listed as well: their time changes when a file is added or removed.
 NATIVE_SOURCES := $(shell find native tests/native skills) cmake/EmbedDocuments.cmake CMakeLists.txt
 # What the native code is formatted and checked by.
-CPP   := $(shell find native tests/native hostile -name '*.cpp' -o -name '*.hpp')
+CPP   := $(shell find native tests/native hostile -name '*.cpp' -o -name '*.hpp' -o -name '*.c')
 SHELL_SCRIPTS := $(wildcard tools/*.sh hostile/*/*.sh) .ci/run
 
 PIP := -m pip --disable-pip-version-check
@@ -29,6 +29,7 @@ WITH_VENV := PATH="$(CURDIR)/$(VENV)/bin:$$PATH"
 help:
 	@echo "make demo       install the skills for four agents into an empty repository and show what was written"
 	@echo "make test       run the native tests and the Python tests"
+	@echo "make hostile    fail, starve, interrupt, kill and mislead the module, and count what comes of it; longer: soak"
 	@echo "make lint       check style, types and the native code"
 	@echo "make docs       write docs/cli.md, its pictures and the README's table from real runs"
 	@echo "make format     apply the formatters and the safe fixes"
@@ -55,6 +56,17 @@ test-native: $(INSTALLED)
 	@$(VENV)/bin/ctest --test-dir $(BUILD) --output-on-failure --no-tests=error
 test-python: $(INSTALLED)
 	@PYTHONDEVMODE=1 $(PY) -m pytest -p xdist -n auto $(ARGS)
+
+# The hostile tests: counted experiments, see docs/reliability.md. One of them takes longer than pytest lets a test take.
+HOSTILE := .build/hostile
+.PHONY: hostile soak
+hostile: $(INSTALLED) $(HOSTILE)/shim.so
+	@TMPDIR=$$(test -w /dev/shm && echo /dev/shm || echo /tmp) LD_PRELOAD=$(CURDIR)/$(HOSTILE)/shim.so \
+	  $(PY) -m pytest hostile -o faulthandler_timeout=0 $(ARGS)
+soak:
+	@HOSTILE_EFFORT=$${HOSTILE_EFFORT:-50} $(MAKE) --no-print-directory hostile
+$(HOSTILE)/%.so: hostile/%.c
+	@mkdir -p $(@D) && $(CC) -std=gnu17 -O2 -Wall -Wextra -Werror -fPIC -shared $< -o $@ -ldl
 
 .PHONY: lint style style-python style-native style-other types tidy docs-fresh
 lint: style types tidy docs-fresh

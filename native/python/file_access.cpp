@@ -136,7 +136,7 @@ bool exists(const SystemPath& path) {
 bool read_text(const SystemPath& path, disk::Reading& reading) {
     if (PySys_Audit("open", "Osi", path.text(), "r", disk::flags_for_reading) < 0) throw PythonError{};
     const int error = retried([&] { return reading.run(); });
-    if (error == EAGAIN) {  // Python's decoder takes "nothing yet" for bytes
+    if (error == EAGAIN && reading.was_opened()) {  // Python's decoder takes "nothing yet" for bytes
         PyErr_SetString(PyExc_TypeError, "can't concat NoneType to bytes");
         throw PythonError{};
     }

@@ -1,0 +1,66 @@
+"""Runs what may crash or hang: each point of an experiment in a fork of this process."""
+
+import io
+import os
+import pickle
+import select
+import signal
+import time
+from collections import deque
+from collections.abc import Callable, Iterable, Iterator
+
+
+class Ended(str):
+    """How a child ended that gave no answer: by a signal, or not at all."""
+
+    __slots__ = ()
+
+
+def _start[Point](task: Callable[[Point], object], point: Point) -> tuple[int, int]:
+    reading, writing = os.pipe()
+    child = os.fork()
+    if child:
+        os.close(writing)
+        return child, reading
+    try:
+        answer = task(point)
+    except BaseException as error:  # noqa: BLE001  # the parent tells what it means
+        answer = Ended(f"raised {error!r}")
+    with os.fdopen(writing, "wb") as stream:
+        pickle.dump(answer, stream)
+    os._exit(0)
+
+
+def _answer(child: int, reading: int, deadline: float) -> object:
+    content = io.BytesIO()
+    with os.fdopen(reading, "rb", buffering=0) as stream:
+        while select.select([stream], [], [], max(0.0, deadline - time.monotonic()))[0]:
+            part = stream.read(65536)
+            if not part:
+                status = os.waitpid(child, 0)[1]
+                if os.WIFSIGNALED(status):
+                    return Ended(f"killed by {signal.Signals(os.WTERMSIG(status)).name}")
+                return pickle.loads(content.getvalue())  # noqa: S301  # our own
+            content.write(part)
+    os.kill(child, signal.SIGKILL)
+    os.waitpid(child, 0)
+    return Ended("hung")
+
+
+def answers[Point](
+    task: Callable[[Point], object], points: Iterable[Point], limit: float = 10
+) -> Iterator[tuple[Point, object]]:
+    """What comes of the task at each point, several at a time; they are in order, and `limit` is in seconds."""
+    running: deque[tuple[Point, int, int, float]] = deque()
+    try:
+        for point in points:
+            running.append((point, *_start(task, point), time.monotonic() + limit))
+            if len(running) > (os.cpu_count() or 1):
+                first, *child = running.popleft()
+                yield first, _answer(*child)
+        while running:
+            first, *child = running.popleft()
+            yield first, _answer(*child)
+    finally:
+        for _, *child in running:
+            _answer(*child)

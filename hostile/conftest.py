@@ -1,0 +1,51 @@
+"""What the hostile tests share: directories of their own, an effort, and the figures that a run counts."""
+
+import os
+from collections import Counter
+from pathlib import Path
+from typing import Protocol
+
+import pytest
+
+from own_places import home, project
+
+__all__ = ["home", "project"]
+FIGURES = pytest.StashKey[dict[tuple[int, str], Counter[str]]]()
+
+
+@pytest.fixture(scope="session")
+def effort() -> float:
+    """How many times as much as in CI is to be tried."""
+    return float(os.environ.get("HOSTILE_EFFORT", "1"))
+
+
+@pytest.fixture
+def root(tmp_path: Path) -> Path:
+    """The directory that home and project lie in."""
+    return tmp_path
+
+
+class Figure(Protocol):
+    """Adds up counts for a row of the table in docs/reliability.md, apart for each subject."""
+
+    def __call__(self, row: int, subject: str = "", /, **counts: int) -> None: ...
+
+
+@pytest.fixture
+def figure(request: pytest.FixtureRequest) -> Figure:
+    """Add to the figures that the run prints."""
+    figures = request.config.stash.setdefault(FIGURES, {})
+
+    def add(row: int, subject: str = "", /, **counts: int) -> None:
+        figures.setdefault((row, subject), Counter())
+        for name, count in counts.items():
+            figures[row, subject][name] += count
+
+    return add
+
+
+def pytest_terminal_summary(terminalreporter: pytest.TerminalReporter, config: pytest.Config) -> None:
+    terminalreporter.section("figures, by rows of docs/reliability.md")
+    for (row, subject), counts in sorted(config.stash.get(FIGURES, {}).items()):
+        told = ", ".join(f"{count:,} {name.replace('_', ' ')}" for name, count in counts.items())
+        terminalreporter.write_line(f"{row:3}  {subject}{': ' if subject else ''}{told}")
