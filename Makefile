@@ -215,6 +215,39 @@ $(FUZZ_TARGETS:%=fuzz-%): fuzz-%: .build/fuzz/%
 .build/fuzz/core/utf8.o: hostile/fuzz/utf8.cpp native/core/utf8.hpp
 	@mkdir -p $(@D) && $(FUZZ_CXX) -fsanitize=fuzzer-no-link,$(SANITIZERS) -c $< -o $@
 
+# $(call variant,name,arguments for CMake,environment): the module built in another way, in a copy of the package. It is used by the
+# interpreter itself, for in .venv the editable package would be found first.
+define variant
+@echo "Building for $(1)"
+@rm -rf .build/$(1)/site && mkdir -p .build/$(1)/site && cp -r src/muvad_tarnel .build/$(1)/site
+@for arguments in "-S . -B .build/$(1)/build -G Ninja -DPython_EXECUTABLE=$(CURDIR)/$(PY) -DTARNEL_WERROR=ON $(2)" \
+  "--build .build/$(1)/build" "--install .build/$(1)/build --prefix .build/$(1)/site --component extension"; do \
+  $(3) $(WITH_VENV) cmake $$arguments >.build/$(1)/log 2>&1 || { cat .build/$(1)/log; exit 1; }; done
+endef
+with_variant = PYTHONPATH=$(CURDIR)/.build/$(1)/site:$(CURDIR)/$(VENV)/lib/python3.12/site-packages
+TEST_MODULE  = $$($(PY) -c 'import sys; print(sys._base_executable)') -m pytest -p xdist -n 2 -q tests/test_*.py $(ARGS)
+
+# AddressSanitizer has to be loaded first, and with it the C++ library whose exceptions it sees. What the interpreter
+# itself keeps at its end is no leak of the module's.
+.PHONY: sanitize
+sanitize: $(ENVIRONMENT)
+	$(call variant,sanitize,-DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNEL_SANITIZE=address$(comma)undefined)
+	@$(call with_variant,sanitize) PYTHONMALLOC=malloc \
+	  LD_PRELOAD="$$(g++ -print-file-name=libasan.so) $$(g++ -print-file-name=libstdc++.so)" \
+	  ASAN_OPTIONS=detect_leaks=0:allocator_may_return_null=1 UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
+	  $(TEST_MODULE)
+comma := ,
+
+# Which lines of the native code the tests run.
+COVERAGE := .build/coverage
+.PHONY: coverage
+coverage: $(ENVIRONMENT) $(COVERAGE)/.environment
+	$(call variant,coverage,-DCMAKE_BUILD_TYPE=Debug,CXXFLAGS="--coverage -fprofile-update=atomic")
+	@find $(COVERAGE)/build -name '*.gcda' -delete
+	@$(call with_variant,coverage) $(TEST_MODULE)
+	@$(COVERAGE)/bin/gcovr --root . --filter native/ --object-directory $(COVERAGE)/build --merge-lines \
+	  --exclude-throw-branches --txt --fail-under-line 95 $(COVERAGE)/build/CMakeFiles/*.dir
+
 .PHONY: embedding
 embedding: $(ENVIRONMENT)
 	@tools/check_embedding.sh
