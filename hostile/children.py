@@ -8,6 +8,8 @@ import signal
 import time
 from collections import deque
 from collections.abc import Callable, Iterable, Iterator
+from functools import partial
+from typing import Any
 
 
 class Ended(str):
@@ -31,7 +33,7 @@ def _start[Point](task: Callable[[Point], object], point: Point) -> tuple[int, i
     os._exit(0)
 
 
-def _answer(child: int, reading: int, deadline: float) -> object:
+def _answer(child: int, reading: int, deadline: float) -> Any:
     content = io.BytesIO()
     with os.fdopen(reading, "rb", buffering=0) as stream:
         while select.select([stream], [], [], max(0.0, deadline - time.monotonic()))[0]:
@@ -47,20 +49,21 @@ def _answer(child: int, reading: int, deadline: float) -> object:
     return Ended("hung")
 
 
-def answers[Point](
-    task: Callable[[Point], object], points: Iterable[Point], limit: float = 10
-) -> Iterator[tuple[Point, object]]:
-    """What comes of the task at each point, several at a time; they are in order, and `limit` is in seconds."""
-    running: deque[tuple[Point, int, int, float]] = deque()
+def answers[Point, Answer](
+    task: Callable[[Point], Answer], points: Iterable[Point], limit: float = 10
+) -> Iterator[tuple[Point, Answer | Ended]]:
+    """What comes of the task at each point, in order; several run at a time, for no more than `limit` seconds each."""
+    running = deque[tuple[Point, Callable[[], Any]]]()
     try:
         for point in points:
-            running.append((point, *_start(task, point), time.monotonic() + limit))
+            child, reading = _start(task, point)
+            running.append((point, partial(_answer, child, reading, time.monotonic() + limit)))
             if len(running) > (os.cpu_count() or 1):
-                first, *child = running.popleft()
-                yield first, _answer(*child)
+                first, answer = running.popleft()
+                yield first, answer()
         while running:
-            first, *child = running.popleft()
-            yield first, _answer(*child)
+            first, answer = running.popleft()
+            yield first, answer()
     finally:
-        for _, *child in running:
-            _answer(*child)
+        for _, answer in running:
+            answer()

@@ -6,7 +6,6 @@ from pathlib import Path
 from typing import Protocol
 
 import pytest
-
 from own_places import home, project
 
 __all__ = ["home", "project"]

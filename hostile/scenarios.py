@@ -110,3 +110,8 @@ def outcome(call: Callable[[], Any]) -> Any:
         result = error
         return account(error), getattr(error, "errno", None), getattr(error, "filename", None)
     return account(result)
+
+
+def torn(files: Mapping[str, object], before: Mapping[str, bytes]) -> list[str]:
+    """The copies that are neither as they were nor as they are to be."""
+    return [place for place in PLACES if files.get(place) not in (before.get(place), CURRENT[place])]

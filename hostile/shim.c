@@ -1,5 +1,5 @@
-// Preloaded into the interpreter: fails, shortens, interrupts or kills the n-th system call on a path, and fails the n-th
-// allocation of the extension's C++ code. Does nothing until it is told to; shim.py steers it.
+// Preloaded into the interpreter: fails, shortens, interrupts or kills the n-th system call on a path, and fails the
+// n-th allocation of the extension's C++ code. Does nothing until it is told to; shim.py steers it.
 #define _GNU_SOURCE
 #include <dirent.h>
 #include <dlfcn.h>
@@ -27,7 +27,7 @@ static struct {
     int first, count, action, value, matched;
 } rule;
 
-void shim_arm(const char *root, const char *call, const char *path, int first, int count, int action, int value) {
+void shim_arm(const char* root, const char* call, const char* path, int first, int count, int action, int value) {
     rule.root[0] = '\0';
     snprintf(rule.call, sizeof rule.call, "%s", call);
     snprintf(rule.path, sizeof rule.path, "%s", path);
@@ -35,18 +35,18 @@ void shim_arm(const char *root, const char *call, const char *path, int first, i
     seen[seen_size = 0] = '\0';
     snprintf(rule.root, sizeof rule.root, "%s", root);
 }
-const char *shim_disarm(void) {
+const char* shim_disarm(void) {
     rule.root[0] = '\0';
     return seen;
 }
 int shim_hits(void) { return rule.matched - rule.first < rule.count ? rule.matched - rule.first : rule.count; }
 
-static int is_below_root(const char *path) {
+static int is_below_root(const char* path) {
     return rule.root[0] != '\0' && path != NULL && strncmp(path, rule.root, strlen(rule.root)) == 0;
 }
 
 // What to do about this call, if anything.
-static int action_on(const char *call, const char *path) {
+static int action_on(const char* call, const char* path) {
     if (!is_below_root(path)) return WATCH;
     if (seen_size + strlen(call) + strlen(path) + 3 < sizeof seen)
         seen_size += (size_t)sprintf(seen + seen_size, "%s %s\n", call, path);
@@ -63,69 +63,69 @@ static int stands_in(int action) {
     return action == FAIL || action == INTERRUPT;
 }
 
-static const char *path_at(int descriptor) {
+static const char* path_at(int descriptor) {
     return descriptor >= 0 && descriptor < descriptors && path_of[descriptor][0] ? path_of[descriptor] : NULL;
 }
 
 #define REAL(name) ((__typeof__(&name))dlsym(RTLD_NEXT, #name))
 
-#define OPEN(name)                                                                                    \
-    int name(const char *path, int flags, ...) {                                                      \
-        va_list rest;                                                                                 \
-        va_start(rest, flags);                                                                        \
-        const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(rest, mode_t) : 0;                 \
-        va_end(rest);                                                                                 \
-        if (stands_in(action_on("open", path))) return -1;                                            \
-        const int result = REAL(name)(path, flags, mode);                                             \
-        if (result >= 0 && result < descriptors)                                                      \
-            snprintf(path_of[result], PATH_MAX, "%s", is_below_root(path) ? path : "");               \
-        return result;                                                                                \
+#define OPEN(name)                                                                      \
+    int name(const char* path, int flags, ...) {                                        \
+        va_list rest;                                                                   \
+        va_start(rest, flags);                                                          \
+        const mode_t mode = flags & (O_CREAT | O_TMPFILE) ? va_arg(rest, mode_t) : 0;   \
+        va_end(rest);                                                                   \
+        if (stands_in(action_on("open", path))) return -1;                              \
+        const int result = REAL(name)(path, flags, mode);                               \
+        if (result >= 0 && result < descriptors)                                        \
+            snprintf(path_of[result], PATH_MAX, "%s", is_below_root(path) ? path : ""); \
+        return result;                                                                  \
     }
 OPEN(open)
 OPEN(open64)
 
 int close(int descriptor) {
-    const char *path = path_at(descriptor);
+    const char* path = path_at(descriptor);
     const int action = action_on("close", path);
     const int result = action == KILL ? stands_in(action) : REAL(close)(descriptor);
     if (path != NULL) path_of[descriptor][0] = '\0';
     return stands_in(action) ? -1 : result;  // failed or not, the descriptor is closed
 }
 
-#define TRANSFER(name, type)                                                                                         \
-    ssize_t name(int descriptor, type buffer, size_t size) {                                                         \
-        const int action = action_on(#name, path_at(descriptor));                                                    \
-        if (stands_in(action)) return -1;                                                                            \
-        const int is_less = (action == SHORTEN || action == KILL_AFTER) && size > (size_t)rule.value;                \
-        const ssize_t result = REAL(name)(descriptor, buffer, is_less ? (size_t)rule.value : size);                  \
-        if (action == KILL_AFTER) raise(SIGKILL);                                                                    \
-        return result;                                                                                               \
+#define TRANSFER(name, type)                                                                          \
+    ssize_t name(int descriptor, type buffer, size_t size) {                                          \
+        const int action = action_on(#name, path_at(descriptor));                                     \
+        if (stands_in(action)) return -1;                                                             \
+        const int is_less = (action == SHORTEN || action == KILL_AFTER) && size > (size_t)rule.value; \
+        const ssize_t result = REAL(name)(descriptor, buffer, is_less ? (size_t)rule.value : size);   \
+        if (action == KILL_AFTER) raise(SIGKILL);                                                     \
+        return result;                                                                                \
     }
-TRANSFER(read, void *)
-TRANSFER(write, const void *)
+TRANSFER(read, void*)
+TRANSFER(write, const void*)
 
 // Calls by the name `as`, whose path is `key`.
-#define CALL(type, failed, name, as, key, parameters, arguments)     \
-    type name parameters {                                           \
-        if (stands_in(action_on(as, key))) return failed;            \
-        return REAL(name) arguments;                                 \
+#define CALL(type, failed, name, as, key, parameters, arguments) \
+    type name parameters {                                       \
+        if (stands_in(action_on(as, key))) return failed;        \
+        return REAL(name) arguments;                             \
     }
-#define ON_PATH(name, as, more, passed) CALL(int, -1, name, as, path, (const char *path more), (path passed))
+#define ON_PATH(name, as, more, passed) CALL(int, -1, name, as, path, (const char* path more), (path passed))
 #define ON_FILE(name, as, more, passed) \
     CALL(int, -1, name, as, path_at(descriptor), (int descriptor more), (descriptor passed))
 #define AND(...) , __VA_ARGS__
 #define NONE
-ON_PATH(stat, "stat", AND(struct stat *status), AND(status))
-ON_PATH(stat64, "stat", AND(struct stat64 *status), AND(status))
-ON_PATH(lstat64, "lstat", AND(struct stat64 *status), AND(status))
+ON_PATH(stat, "stat", AND(struct stat* status), AND(status))
+ON_PATH(stat64, "stat", AND(struct stat64* status), AND(status))
+ON_PATH(lstat64, "lstat", AND(struct stat64* status), AND(status))
 ON_PATH(access, "access", AND(int mode), AND(mode))
 ON_PATH(mkdir, "mkdir", AND(mode_t mode), AND(mode))
 ON_PATH(rmdir, "rmdir", NONE, NONE)
 ON_PATH(unlink, "unlink", NONE, NONE)
-ON_PATH(rename, "rename", AND(const char *to), AND(to))
-ON_PATH(link, "link", AND(const char *to), AND(to))
-ON_FILE(fstat, "fstat", AND(struct stat *status), AND(status))
-ON_FILE(fstat64, "fstat", AND(struct stat64 *status), AND(status))
+ON_PATH(rename, "rename", AND(const char* to), AND(to))
+ON_PATH(link, "link", AND(const char* to), AND(to))
+ON_FILE(fstat, "fstat", AND(struct stat* status), AND(status))
+ON_FILE(fstat64, "fstat", AND(struct stat64* status), AND(status))
 ON_FILE(fsync, "fsync", NONE, NONE)
 ON_FILE(flock, "flock", AND(int operation), AND(operation))
 ON_FILE(fchmod, "fchmod", AND(mode_t mode), AND(mode))
@@ -133,25 +133,23 @@ ON_FILE(fchown, "fchown", AND(uid_t owner, gid_t group), AND(owner, group))
 ON_FILE(isatty, "isatty", NONE, NONE)
 CALL(off64_t, -1, lseek64, "lseek", path_at(descriptor), (int descriptor, off64_t offset, int whence),
      (descriptor, offset, whence))
-CALL(DIR *, NULL, opendir, "opendir", path, (const char *path), (path))
-int fstatat64(int directory, const char *path, struct stat64 *status, int flags) {
+CALL(DIR*, NULL, opendir, "opendir", path, (const char* path), (path))
+int fstatat64(int directory, const char* path, struct stat64* status, int flags) {
     if (stands_in(action_on(flags & AT_SYMLINK_NOFOLLOW ? "lstat" : "stat", path))) return -1;
     return REAL(fstatat64)(directory, path, status, flags);
 }
-int linkat(int from_directory, const char *from, int to_directory, const char *to, int flags) {
+int linkat(int from_directory, const char* from, int to_directory, const char* to, int flags) {
     if (stands_in(action_on("link", from))) return -1;
     return REAL(linkat)(from_directory, from, to_directory, to, flags);
 }
 
 // C++ allocations: operator new is linked into the extension, and calls malloc from there.
 static int allocations_left, allocations_failing, allocations_seen;
-void shim_starve(int first, int count) {
-    allocations_seen = 0, allocations_left = first, allocations_failing = count;
-}
+void shim_starve(int first, int count) { allocations_seen = 0, allocations_left = first, allocations_failing = count; }
 int shim_allocations(void) { return allocations_seen; }
 
-void *__libc_malloc(size_t size);
-void *malloc(size_t size) {
+void* __libc_malloc(size_t size);
+void* malloc(size_t size) {
     Dl_info caller;
     if (allocations_failing > 0 && dladdr(__builtin_return_address(0), &caller) != 0 &&
         strstr(caller.dli_fname, "/skill.cpython") != NULL) {

@@ -1,6 +1,8 @@
 """System calls that fail, transfer less than asked, or are interrupted: as Python's own way has it."""
 
 import errno
+import itertools
+import signal
 from collections import Counter
 from collections.abc import Iterator
 from pathlib import Path
@@ -12,7 +14,7 @@ import pytest
 import plain_skill
 from conftest import Figure
 from muvad_tarnel.setup import skill
-from scenarios import ON_FILES, Scenario, outcome, prepare, tree
+from scenarios import CURRENT, ON_FILES, OUTDATED, PLACES, ROOT, Scenario, outcome, prepare, torn, tree
 from shim import FOR_EVER, Action, Fault, armed
 
 # What the manual pages name; EIO, ENOMEM and EINTR besides, which network file systems give where the pages don't.
@@ -28,10 +30,11 @@ ERRNOS = {
     "write": "EAGAIN EBADF EDESTADDRREQ EDQUOT EFAULT EFBIG EINTR EINVAL EIO ENOSPC EPERM EPIPE",
     "close": "EBADF EDQUOT EINTR EIO ENOSPC",
 }
+type Found = tuple[Any, dict[str, bytes | str | None]]  # what was told, and the files
 RETRIED = {"open", "read", "write"}  # after EINTR
 
 
-def run(scenario: Scenario, module: ModuleType, root: Path, fault: Fault) -> tuple[Any, list[tuple[str, str]]]:
+def run(scenario: Scenario, module: ModuleType, root: Path, fault: Fault) -> tuple[Found, list[tuple[str, str]]]:
     """What comes of the scenario and of the files, and the calls that were made."""
     prepare(root, scenario.files)
     call = scenario.bound(module, root)
@@ -41,22 +44,30 @@ def run(scenario: Scenario, module: ModuleType, root: Path, fault: Fault) -> tup
     return (told, tree(root)), watch.calls
 
 
+def addresses(calls: list[tuple[str, str]]) -> Iterator[tuple[str, str, int]]:
+    """Each call by its name, its path, and how many like it came before."""
+    met = Counter[tuple[str, str]]()
+    for call in calls:
+        yield *call, met[call]
+        met[call] += 1
+
+
 def faults_of(calls: list[tuple[str, str]]) -> Iterator[Fault]:
     """Each call failing with each errno, once and from then on."""
-    met = Counter[tuple[str, str]]()
-    for call, path in calls:
+    for call, path, first in addresses(calls):
         for code in ERRNOS[call].split():
-            # Python tries some calls again for as long as they are interrupted, and calls fstat where the module doesn't.
+            # Python repeats interrupted calls for ever, and calls fstat where the module doesn't.
             is_single = (code == "EINTR" and call in RETRIED) or call == "fstat"
             for count in (1,) if is_single else (1, FOR_EVER):
-                yield Fault(Action.FAIL, getattr(errno, code), call, path, met[call, path], count)
-        met[call, path] += 1
+                yield Fault(Action.FAIL, getattr(errno, code), call, path, first, count)
 
 
-def compared(told: object, files: dict[str, object], fault: Fault, root: Path) -> object:
+def compared(found: Found, fault: Fault, root: Path) -> Found:
     """What is to be alike. Where a write fails once, Python's buffer writes again when the file is closed."""
-    written = str(Path(fault.path).relative_to(root))
-    return told, files | {written: None} if (fault.call, fault.count) == ("write", 1) else files
+    told, files = found
+    if (fault.call, fault.count) == ("write", 1):
+        files = files | {str(Path(fault.path).relative_to(root)): None}
+    return told, files
 
 
 @pytest.mark.parametrize("name", ON_FILES)
@@ -66,9 +77,96 @@ def test_row_3_each_call_may_fail_with_each_errno(name: str, root: Path, figure:
     faults = list(faults_of(calls))
     different = []
     for fault in faults:
-        found, expected = (run(scenario, module, root, fault)[0] for module in (skill, plain_skill))
-        if compared(*found, fault, root) != compared(*expected, fault, root):
+        found, expected = (
+            compared(run(scenario, module, root, fault)[0], fault, root) for module in (skill, plain_skill)
+        )
+        if found != expected:
             different.append((fault, found[0], expected[0]))
     figure(3, calls=len(calls), faults=len(faults), different_outcomes=len(different))
     assert faults
     assert not different
+
+
+def test_row_4_any_transfer_may_be_short(root: Path, figure: Figure) -> None:
+    files = dict.fromkeys(PLACES, b"version: 0.0.1\n".ljust(64, b"."))
+    scenario = Scenario(files, "install_skills", ("project", ROOT))
+    points = itertools.product(("read", "write"), range(1, 65), (1, FOR_EVER))
+    faults = [Fault(Action.SHORTEN, length, call, count=count) for call, length, count in points]
+    different = []
+    for fault in faults:
+        found, expected = (run(scenario, module, root, fault)[0] for module in (skill, plain_skill))
+        different += [fault] * (found != expected)
+    figure(4, short_transfers=len(faults), different_outcomes=len(different))
+    assert not different
+
+
+class Raised(Exception):  # noqa: N818  # no error
+    """What a signal handler raises."""
+
+
+class Handler:
+    """Counts the signals that it is called for; raises while it is told to."""
+
+    def __init__(self) -> None:
+        self.met = 0
+        self.raises = False
+
+    def __call__(self, *_: object) -> None:
+        self.met += 1
+        if self.raises:
+            raise Raised
+
+
+@pytest.fixture
+def handler() -> Iterator[Handler]:
+    """A handler of the signals of this file's tests."""
+    handler = Handler()
+    before = {number: signal.signal(number, handler) for number in (signal.SIGUSR1, signal.SIGALRM)}
+    yield handler
+    signal.setitimer(signal.ITIMER_REAL, 0)
+    for number, usual in before.items():
+        signal.signal(number, usual)
+
+
+@pytest.mark.parametrize("ending", ["return", "raise"])
+def test_row_4_any_call_may_be_interrupted(ending: str, handler: Handler, root: Path, figure: Figure) -> None:
+    different = []
+    handler.raises = ending == "raise"
+    for scenario in ON_FILES.values():
+        for address in addresses(run(scenario, skill, root, Fault())[1]):
+            fault = Fault(Action.INTERRUPT, signal.SIGUSR1, *address)
+            found, expected = (run(scenario, module, root, fault)[0] for module in (skill, plain_skill))
+            if found[0] != expected[0] or torn(found[1], scenario.files):  # Python's own way does tear them
+                different.append((fault, found, expected[0]))
+    figure(4, f"calls interrupted, handlers {ending}", signals=handler.met // 2, different_or_torn=len(different))
+    assert handler.met
+    assert not different
+
+
+@pytest.mark.parametrize("ending", ["return", "raise"])
+@pytest.mark.filterwarnings("ignore")  # what becomes of the files that Python leaves open
+def test_row_4_no_timer_tears_a_file(ending: str, handler: Handler, root: Path, figure: Figure, effort: float) -> None:
+    """The delay of the signal goes through the time that an install takes; Python's own way shows that it does."""
+    prepare(root, OUTDATED)
+    place = PLACES[-1]
+    signals = {skill: round(10_000 * effort), plain_skill: 300}
+    tears = dict.fromkeys(signals, 0)
+    for module, count in signals.items():
+        handler.met = 0
+        for step in itertools.cycle(range(100)):
+            (root / place).write_bytes(OUTDATED[place])
+            signal.setitimer(signal.ITIMER_REAL, 1e-6 + step * 4e-6, 2e-5 if ending == "return" else 0)
+            try:
+                handler.raises = ending == "raise"
+                module.install_skill("project", root / "project", skill_name="tarnel-wiki")
+                handler.raises = False
+            except Raised:
+                handler.raises = False
+            signal.setitimer(signal.ITIMER_REAL, 0)
+            tears[module] += (root / place).read_bytes() not in (OUTDATED[place], CURRENT[place])
+            if handler.met >= count:
+                break
+    figure(4, f"timers, handlers {ending}", signals=signals[skill], torn=tears[skill])
+    figure(4, f"timers, handlers {ending}, Python's own way", signals=signals[plain_skill], torn=tears[plain_skill])
+    assert not tears[skill]
+    assert tears[plain_skill] or ending == "return"

@@ -1,5 +1,6 @@
 // The module `skill`: what importing it binds, in order.
 #include <array>
+#include <cstdlib>
 #include <memory>
 #include <string_view>
 
@@ -125,7 +126,20 @@ void execute(const Namespace& module) {
     define(function::shadowed_skills);
 }
 
+// The C++ runtime takes a reserve for exceptions when it is loaded, and goes on without if there is none. An allocation
+// that fails then ends the process. Where there is no room for as much now, the reserve has to be doubted.
+bool has_reserve_for_exceptions() noexcept {
+    constexpr std::size_t size = 73'000;
+    void* volatile room = std::malloc(size);  // volatile: else the compiler leaves the allocation out
+    std::free(room);
+    return room != nullptr;
+}
+
 int execute_slot(PyObject* module) noexcept {
+    if (!has_reserve_for_exceptions()) {
+        PyErr_NoMemory();
+        return -1;
+    }
     const Ref done = Ref::steal(python::guarded([module] {
         execute(Namespace(module));
         return python::Ref::borrow(Py_None);

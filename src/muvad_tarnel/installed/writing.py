@@ -136,6 +136,8 @@ def keep(file: Path) -> Path:
         try:
             os.link(file, backup, follow_symlinks=False)
         except FileExistsError:
+            if os.path.samestat(backup.lstat(), file.lstat()):
+                return backup  # made by a run that was killed before it replaced the file
             continue
         except OSError:  # there are no hard links here
             content = read(file)
