@@ -1,7 +1,7 @@
-"""Interpreters beside each other. Arguments: the extension's file, "eight", or the kind ("own", "shared"), what each
-imports ("module", "control") and how many there are one after another.
+"""Interpreters beside each other.
 
-Prints what it counted; for kinds, also how many bytes the process has grown by.
+Arguments: the extension's file, and "eight"; or the kind ("own", "shared"), what each imports ("module", "control") and
+how many there are one after another. Prints what it counted; for kinds, also how many bytes the process has grown by.
 """
 
 import importlib
@@ -83,5 +83,8 @@ if QUESTION == "eight":
     counted = {"interpreters": run_eight()}
 else:
     cycles = int(sys.argv[4])
-    counted = {"cycles": cycles, "growth": growth(QUESTION, {"module": MODULE, "control": CONTROL}[sys.argv[3]], cycles)}
+    counted = {
+        "cycles": cycles,
+        "growth": growth(QUESTION, {"module": MODULE, "control": CONTROL}[sys.argv[3]], cycles),
+    }
 sys.stdout.write(json.dumps(counted) + "\n")

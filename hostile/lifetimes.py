@@ -125,5 +125,7 @@ main: ModuleType = sys.modules["__main__"]
 if QUESTION == "end":
     end(EXTENSION)
     sys.exit()
-counted = {"imports": imports, "failures": imports_that_fail, "daemons": end_with_daemons}[QUESTION](*MORE)
+questions: dict[str, Callable[..., dict[str, int]]]
+questions = {"imports": imports, "failures": imports_that_fail, "daemons": end_with_daemons}
+counted = questions[QUESTION](*MORE)
 sys.stdout.write(json.dumps(counted) + "\n")

@@ -13,14 +13,14 @@ import plain_skill
 from conftest import Figure
 from muvad_tarnel.setup import skill
 
+HERE = Path(__file__).parent
 MOST_MEMORY = 1.02  # of what a cycle with the same imports takes
 
 
 def told(program: str, *arguments: object, module: str | None = skill.__file__) -> str:
     """What a program of this folder prints; that it says nothing else, and ends well."""
     child = subprocess.run(
-        [sys.executable, "-X", "faulthandler", "-W", "error", Path(__file__).with_name(program), str(module)]
-        + [str(argument) for argument in arguments],
+        [sys.executable, "-X", "faulthandler", "-W", "error", str(HERE / program), str(module), *map(str, arguments)],
         # Not in development mode: its memory allocator doesn't survive that several interpreters are made at once.
         env=os.environ | {"PYTHONPATH": os.pathsep.join(filter(None, sys.path)), "PYTHONDEVMODE": ""},
         capture_output=True,

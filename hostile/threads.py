@@ -27,7 +27,8 @@ THREADS = 16
 REPLACED: list[tuple[Any, str]] = [
     *((Path, name) for name in ("exists", "mkdir", "write_text", "read_text", "open", "stat", "is_dir", "__truediv__")),
     *((os, name) for name in ("stat", "mkdir", "fspath", "getcwd")),
-    *((io, "open"), (io, "text_encoding"), (re, "match"), (itertools, "combinations"), (Path, "parent"), (Path, "home")),
+    *((io, "open"), (io, "text_encoding"), (re, "match"), (itertools, "combinations")),
+    *((Path, "parent"), (Path, "home")),
 ]
 
 
