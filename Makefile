@@ -18,7 +18,7 @@ INSTALLED        := $(BUILD)/.installed
 NATIVE_SOURCES := $(shell find native tests/native skills) cmake/EmbedDocuments.cmake CMakeLists.txt
 # What the native code is formatted and checked by.
 CPP   := $(shell find native tests/native hostile -name '*.cpp' -o -name '*.hpp' -o -name '*.c')
-SHELL_SCRIPTS := $(wildcard tools/*.sh hostile/*/*.sh) .ci/run
+SHELL_SCRIPTS := $(wildcard tools/*.sh) .ci/run
 
 PIP := -m pip --disable-pip-version-check
 PIP_INSTALL := $(PY) $(PIP) install -qq --no-deps
@@ -193,8 +193,8 @@ $(PEERS)/.built: $(BENCH)/.environment bench/peers.py bench/plain_skill.py bench
 	@$(BENCH_PY) bench/peers.py $(PEERS)
 	@touch $@
 
-# libFuzzer, which needs clang. Sanitizers and the guidance by coverage are for the core: the definitions in the targets
-# would take most of the time with them. FUZZ="-runs=1000000" counts inputs instead of seconds.
+# libFuzzer, which needs clang. Sanitizers and the guidance by coverage are for the core: what it is compared with would
+# take most of the time with them. FUZZ="-runs=1000000" counts inputs instead of seconds.
 FUZZ_SECONDS ?= 60
 FUZZ         ?= -max_total_time=$(FUZZ_SECONDS)
 FUZZ_TARGETS := stamps versions paths planning
@@ -202,18 +202,21 @@ FUZZ_CXX      = $(or $(firstword $(shell command -v clang++-19 clang++)),clang++
 FUZZED       := $(patsubst %,.build/fuzz/core/%.o,paths planning stamps utf8)
 SANITIZERS   := address,undefined -fno-sanitize-recover=all
 .PHONY: fuzz $(FUZZ_TARGETS:%=fuzz-%)
-.PRECIOUS: .build/fuzz/core/%.o .build/fuzz/%
+.PRECIOUS: .build/fuzz/%
 fuzz:
 	@$(MAKE) --no-print-directory -j2 $(FUZZ_TARGETS:%=fuzz-%)
 $(FUZZ_TARGETS:%=fuzz-%): fuzz-%: .build/fuzz/%
-	@hostile/fuzz/run.sh $< $(FUZZ)
-.build/fuzz/%: hostile/fuzz/%.cpp hostile/fuzz/texts.hpp $(FUZZED)
-	@$(FUZZ_CXX) -c $< -o $@.o
+	@tools/fuzz.sh $< $(FUZZ)
+.build/fuzz/%: hostile/fuzz.cpp $(FUZZED)
+	@$(FUZZ_CXX) -DTARGET=$* -Wno-unused-function -c $< -o $@.o
 	@$(FUZZ_CXX) -fsanitize=fuzzer,$(SANITIZERS) $(FUZZED) $@.o -o $@
 .build/fuzz/core/%.o: native/core/%.cpp $(wildcard native/core/*.hpp)
 	@mkdir -p $(@D) && $(FUZZ_CXX) -fsanitize=fuzzer-no-link,$(SANITIZERS) -c $< -o $@
-.build/fuzz/core/utf8.o: hostile/fuzz/utf8.cpp native/core/utf8.hpp
-	@mkdir -p $(@D) && $(FUZZ_CXX) -fsanitize=fuzzer-no-link,$(SANITIZERS) -c $< -o $@
+.build/fuzz/core/utf8.cpp: native/core/utf8.hpp
+	@mkdir -p $(@D) && printf '#include "core/utf8.hpp"\nbool is_utf8_with_sanitizers(std::string_view text) { %s }\n' \
+	  'return tarnel::core::is_utf8(text);' >$@
+.build/fuzz/core/utf8.o: .build/fuzz/core/utf8.cpp
+	@$(FUZZ_CXX) -fsanitize=fuzzer-no-link,$(SANITIZERS) -c $< -o $@
 
 # $(call variant,name,arguments for CMake,environment): the module built in another way, in a copy of the package. It is used by the
 # interpreter itself, for in .venv the editable package would be found first.
