@@ -21,10 +21,10 @@ void PathText::join(std::string_view component) {
         root_ = length_of_root(component);
         text_.assign(component, 0, root_);
     }
-    while (!component.empty()) {
-        const std::size_t end = std::min(component.find(separator), component.size());
-        const std::string_view name = component.substr(0, end);
-        component.remove_prefix(std::min(end + 1, component.size()));
+    for (std::size_t start = 0; start < component.size();) {
+        const std::size_t end = std::min(component.find(separator, start), component.size());
+        const std::string_view name = component.substr(start, end - start);
+        start = end + 1;
         if (name.empty() || name == ".") continue;
         if (text_.size() > root_) text_ += separator;
         text_ += name;

@@ -11,6 +11,8 @@ namespace tarnel::core {
 // `.`, no slash at the end, and one or two slashes at the front of an absolute path.
 class PathText {
   public:
+    PathText() { text_.reserve(usual_length); }
+
     // Joins a component: behind what is there, or in its place if the component is absolute.
     void join(std::string_view component);
 
@@ -18,6 +20,8 @@ class PathText {
     [[nodiscard]] std::string_view text() const { return text_.empty() ? std::string_view(".") : text_; }
 
   private:
+    static constexpr std::size_t usual_length = 127;
+
     std::string text_;
     std::size_t root_ = 0;  // slashes at the front
 };

@@ -3,11 +3,11 @@
 #include <opcode.h>
 
 #include <algorithm>
-#include <span>
 #include <string>
 
 #include "python/boundary.hpp"
 #include "python/recursion.hpp"
+#include "runtime/unwinder.hpp"
 
 namespace tarnel::python {
 
@@ -17,9 +17,8 @@ constexpr char capsule_name[] = "tarnel.native_body";
 constexpr Py_ssize_t constants_of_code = 2;  // the docstring, which functions take from there, and the builtin
 constexpr Py_ssize_t builtin_index = 1;
 
-NativeBody* body_in(PyObject* capsule) noexcept {
-    return static_cast<NativeBody*>(PyCapsule_GetPointer(capsule, capsule_name));
-}
+// Kept as the capsule's context as well, which is quicker to ask for: no name is compared.
+NativeBody* body_in(PyObject* capsule) noexcept { return static_cast<NativeBody*>(PyCapsule_GetContext(capsule)); }
 
 void destroy_body(PyObject* capsule) noexcept { delete body_in(capsule); }
 
@@ -32,9 +31,7 @@ PyObject* call_body(PyObject* capsule, PyObject* const* arguments, Py_ssize_t co
         return nullptr;
     }
     return guarded([&] {
-        const RecursiveCall recursive;
-        return native->body(CallContext(globals, PyEval_GetBuiltins(), *native->shared,
-                                        std::span(arguments, static_cast<std::size_t>(count))));
+        return native->run(globals, PyEval_GetBuiltins(), std::span(arguments, static_cast<std::size_t>(count)));
     });
 }
 
@@ -90,11 +87,21 @@ Ref parameter_names(const Parameters& parameters) {
 Ref capsule_of(std::unique_ptr<NativeBody> native) {
     Ref capsule = checked(PyCapsule_New(native.get(), capsule_name, destroy_body));
     // NOLINTNEXTLINE(bugprone-unused-return-value): the capsule owns it from here on
-    static_cast<void>(native.release());
+    NativeBody* body = native.release();
+    checked(PyCapsule_SetContext(capsule, body));
     return capsule;
 }
 
 }  // namespace
+
+Ref NativeBody::run(PyObject* globals, PyObject* builtins, std::span<PyObject* const> arguments) const {
+    if (const char* problem = runtime::load_unwinder(); problem != nullptr) {
+        PyErr_SetString(PyExc_ImportError, problem);
+        return {};
+    }
+    const RecursiveCall recursive;
+    return body(CallContext(globals, builtins, *shared, arguments));
+}
 
 Ref make_code(const Definition& definition, PyObject* file, const std::shared_ptr<Shared>& shared) {
     const int parameters = definition.parameters.size();

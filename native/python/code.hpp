@@ -7,6 +7,7 @@
 #pragma once
 
 #include <memory>
+#include <span>
 
 #include "python/definition.hpp"
 
@@ -18,6 +19,9 @@ struct NativeBody {
     Py_ssize_t parameters;
     std::shared_ptr<Shared> shared;
     Ref code;  // a weak reference to the code object, to know it from such copies
+
+    // Runs the body, which counts as one nested call. Null with an error set when it can't be run at all.
+    [[nodiscard]] Ref run(PyObject* globals, PyObject* builtins, std::span<PyObject* const> arguments) const;
 };
 
 // The code object of a definition. `file` is the name that tracebacks show.

@@ -5,7 +5,6 @@
 #include <string>
 
 #include "core/paths.hpp"
-#include "core/utf8.hpp"
 #include "python/handling.hpp"
 #include "python/objects.hpp"
 #include "python/thread.hpp"
@@ -133,7 +132,7 @@ bool exists(const SystemPath& path) {
     return error == 0;
 }
 
-bool read_text(const SystemPath& path, disk::Reading& reading) {
+bool read_file(const SystemPath& path, disk::Reading& reading) {
     if (PySys_Audit("open", "Osi", path.text(), "r", disk::flags_for_reading) < 0) throw PythonError{};
     const int error = retried([&] { return reading.run(); });
     if (error == EAGAIN && reading.was_opened()) {  // Python's decoder takes "nothing yet" for bytes
@@ -142,10 +141,16 @@ bool read_text(const SystemPath& path, disk::Reading& reading) {
     }
     if (error != 0) return false;
     handle_signals();
-    const std::string_view content = reading.content();
-    if (core::is_utf8(content)) return true;
-    const Ref decoded = checked(PyUnicode_DecodeUTF8(content.data(), static_cast<Py_ssize_t>(content.size()), nullptr));
     return true;
+}
+
+Ref decoded(std::string_view content) {
+    const Ref io = Ref::borrow(PyImport_AddModule("_io"));  // which the interpreter can't start without
+    if (io.get() == nullptr) throw PythonError{};
+    const Ref bytes =
+        checked(PyObject_CallMethod(io, "BytesIO", "y#", content.data(), static_cast<Py_ssize_t>(content.size())));
+    const Ref file = checked(PyObject_CallMethod(io, "TextIOWrapper", "Os", bytes.get(), "utf-8"));
+    return checked(PyObject_CallMethod(file, "read", nullptr));
 }
 
 void make_directories(const SystemPath& path) {

@@ -40,10 +40,12 @@ class SystemPath {
 // `Path.exists()`
 [[nodiscard]] bool exists(const SystemPath& path);
 
-// `Path.read_text(encoding="utf-8")`, but for universal newlines: whether the file could be read. False stands for an
-// OSError of the file itself; an exception of an audit hook or a signal handler is thrown. The content is valid UTF-8,
-// else the UnicodeDecodeError is thrown.
-[[nodiscard]] bool read_text(const SystemPath& path, disk::Reading& reading);
+// `Path.read_text(encoding="utf-8")` up to the decoding: whether the file could be read. False stands for an OSError of
+// the file itself; an exception of an audit hook or a signal handler is thrown.
+[[nodiscard]] bool read_file(const SystemPath& path, disk::Reading& reading);
+
+// The text of what was read: decoded as UTF-8 by whoever is registered to do so, with universal newlines.
+[[nodiscard]] Ref decoded(std::string_view content);
 
 // `Path.mkdir(parents=True, exist_ok=True)`. The path's text is one of pathlib's.
 void make_directories(const SystemPath& path);

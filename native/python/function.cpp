@@ -7,7 +7,6 @@
 #include "python/boundary.hpp"
 #include "python/code.hpp"
 #include "python/objects.hpp"
-#include "python/recursion.hpp"
 
 namespace tarnel::python {
 
@@ -52,11 +51,9 @@ PyObject* call_function(PyObject* function, PyObject* const* arguments, size_t f
             handled = false;
             return {};
         }
-        const RecursiveCall recursive;
         const NestedFastCall nested;
         PyObject* builtins = reinterpret_cast<PyFunctionObject*>(function)->func_builtins;
-        return native->body(
-            CallContext(PyFunction_GET_GLOBALS(function), builtins, *native->shared, binding.arguments()));
+        return native->run(PyFunction_GET_GLOBALS(function), builtins, binding.arguments());
     });
     if (handled) return result;
     return interpreter_call.load(std::memory_order_relaxed)(function, arguments, flags, keywords);

@@ -32,7 +32,8 @@ Ref new_instance(PyObject* callable, std::initializer_list<PyObject*> values, Py
     if (init.get() == nullptr)
         return checked(PyObject_Vectorcall(callable, &arguments[1], PY_VECTORCALL_ARGUMENTS_OFFSET, keywords));
     auto* type = reinterpret_cast<PyTypeObject*>(callable);
-    Ref instance = checked(type->tp_alloc(type, 0));
+    const Ref no_arguments = checked(PyTuple_New(0));
+    Ref instance = checked(type->tp_new(type, no_arguments, nullptr));
     arguments[0] = instance;
     const Ref result = checked(PyObject_Vectorcall(init, arguments.data(), 1, keywords));
     if (result.get() == Py_None) return instance;

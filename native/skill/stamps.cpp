@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "core/stamps.hpp"
+#include "core/utf8.hpp"
 #include "python/handling.hpp"
 #include "skill/body.hpp"
 #include "skill/recognized.hpp"
@@ -95,40 +96,61 @@ Ref compare_with_package(const CallContext& context, PyObject* version, int oper
 
 namespace {
 
-// The fast path of `_installed_version`, for a path whose file nothing but the system is asked for.
-Ref stamp_of_file(const python::SystemPath& path) {
+// `text[:2000]`
+Ref head_of(PyObject* text) {
+    const Ref end = checked(PyLong_FromSize_t(core::searched_characters));
+    const Ref head = checked(PySlice_New(nullptr, end, nullptr));
+    return checked(PyObject_GetItem(text, head));
+}
+
+// What the pattern finds.
+Ref stamp_in(const CallContext& context, PyObject* head) {
+    const Ref pattern = context.global(name::version_re);
+    const Ref match = context.call_method(pattern, name::search, {head});
+    if (!is_true(match)) return none();
+    const Ref value_group = checked(PyLong_FromLong(1));
+    return context.call_method(match, name::group, {value_group});
+}
+
+// Whether the content of a file needn't be decoded to find what the pattern would find.
+bool is_searched_plainly(const CallContext& context, std::string_view content) {
+    return context.global_if_plain(name::version_re) == context.recognized(recognized::version_pattern) &&
+           context.standard_library().codec_holds() && core::is_utf8(content);
+}
+
+// The fast path of `_installed_version`, for a path whose file nothing but the system is asked for. A file that is
+// there may still have to be decoded and searched by others.
+Ref stamp_of_file(const CallContext& context, const python::SystemPath& path) {
     disk::Reading reading(path.c_str());
+    Ref head;
     try {
-        if (!python::read_text(path, reading)) return none();
+        if (!python::read_file(path, reading)) return none();
+        if (is_searched_plainly(context, reading.content())) {
+            const auto stamp = core::find_stamp(reading.content(), character_classes);
+            return stamp ? python::text_of(*stamp) : none();
+        }
+        const Ref text = python::decoded(reading.content());
+        head = head_of(text);
     } catch (const PythonError&) {
         const python::Handling unreadable(PyExc_OSError);
         return none();
     }
-    const auto stamp = core::find_stamp(reading.content(), character_classes);
-    return stamp ? python::text_of(*stamp) : none();
-}
-
-bool reads_plain_stamps(const CallContext& context) {
-    return context.global_if_plain(name::version_re) == context.recognized(recognized::version_pattern) &&
-           context.standard_library().codec_holds();
+    return stamp_in(context, head);
 }
 
 // The path, for a path object that is read by nothing but its text; nothing for any other.
 std::optional<python::SystemPath> plain_path(const CallContext& context, PyObject* path) {
-    if (!context.standard_library().paths_hold() || !reads_plain_stamps(context) ||
-        !Py_IS_TYPE(path, context.standard_library().posix_path_type()))
+    if (!context.standard_library().paths_hold() || !Py_IS_TYPE(path, context.standard_library().posix_path_type()))
         return {};
     const Ref text = checked(PyObject_Str(path));
     return python::SystemPath::of(text);
 }
 
-// The head of the text; none when the file can't be read.
+// The head of the text; null when the file can't be read.
 Ref head_of_file(const CallContext& context, PyObject* path) {
     try {
         const Ref text = context.call_method(path, name::read_text, {}, {{name::encoding, context[literal::utf_8]}});
-        const Ref end = checked(PyLong_FromSize_t(core::searched_characters));
-        const Ref head = checked(PySlice_New(nullptr, end, nullptr));
-        return checked(PyObject_GetItem(text, head));
+        return head_of(text);
     } catch (const PythonError&) {
         const python::Handling unreadable(PyExc_OSError);
         return {};
@@ -137,14 +159,9 @@ Ref head_of_file(const CallContext& context, PyObject* path) {
 
 Ref _installed_version(const CallContext& context) {
     const auto [path] = context.arguments<1>();
-    if (const auto plain = plain_path(context, path)) return stamp_of_file(*plain);
+    if (const auto plain = plain_path(context, path)) return stamp_of_file(context, *plain);
     const Ref head = head_of_file(context, path);
-    if (head.get() == nullptr) return none();
-    const Ref pattern = context.global(name::version_re);
-    const Ref match = context.call_method(pattern, name::search, {head});
-    if (!is_true(match)) return none();
-    const Ref value_group = checked(PyLong_FromLong(1));
-    return context.call_method(match, name::group, {value_group});
+    return head.get() == nullptr ? none() : stamp_in(context, head);
 }
 
 }  // namespace
@@ -159,9 +176,8 @@ constinit const python::Definition function::_installed_version = {
 
 Ref installed_version(const CallContext& context, Target& target) {
     if (const python::SystemPath* path = target.plain();
-        path != nullptr && context.is_own(name::_installed_version, skill::_installed_version) &&
-        reads_plain_stamps(context))
-        return stamp_of_file(*path);
+        path != nullptr && context.is_own(name::_installed_version, skill::_installed_version))
+        return stamp_of_file(context, *path);
     const Ref read = context.global(name::_installed_version);
     return context.call(read, {target.object()});
 }
