@@ -59,12 +59,16 @@ test-python: $(INSTALLED)
 
 # The hostile tests: counted experiments, see docs/reliability.md. One of them takes longer than pytest lets a test take.
 HOSTILE := .build/hostile
-.PHONY: hostile soak
-hostile: $(INSTALLED) $(HOSTILE)/shim.so
+.PHONY: hostile hostile-tests soak
+hostile: hostile-tests
+	@$(MAKE) --no-print-directory fuzz sanitize
+hostile-tests: $(INSTALLED) $(HOSTILE)/shim.so
 	@TMPDIR=$$(test -w /dev/shm && echo /dev/shm || echo /tmp) LD_PRELOAD=$(CURDIR)/$(HOSTILE)/shim.so \
 	  $(PY) -m pytest hostile -o faulthandler_timeout=0 $(ARGS)
 soak:
-	@HOSTILE_EFFORT=$${HOSTILE_EFFORT:-50} $(MAKE) --no-print-directory hostile
+	@HOSTILE_EFFORT=$${HOSTILE_EFFORT:-50} $(MAKE) --no-print-directory hostile-tests
+	@$(MAKE) --no-print-directory fuzz-planning FUZZ=-runs=1000000
+	@$(MAKE) --no-print-directory -j2 fuzz-stamps fuzz-versions fuzz-paths FUZZ=-runs=100000000
 $(HOSTILE)/%.so: hostile/%.c
 	@mkdir -p $(@D) && $(CC) -std=gnu17 -O2 -Wall -Wextra -Werror -fPIC -shared $< -o $@ -ldl
 

@@ -117,6 +117,7 @@ def replace_guarded_names() -> None:
     """Again and again, each by what does the same."""
     kinds = (FunctionType, property, classmethod)
     passing = [place for place in guarded() if isinstance(place[2], kinds) and place[0] is not builtins]
+    passing = [place for place in passing if place[1] != "_buffer_decode"]  # a Python function would be a method
     for place in itertools.takewhile(lambda _: not ended.is_set(), itertools.cycle(passing)):
         with replaced(*place):
             next(replacements)
