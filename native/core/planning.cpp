@@ -38,7 +38,7 @@ class Search {
     Search(std::span<const Directories> agents, std::size_t candidates, const std::function<void()>& checkpoint)
         : candidates_(candidates), checkpoint_(checkpoint) {
         agents_.reserve(agents.size());
-        for (const Directories& directories : agents) add(directories);
+        for (const Directories directories : agents) add(directories);
         find_readers();
     }
 
@@ -47,7 +47,7 @@ class Search {
 
   private:
     struct AgentState {
-        const Directories* directories;
+        Directories directories;
         std::size_t weight = 1;     // agents with the same directories are one
         std::size_t sightings = 0;  // of a skill, through the selection
         std::size_t rank = 0;       // if there are any: the first position of a directory that is selected
@@ -59,11 +59,11 @@ class Search {
         bool is_excluded = false;
     };
 
-    void add(const Directories& directories) {
-        const auto known =
-            std::ranges::find_if(agents_, [&](const AgentState& other) { return *other.directories == directories; });
+    void add(Directories directories) {
+        const auto known = std::ranges::find_if(
+            agents_, [&](const AgentState& other) { return std::ranges::equal(other.directories, directories); });
         if (known == agents_.end())
-            agents_.push_back({.directories = &directories});
+            agents_.push_back({.directories = directories});
         else
             known->weight++;
         unserved_ = agents_.size();
@@ -72,15 +72,17 @@ class Search {
     // Sorts what the agents read by candidate.
     void find_readers() {
         for (const AgentState& agent : agents_)
-            for (const Candidate directory : *agent.directories) candidates_[directory].end_of_readings++;
+            for (const Candidate directory : agent.directories) candidates_[directory].end_of_readings++;
         std::size_t end = 0;
         for (CandidateState& candidate : candidates_) {
             candidate.first_reading = end;
             end += std::exchange(candidate.end_of_readings, end);
         }
         readings_.resize(end);
+        saved_ranks_.reserve(end);
+        selection_.reserve(candidates_.size());
         for (std::size_t agent = 0; agent < agents_.size(); agent++) {
-            const Directories& directories = *agents_[agent].directories;
+            const Directories directories = agents_[agent].directories;
             for (std::size_t position = 0; position < directories.size(); position++) {
                 CandidateState& candidate = candidates_[directories[position]];
                 const bool is_first = candidate.end_of_readings == candidate.first_reading;
@@ -129,27 +131,28 @@ class Search {
             return;
         }
         for (std::size_t i = 0; i < candidates_.size(); i++) candidates_[i].cost = cost(static_cast<Candidate>(i));
-        const Directories* fewest = nullptr;
+        Directories fewest;
         std::ptrdiff_t fewest_options = std::numeric_limits<std::ptrdiff_t>::max();
         std::size_t least_native_rank = 0;
         for (const AgentState& agent : agents_) {
             if (agent.sightings > 0) continue;
-            const Directories& directories = *agent.directories;
+            const Directories directories = agent.directories;
             const auto viable = [this](Candidate directory) { return can_win(directory); };
             const auto first = std::ranges::find_if(directories, viable);
             if (first == directories.end()) return;
             least_native_rank += agent.weight * static_cast<std::size_t>(first - directories.begin());
             const std::ptrdiff_t options = std::count_if(first, directories.end(), viable);
-            if (options < fewest_options) fewest = &directories;
+            if (options < fewest_options) fewest = directories;
             fewest_options = std::min(options, fewest_options);
         }
-        if (fewest != nullptr && !is_hopeless(least_native_rank)) branch(*fewest);
+        if (!is_hopeless(least_native_rank)) branch(fewest);
     }
 
     // Tries the directories, the cheapest first, and then the most native.
     // NOLINTNEXTLINE(misc-no-recursion)
-    void branch(const Directories& directories) {
+    void branch(Directories directories) {
         std::vector<std::pair<std::size_t, std::size_t>> options;  // cost, and position
+        options.reserve(directories.size());
         for (std::size_t position = 0; position < directories.size(); position++)
             if (can_win(directories[position])) options.emplace_back(candidates_[directories[position]].cost, position);
         std::ranges::sort(options);
@@ -232,6 +235,11 @@ struct Group {
     std::vector<Directories> agents;    // of positions in `candidates`
 };
 
+struct Groups {
+    std::vector<Candidate> positions;  // what the groups' agents read, one after the other
+    std::vector<Group> groups;
+};
+
 class Connections {
   public:
     explicit Connections(std::size_t candidates) : parents_(candidates) {
@@ -247,10 +255,13 @@ class Connections {
     std::vector<Candidate> parents_;
 };
 
-std::vector<Group> groups_of(std::span<const Directories> agents, std::size_t candidates) {
+Groups groups_of(std::span<const Directories> agents, std::size_t candidates) {
     Connections connections(candidates);
-    for (const Directories& directories : agents)
+    std::size_t readings = 0;
+    for (const Directories directories : agents) {
+        readings += directories.size();
         for (const Candidate directory : directories) connections.connect(directory, directories.front());
+    }
     std::vector<Group> groups(candidates);  // most of them stay empty: each is found at its root
     std::vector<Candidate> positions(candidates);
     for (std::size_t i = 0; i < candidates; i++) {
@@ -258,11 +269,13 @@ std::vector<Group> groups_of(std::span<const Directories> agents, std::size_t ca
         positions[i] = static_cast<Candidate>(members.size());
         members.push_back(static_cast<Candidate>(i));
     }
-    for (const Directories& directories : agents) {
-        Directories& local = groups[connections.root(directories.front())].agents.emplace_back();
+    std::vector<Candidate> local;
+    local.reserve(readings);
+    for (const Directories directories : agents) {
         for (const Candidate directory : directories) local.push_back(positions[directory]);
+        groups[connections.root(directories.front())].agents.emplace_back(std::span(local).last(directories.size()));
     }
-    return groups;
+    return {std::move(local), std::move(groups)};
 }
 
 }  // namespace
@@ -277,7 +290,8 @@ std::vector<Candidate> best_selection(std::span<const Directories> agents, std::
         return search.best();
     }
     std::vector<Candidate> selection;
-    for (const Group& group : groups_of(agents, candidates)) {
+    const Groups all = groups_of(agents, candidates);
+    for (const Group& group : all.groups) {
         if (group.agents.empty()) continue;
         Search search(group.agents, group.candidates.size(), checkpoint);
         search.run();
@@ -289,7 +303,7 @@ std::vector<Candidate> best_selection(std::span<const Directories> agents, std::
 
 std::vector<Candidate> quick_selection(std::span<const Directories> agents, std::size_t candidates) {
     std::vector<char> chosen(candidates);
-    for (const Directories& directories : agents)
+    for (const Directories directories : agents)
         if (std::ranges::none_of(directories, [&](Candidate directory) { return chosen[directory] != 0; }))
             chosen[directories.front()] = 1;
     std::vector<Candidate> selection;

@@ -13,7 +13,7 @@ namespace tarnel::core {
 using Candidate = std::uint16_t;
 
 // The directories that one agent reads, in its order of preference; not empty. A repeated one counts each time.
-using Directories = std::vector<Candidate>;
+using Directories = std::span<const Candidate>;
 
 // Candidates for which a search is made at all.
 inline constexpr std::size_t max_candidates = 256;

@@ -45,10 +45,12 @@ constexpr std::size_t length_of_character(std::string_view text, std::size_t ind
 constexpr std::size_t skip_ascii(std::string_view text, std::size_t index) {
     if (!std::is_constant_evaluated() && std::endian::native == std::endian::little) {
         constexpr std::uint64_t high_bits = 0x8080808080808080U;
-        std::array<std::uint64_t, 4> block{};
+        std::array<std::uint64_t, 8> block{};
         for (; text.size() - index >= sizeof block; index += sizeof block) {
             std::memcpy(block.data(), text.data() + index, sizeof block);
-            if (((block[0] | block[1] | block[2] | block[3]) & high_bits) != 0) break;
+            std::uint64_t all = 0;
+            for (const std::uint64_t word : block) all |= word;
+            if ((all & high_bits) != 0) break;
         }
         for (; text.size() - index >= sizeof block[0]; index += sizeof block[0]) {
             std::memcpy(block.data(), text.data() + index, sizeof block[0]);

@@ -13,9 +13,8 @@ PyObject* CallContext::global_if_plain(StringId name) const {
     return value;
 }
 
-bool CallContext::is_own(StringId name, Body body) const {
-    PyObject* value = global_if_plain(name);
-    if (value == nullptr || !PyFunction_Check(value)) return false;
+bool CallContext::is_own(PyObject* value, Body body) const {
+    if (!PyFunction_Check(value)) return false;
     const auto* function = reinterpret_cast<PyFunctionObject*>(value);
     const NativeBody* native = native_body_of(function->func_code);
     return native != nullptr && native->body == body && function->func_globals == globals_ &&

@@ -46,7 +46,11 @@ class CallContext {
 
     // Whether a global name stands for the function with that body which was made here, over the same namespace: then
     // a fast path may do at once what a call would lead to. Neither it nor the next runs foreign code.
-    [[nodiscard]] bool is_own(StringId name, Body body) const;
+    [[nodiscard]] bool is_own(StringId name, Body body) const {
+        PyObject* value = global_if_plain(name);
+        return value != nullptr && is_own(value, body);
+    }
+    [[nodiscard]] bool is_own(PyObject* value, Body body) const;
 
     // The value of a global name, borrowed; null if it takes more than a look into the namespace to find it.
     [[nodiscard]] PyObject* global_if_plain(StringId name) const;

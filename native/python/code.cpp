@@ -95,8 +95,8 @@ Ref capsule_of(std::unique_ptr<NativeBody> native) {
 }  // namespace
 
 Ref NativeBody::run(PyObject* globals, PyObject* builtins, std::span<PyObject* const> arguments) const {
-    if (const char* problem = runtime::load_unwinder(); problem != nullptr) {
-        PyErr_SetString(PyExc_ImportError, problem);
+    if (!runtime::load_unwinder()) {
+        PyErr_SetString(PyExc_ImportError, runtime::unwinder_problem);
         return {};
     }
     const RecursiveCall recursive;

@@ -34,6 +34,17 @@ Ref look_up(PyObject* globals, PyObject* builtins, PyObject* name) {
     throw_name_error(name);
 }
 
+Ref attribute_in_slot(PyObject* object, PyObject* name) {
+    PyTypeObject* type = Py_TYPE(object);
+    if (type->tp_getattro != PyObject_GenericGetAttr) return {};
+    PyObject* descriptor = _PyType_Lookup(type, name);
+    if (descriptor == nullptr || !Py_IS_TYPE(descriptor, &PyMemberDescr_Type)) return {};
+    const PyMemberDef* slot = reinterpret_cast<PyMemberDescrObject*>(descriptor)->d_member;
+    if (slot->type != Py_T_OBJECT_EX || PyObject_TypeCheck(object, PyDescr_TYPE(descriptor)) == 0) return {};
+    PyObject* value = *reinterpret_cast<PyObject**>(reinterpret_cast<char*>(object) + slot->offset);
+    return Ref::borrow(value);
+}
+
 Ref look_up(PyObject* globals, const char* name) {
     const Ref key = checked(PyUnicode_InternFromString(name));
     return look_up(globals, PyEval_GetBuiltins(), key);

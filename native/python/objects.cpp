@@ -81,7 +81,32 @@ bool is_list_of_texts(PyObject* object) { return PyList_CheckExact(object) && ha
 
 bool is_tuple_of_texts(PyObject* object) { return PyTuple_CheckExact(object) && has_only_texts(object); }
 
+namespace {
+
+// The fast path of `joined`: null unless all objects are plain ASCII strings.
+Ref joined_ascii(std::initializer_list<Piece> pieces) {
+    std::size_t length = 0;
+    for (const auto& [literal, object] : pieces) {
+        const bool is_ascii = object == nullptr || (PyUnicode_CheckExact(object) && PyUnicode_IS_COMPACT_ASCII(object));
+        if (!is_ascii) return {};
+        length += object == nullptr ? literal.size() : static_cast<std::size_t>(PyUnicode_GET_LENGTH(object));
+    }
+    constexpr Py_UCS4 largest_ascii = 0x7F;
+    Ref whole = checked(PyUnicode_New(static_cast<Py_ssize_t>(length), largest_ascii));
+    auto* end = static_cast<char*>(PyUnicode_DATA(whole.get()));
+    for (const auto& [literal, object] : pieces) {
+        const auto* data = object == nullptr ? literal.data() : static_cast<const char*>(PyUnicode_DATA(object));
+        const std::size_t size =
+            object == nullptr ? literal.size() : static_cast<std::size_t>(PyUnicode_GET_LENGTH(object));
+        end = std::copy_n(data, size, end);
+    }
+    return whole;
+}
+
+}  // namespace
+
 Ref joined(std::initializer_list<Piece> pieces) {
+    if (Ref whole = joined_ascii(pieces); whole.get() != nullptr) return whole;
     constexpr std::size_t most_pieces = 4;
     if (pieces.size() > most_pieces) throw std::length_error("a text of too many pieces");
     std::array<Ref, most_pieces> texts;

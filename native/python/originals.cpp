@@ -308,21 +308,10 @@ Ref Originals::original(std::string_view module, std::string_view name) const {
     return Ref::borrow(entries_[static_cast<std::size_t>(found - names_.begin())].value);
 }
 
-const Originals::Attributes& Originals::attributes_of(std::string_view module, std::string_view class_name) const {
-    const auto found = std::ranges::find_if(
-        classes_, [&](const Class& known) { return module == known.module && class_name == known.name; });
-    return attributes_[static_cast<std::size_t>(found - classes_.begin())];
-}
-
 Ref Originals::original_class(std::string_view module, std::string_view name) const {
-    return Ref::borrow(attributes_of(module, name).type);
-}
-
-Ref Originals::original_attribute(std::string_view module, std::string_view class_name, std::string_view name) const {
-    const auto& values = attributes_of(module, class_name).values;
     const auto found = std::ranges::find_if(
-        values, [name](const auto& known) { return PyUnicode_CompareWithASCIIString(known.first, name.data()) == 0; });
-    return Ref::borrow(found->second);
+        classes_, [&](const Class& known) { return module == known.module && name == known.name; });
+    return Ref::borrow(attributes_[static_cast<std::size_t>(found - classes_.begin())].type);
 }
 
 void Originals::add(PyObject* dict, const char* key) {

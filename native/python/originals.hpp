@@ -35,8 +35,6 @@ class Originals {
     }
     [[nodiscard]] Ref original(std::string_view module, std::string_view name) const;
     [[nodiscard]] Ref original_class(std::string_view module, std::string_view name) const;
-    [[nodiscard]] Ref original_attribute(std::string_view module, std::string_view class_name,
-                                         std::string_view name) const;
 
     // From now on, an entry of another dictionary has to stay as it is, too.
     void add(PyObject* dict, const char* key);
@@ -70,7 +68,6 @@ class Originals {
     [[nodiscard]] bool has_changed() const noexcept;
     [[nodiscard]] bool functions_hold() const noexcept;
     [[nodiscard]] bool compare();
-    [[nodiscard]] const Attributes& attributes_of(std::string_view module, std::string_view class_name) const;
 
     const DictWatcher& watcher_;
     std::span<const standard_library::Name> names_;

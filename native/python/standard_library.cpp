@@ -19,7 +19,6 @@ void StandardLibrary::find_environment() {
     for (const char* name : {"_data", "decodevalue", "encodekey"}) files_.add(attributes, name);
     path_type_ = files_.original("pathlib", "Path");
     posix_path_type_ = files_.original("pathlib", "PosixPath");
-    components_slot_ = files_.original_attribute("pathlib", "PosixPath", "_raw_paths");
     getcwd_ = files_.original("os", "getcwd");
     home_key_ = checked(PyBytes_FromString("HOME"));
     environment_ = std::move(variables);
@@ -29,16 +28,6 @@ Ref StandardLibrary::home_variable() const {
     Ref value = item_if_any(environment_, home_key_);
     if (value.get() != nullptr && !PyBytes_CheckExact(value.get())) return {};
     return value;
-}
-
-// Reads the slot as its descriptor does, which looking up the attribute would lead to.
-Ref StandardLibrary::components_of(PyObject* path) const {
-    PyMemberDef* slot = reinterpret_cast<PyMemberDescrObject*>(components_slot_.get())->d_member;
-    Ref components = Ref::steal(PyMember_GetOne(reinterpret_cast<const char*>(path), slot));
-    if (components.get() != nullptr) return components;
-    if (PyErr_ExceptionMatches(PyExc_AttributeError) == 0) throw PythonError{};
-    PyErr_Clear();
-    return components;
 }
 
 // What files are decoded and encoded with is registered where no dictionary shows it.

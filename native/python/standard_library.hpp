@@ -30,8 +30,6 @@ class StandardLibrary {
         return reinterpret_cast<PyTypeObject*>(posix_path_type_.get());
     }
     [[nodiscard]] PyObject* getcwd() const noexcept { return getcwd_; }
-    // Once paths have held: what such an object was made of, as `path._raw_paths`; null if it was never initialised.
-    [[nodiscard]] Ref components_of(PyObject* path) const;
     // The value of HOME in `os.environ` as it is now: a bytes object; null if there is none.
     [[nodiscard]] Ref home_variable() const;
 
@@ -45,7 +43,6 @@ class StandardLibrary {
     Originals files_{watcher_, standard_library::of_files, standard_library::builtins, standard_library::classes};
     Ref path_type_;
     Ref posix_path_type_;
-    Ref components_slot_;
     Ref getcwd_;
     Ref environment_;  // the dictionary inside `os.environ`; null until it is known
     Ref home_key_;

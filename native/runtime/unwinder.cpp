@@ -47,8 +47,8 @@ constinit std::array<std::atomic<void*>, function_count> functions = {};
 
 template <typename Result, typename... Arguments>
 Result forward(Function function, Arguments... arguments) {
-    if (const char* problem = load_unwinder(); problem != nullptr) {
-        std::fprintf(stderr, "muvad_tarnel.setup.skill: %s\n", problem);
+    if (!load_unwinder()) {
+        std::fprintf(stderr, "muvad_tarnel.setup.skill: %s\n", unwinder_problem);
         std::abort();
     }
     void* address = functions[function].load(std::memory_order_relaxed);
@@ -57,16 +57,16 @@ Result forward(Function function, Arguments... arguments) {
 
 }  // namespace
 
-const char* load_unwinder() noexcept {
-    if (functions.back().load(std::memory_order_acquire) != nullptr) return nullptr;
+bool load_unwinder() noexcept {
+    if (functions.back().load(std::memory_order_acquire) != nullptr) return true;
     void* library = dlopen("libgcc_s.so.1", RTLD_NOW);
-    if (library == nullptr) return dlerror();
+    if (library == nullptr) return false;
     for (std::size_t i = 0; i < function_count; i++) {
         void* address = dlsym(library, names[i]);
-        if (address == nullptr) return dlerror();
+        if (address == nullptr) return false;
         functions[i].store(address, std::memory_order_release);
     }
-    return nullptr;
+    return true;
 }
 
 }  // namespace tarnel::runtime

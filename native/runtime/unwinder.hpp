@@ -3,11 +3,13 @@
 
 namespace tarnel::runtime {
 
-// Loads it if it isn't there yet. Null, or why it can't be loaded: an exception that is thrown then ends the process.
+inline constexpr char unwinder_problem[] = "libgcc_s.so.1, which C++ exceptions need, cannot be loaded";
+
+// Loads it if it isn't there yet. False if it can't be loaded: an exception that is thrown then ends the process.
 #ifdef TARNEL_LAZY_UNWINDER
-[[nodiscard]] const char* load_unwinder() noexcept;
+[[nodiscard]] bool load_unwinder() noexcept;
 #else
-[[nodiscard]] inline const char* load_unwinder() noexcept { return nullptr; }
+[[nodiscard]] inline bool load_unwinder() noexcept { return true; }
 #endif
 
 }  // namespace tarnel::runtime

@@ -14,32 +14,24 @@ bool is_current(const CallContext& context, PyObject* existing) {
     return is_true(same_or_newer);
 }
 
-// What is about to happen, and what has happened then. Each text looks the version up for itself. A text that will not
-// be used is left out if nothing can tell.
-struct Wording {
-    Ref action;
-    Ref done;
-};
+// What is about to happen.
+Ref action_on(const CallContext& context, PyObject* existing, bool is_update) {
+    const Ref found = is_update ? checked(PyObject_Str(existing)) : Ref();
+    const Ref version = context.global(name::package_version);
+    if (found.get() == nullptr) return joined({"install v", version.get()});
+    return joined({"update v", found.get(), " -> v", version.get()});
+}
 
-Wording wording(const CallContext& context, PyObject* existing, PyObject* dry_run) {
+// What has happened then.
+Ref success_of(const CallContext& context, bool is_update) {
+    const Ref version = context.global(name::package_version);
+    return joined({is_update ? "updated to v" : "installed v", version.get()});
+}
+
+// Whether nothing can tell if one of these texts is made.
+bool are_plain_texts(const CallContext& context, PyObject* existing) {
     const PyObject* version = context.global_if_plain(name::package_version);
-    const bool is_dry_run = dry_run == Py_True;
-    const bool is_plain = PyBool_Check(dry_run) && version != nullptr && PyUnicode_CheckExact(version) &&
-                          (is_none(existing) || PyUnicode_CheckExact(existing));
-    Wording words;
-    if (is_true(existing)) {
-        const Ref found = checked(PyObject_Str(existing));
-        const Ref target = context.global(name::package_version);
-        if (!is_plain || is_dry_run) words.action = joined({"update v", found.get(), " -> v", target.get()});
-        const Ref reached = context.global(name::package_version);
-        if (!is_plain || !is_dry_run) words.done = joined({"updated to v", reached.get()});
-    } else {
-        const Ref target = context.global(name::package_version);
-        if (!is_plain || is_dry_run) words.action = joined({"install v", target.get()});
-        const Ref reached = context.global(name::package_version);
-        if (!is_plain || !is_dry_run) words.done = joined({"installed v", reached.get()});
-    }
-    return words;
+    return version != nullptr && PyUnicode_CheckExact(version) && (is_none(existing) || PyUnicode_CheckExact(existing));
 }
 
 void make_directory(const CallContext& context, Target& target) {
@@ -75,7 +67,11 @@ Ref install_skill(const CallContext& context) {
         const Ref message = joined({"already up to date (v", existing.get(), ")"});
         return record.finish(Outcome::unchanged, message, agents);
     }
-    const auto [action, done] = wording(context, existing, dry_run);
+    const bool is_update = is_true(existing);
+    // Both texts are made before it is known which one will be used.
+    const bool makes_both = !PyBool_Check(dry_run) || !are_plain_texts(context, existing);
+    const Ref action = makes_both || dry_run == Py_True ? action_on(context, existing, is_update) : Ref();
+    const Ref success = makes_both || dry_run == Py_False ? success_of(context, is_update) : Ref();
     if (is_true(dry_run)) {
         const Record record(context, scope, target);
         const Ref message = joined({"would ", action.get(), " (dry run)"});
@@ -90,7 +86,7 @@ Ref install_skill(const CallContext& context) {
         return record.finish(Outcome::failed, message, agents);
     }
     const Record record(context, scope, target);
-    return record.finish(Outcome::written, done, agents);
+    return record.finish(Outcome::written, success, agents);
 }
 
 }  // namespace
@@ -127,7 +123,7 @@ Ref install_skills(const CallContext& context) {
         for (const Ref& skill_name : Iteration(templates)) {
             const Ref install = context.global(name::install_skill);
             const Ref readers = checked(PySequence_Tuple(keys));
-            const Ref result = context.is_own(name::install_skill, skill::install_skill)
+            const Ref result = context.is_own(install, skill::install_skill)
                                    ? context.run(skill::install_skill,
                                                  {scope, project_root, force, dry_run, skill_name, directory, readers})
                                    : context.call(install, {scope, project_root},

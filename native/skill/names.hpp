@@ -30,6 +30,7 @@
     X(name, install_skill, "install_skill")                      \
     X(name, _reading_agents, "_reading_agents")                  \
     X(name, init, "__init__")                                    \
+    X(name, _raw_paths, "_raw_paths")                            \
     X(name, agents, "agents")                                    \
     X(name, combinations, "combinations")                        \
     X(name, cwd, "cwd")                                          \

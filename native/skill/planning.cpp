@@ -126,7 +126,7 @@ void interrupt_search() {
 Ref choose_natively(const CallContext& context, PyObject* agent_roots) {
     PyObject* limit = context.global_if_plain(name::exhaustive_search_limit);
     if (limit == nullptr || !PyLong_CheckExact(limit)) return {};
-    const auto table = PlanningTable::of(agent_roots);
+    auto table = PlanningTable::of(agent_roots);
     if (!table) return {};
     const Ref count = checked(PyLong_FromSize_t(table->candidates()));
     if (compare(count, limit, Py_GT))
@@ -136,6 +136,7 @@ Ref choose_natively(const CallContext& context, PyObject* agent_roots) {
         !context.is_own(name::_score, skill::_score) ||
         !context.standard_library().has_original_combinations(itertools))
         return {};
+    table->sort_candidates();
     return table->list_of(core::best_selection(table->agents(), table->candidates(), interrupt_search));
 }
 
@@ -151,17 +152,17 @@ Ref choose(const CallContext& context, PyObject* agent_roots) {
 
 Ref resolve_skill_dirs(const CallContext& context) {
     const auto [agent_keys, scope] = context.arguments<2>();
-    const Ref agent_roots = context.call(name::_agent_roots, function::_agent_roots.body, {agent_keys, scope});
-    return choose(context, agent_roots);
+    const AgentRoots roots = agent_roots(context, agent_keys, scope);
+    return choose(context, roots.mapping);
 }
 
 }  // namespace
 
-Ref chosen_directories(const CallContext& context, PyObject* agent_keys, PyObject* scope, PyObject* agent_roots) {
+Ref chosen_directories(const CallContext& context, PyObject* agent_keys, PyObject* scope, const AgentRoots& roots) {
     if (!context.is_own(name::resolve_skill_dirs, skill::resolve_skill_dirs))
         return context.call(name::resolve_skill_dirs, {agent_keys, scope});
-    const Ref roots = agent_roots_again(context, agent_keys, scope, agent_roots);
-    return choose(context, roots);
+    if (roots.would_be_the_same_again) return choose(context, roots.mapping);
+    return context.run(skill::resolve_skill_dirs, {agent_keys, scope});
 }
 
 constinit const python::Definition function::resolve_skill_dirs = {
@@ -190,35 +191,14 @@ constinit const python::Definition function::resolve_skill_dirs = {
 
 namespace {
 
-// The fast path of `{directory: [readers] for directory in chosen}`, in one pass over the agents; false when it is not
-// to be taken.
-bool add_readers_natively(PyObject* plan, PyObject* chosen, PyObject* agent_roots) {
-    if (!is_list_of_texts(chosen) || !is_plain(agent_roots)) return false;
-    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(chosen); i++) {
-        const Ref readers = checked(PyList_New(0));
-        checked(PyDict_SetItem(plan, PyList_GET_ITEM(chosen, i), readers));
-    }
-    PyObject* key = nullptr;
-    PyObject* directories = nullptr;
-    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;)
-        for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(directories); i++) {
-            PyObject* readers = PyDict_GetItemWithError(plan, PyTuple_GET_ITEM(directories, i));
-            if (readers == nullptr) continue;
-            const Py_ssize_t count = PyList_GET_SIZE(readers);
-            const bool is_repeated = count > 0 && PyList_GET_ITEM(readers, count - 1) == key;
-            if (!is_repeated) checked(PyList_Append(readers, key));
-        }
-    return true;
-}
-
 Ref skill_dir_plan(const CallContext& context) {
     const auto [agent_keys, scope] = context.arguments<2>();
-    const Ref agent_roots = context.call(name::_agent_roots, function::_agent_roots.body, {agent_keys, scope});
+    const AgentRoots roots = agent_roots(context, agent_keys, scope);
     Ref plan = checked(PyDict_New());
-    const Ref chosen = chosen_directories(context, agent_keys, scope, agent_roots);
-    if (add_readers_natively(plan, chosen, agent_roots)) return plan;
+    const Ref chosen = chosen_directories(context, agent_keys, scope, roots);
+    if (add_readers(plan, chosen, roots.mapping)) return plan;
     for (const Ref& directory : Iteration(chosen)) {
-        const Ref readers = readers_of(context, directory, agent_roots);
+        const Ref readers = readers_of(context, directory, roots.mapping);
         checked(PyDict_SetItem(plan, directory, readers));
     }
     return plan;

@@ -1,16 +1,16 @@
 // Constants of the choice of directories.
 #pragma once
 
-#include "python/call_context.hpp"
+#include "skill/roots.hpp"
 
 namespace tarnel::skill {
 
 // Up to this many candidate directories every selection is considered, unless the module's constant is changed.
 inline constexpr long default_exhaustive_search_limit = 12;
 
-// `resolve_skill_dirs(agent_keys, scope)`, for a caller that has just called `_agent_roots` for the same agents.
+// `resolve_skill_dirs(agent_keys, scope)`, for a caller that has just called `_agent_roots(agent_keys, scope)`.
 [[nodiscard]] python::Ref chosen_directories(const python::CallContext& context, PyObject* agent_keys, PyObject* scope,
-                                             PyObject* agent_roots);
+                                             const AgentRoots& roots);
 
 // The type alias `_Score`: `tuple[int, int, int, tuple[str, ...]]`.
 [[nodiscard]] python::Ref score_alias();

@@ -13,21 +13,23 @@ using python::Ref;
 
 std::optional<PlanningTable> PlanningTable::of(PyObject* agent_roots) {
     if (!PyDict_CheckExact(agent_roots)) return {};
+    std::size_t readings = 0;
+    PyObject* directories = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, nullptr, &directories) != 0;) {
+        if (!PyTuple_CheckExact(directories) || PyTuple_GET_SIZE(directories) == 0) return {};
+        readings += static_cast<std::size_t>(PyTuple_GET_SIZE(directories));
+    }
     PlanningTable table;
+    table.readings_.reserve(readings);
+    table.directories_.reserve(readings);
     table.agents_.reserve(static_cast<std::size_t>(PyDict_GET_SIZE(agent_roots)));
     const Ref numbers = checked(PyDict_New());  // of the directories, in the order of their first occurrence
-    PyObject* key = nullptr;
-    PyObject* directories = nullptr;
-    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;)
+    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, nullptr, &directories) != 0;)
         if (!table.add(directories, numbers)) return {};
-    table.sort();
     return table;
 }
 
 bool PlanningTable::add(PyObject* directories, PyObject* numbers) {
-    if (!PyTuple_CheckExact(directories) || PyTuple_GET_SIZE(directories) == 0) return false;
-    core::Directories& agent = agents_.emplace_back();
-    agent.reserve(static_cast<std::size_t>(PyTuple_GET_SIZE(directories)));
     for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(directories); i++) {
         PyObject* directory = PyTuple_GET_ITEM(directories, i);
         if (!PyUnicode_CheckExact(directory)) return false;
@@ -37,12 +39,13 @@ bool PlanningTable::add(PyObject* directories, PyObject* numbers) {
         if (known == nullptr) throw python::PythonError{};
         if (known == number.get()) directories_.push_back(Ref::borrow(directory));
         if (directories_.size() > std::numeric_limits<core::Candidate>::max()) return false;
-        agent.push_back(static_cast<core::Candidate>(PyLong_AsSize_t(known)));
+        readings_.push_back(static_cast<core::Candidate>(PyLong_AsSize_t(known)));
     }
+    agents_.emplace_back(std::span(readings_).last(static_cast<std::size_t>(PyTuple_GET_SIZE(directories))));
     return true;
 }
 
-void PlanningTable::sort() {
+void PlanningTable::sort_candidates() {
     std::vector<core::Candidate> order(directories_.size());
     std::iota(order.begin(), order.end(), core::Candidate{0});
     std::ranges::sort(order, [this](core::Candidate left, core::Candidate right) {
@@ -56,14 +59,14 @@ void PlanningTable::sort() {
         ascending.push_back(std::move(directories_[number]));
     }
     directories_ = std::move(ascending);
-    for (core::Directories& agent : agents_)
-        for (core::Candidate& directory : agent) directory = ranks[directory];
+    for (core::Candidate& directory : readings_) directory = ranks[directory];
 }
 
 Ref PlanningTable::list_of(const std::vector<core::Candidate>& selection) const {
     Ref list = checked(PyList_New(static_cast<Py_ssize_t>(selection.size())));
     for (std::size_t i = 0; i < selection.size(); i++)
         PyList_SET_ITEM(list.get(), static_cast<Py_ssize_t>(i), Py_NewRef(directories_[selection[i]]));
+    checked(PyList_Sort(list));
     return list;
 }
 

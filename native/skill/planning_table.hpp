@@ -19,16 +19,19 @@ class PlanningTable {
     [[nodiscard]] const std::vector<core::Directories>& agents() const noexcept { return agents_; }
     [[nodiscard]] std::size_t candidates() const noexcept { return directories_.size(); }
 
-    // A new list of the directories that are selected.
+    // Numbers the candidates in ascending order, as a search for the best selection takes them.
+    void sort_candidates();
+
+    // A new list of the directories that are selected, ascending.
     [[nodiscard]] python::Ref list_of(const std::vector<core::Candidate>& selection) const;
 
   private:
     PlanningTable() = default;
     bool add(PyObject* directories, PyObject* numbers);
-    void sort();
 
-    std::vector<core::Directories> agents_;
-    std::vector<python::Ref> directories_;  // ascending
+    std::vector<core::Candidate> readings_;  // what the agents read, one after the other
+    std::vector<core::Directories> agents_;  // of `readings_`
+    std::vector<python::Ref> directories_;   // by candidate
 };
 
 }  // namespace tarnel::skill

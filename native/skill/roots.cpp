@@ -1,6 +1,8 @@
 // Which agents can take skills, and where each of them reads skills: the only reader of the host's agent table.
 #include "skill/roots.hpp"
 
+#include <optional>
+
 #include "skill/body.hpp"
 
 namespace tarnel::skill {
@@ -15,14 +17,6 @@ Ref distinct_texts(PyObject* texts) {
     for (Py_ssize_t i = 0; i < PySequence_Fast_GET_SIZE(texts); i++)
         checked(PyDict_SetItem(distinct, PySequence_Fast_GET_ITEM(texts, i), Py_None));
     return distinct;
-}
-
-// `AGENT_CONFIG.get(key)`
-Ref record_of(const CallContext& context, PyObject* key) {
-    const Ref table = context.global(name::AGENT_CONFIG);
-    if (!PyDict_CheckExact(table.get())) return context.call_method(table, name::get, {key});
-    Ref record = python::item_if_any(table, key);
-    return record.get() == nullptr ? none() : std::move(record);
 }
 
 }  // namespace
@@ -52,11 +46,16 @@ Ref distinct_directories(const CallContext& context, PyObject* agent_roots) {
 
 namespace {
 
-// `text in texts`
-bool contains_text(PyObject* texts, PyObject* text) {
-    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(texts); i++)
-        if (python::is_same_text(PyTuple_GET_ITEM(texts, i), text)) return true;
-    return false;
+// `text in texts`, for a tuple; nothing if it is none of plain strings.
+std::optional<bool> contains_text(PyObject* texts, PyObject* text) {
+    if (!PyTuple_CheckExact(texts)) return {};
+    bool found = false;
+    for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(texts); i++) {
+        PyObject* item = PyTuple_GET_ITEM(texts, i);
+        if (!PyUnicode_CheckExact(item)) return {};
+        found = found || python::is_same_text(item, text);
+    }
+    return found;
 }
 
 // The fast path of `readers_of`; false, and the list as it may be, when it is not to be taken.
@@ -65,8 +64,9 @@ bool add_plain_readers(PyObject* readers, PyObject* directory, PyObject* agent_r
     PyObject* key = nullptr;
     PyObject* directories = nullptr;
     for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;) {
-        if (!is_tuple_of_texts(directories)) return false;
-        if (contains_text(directories, directory)) checked(PyList_Append(readers, key));
+        const std::optional<bool> is_reader = contains_text(directories, directory);
+        if (!is_reader) return false;
+        if (*is_reader) checked(PyList_Append(readers, key));
     }
     return true;
 }
@@ -83,6 +83,25 @@ Ref readers_of(const CallContext& context, PyObject* directory, PyObject* agent_
         if (contains(directories, directory)) checked(PyList_Append(readers, key));
     }
     return readers;
+}
+
+bool add_readers(PyObject* plan, PyObject* directories, PyObject* agent_roots) {
+    if (!is_list_of_texts(directories) || !is_plain(agent_roots)) return false;
+    for (Py_ssize_t i = 0; i < PyList_GET_SIZE(directories); i++) {
+        const Ref readers = checked(PyList_New(0));
+        checked(PyDict_SetItem(plan, PyList_GET_ITEM(directories, i), readers));
+    }
+    PyObject* key = nullptr;
+    PyObject* its_directories = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &its_directories) != 0;)
+        for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(its_directories); i++) {
+            PyObject* readers = PyDict_GetItemWithError(plan, PyTuple_GET_ITEM(its_directories, i));
+            if (readers == nullptr) continue;
+            const Py_ssize_t count = PyList_GET_SIZE(readers);
+            const bool is_repeated = count > 0 && PyList_GET_ITEM(readers, count - 1) == key;
+            if (!is_repeated) checked(PyList_Append(readers, key));
+        }
+    return true;
 }
 
 namespace {
@@ -111,44 +130,89 @@ constinit const python::Definition function::skill_capable_agents = {
 
 namespace {
 
-// The directories of one agent; null if it is unknown. Empty ones count as none.
-Ref directories_of(const CallContext& context, PyObject* key, PyObject* scope) {
-    const Ref record = record_of(context, key);
-    if (is_none(record)) return {};
-    const bool at_user_scope = equals(scope, context[literal::user]);
-    return context.attribute(record, at_user_scope ? name::skills_user_roots : name::skills_project_roots);
+// Whether looking up a text in the table runs no foreign code.
+bool is_plain_table(PyObject* table) {
+    if (!PyDict_CheckExact(table)) return false;
+    PyObject* key = nullptr;
+    for (Py_ssize_t position = 0; PyDict_Next(table, &position, &key, nullptr) != 0;)
+        if (!PyUnicode_CheckExact(key)) return false;
+    return true;
 }
+
+// Reads the agent table for one scope, and takes notice of whether anyone can tell that it did.
+class TableReader {
+  public:
+    TableReader(const CallContext& context, PyObject* scope) : context_(context), scope_(scope) {
+        PyObject* table = context.global_if_plain(name::AGENT_CONFIG);
+        is_unnoticed_ = table != nullptr && PyUnicode_CheckExact(scope) && is_plain_table(table);
+    }
+
+    // The directories of one agent; null if it has none, or is unknown.
+    [[nodiscard]] Ref directories(PyObject* key) {
+        const Ref record = record_of(key);
+        if (is_none(record)) return {};
+        const bool at_user_scope = equals(scope_, context_[literal::user]);
+        const python::StringId name = at_user_scope ? name::skills_user_roots : name::skills_project_roots;
+        Ref directories = python::attribute_in_slot(record, context_[name]);
+        if (directories.get() == nullptr) {
+            is_unnoticed_ = false;
+            directories = context_.attribute(record, name);
+        }
+        if (!PyTuple_CheckExact(directories.get())) is_unnoticed_ = false;
+        return is_true(directories) ? std::move(directories) : Ref();
+    }
+
+    [[nodiscard]] bool is_unnoticed() const noexcept { return is_unnoticed_; }
+
+  private:
+    // `AGENT_CONFIG.get(key)`
+    [[nodiscard]] Ref record_of(PyObject* key) const {
+        const Ref table = context_.global(name::AGENT_CONFIG);
+        if (!PyDict_CheckExact(table.get())) return context_.call_method(table, name::get, {key});
+        Ref record = python::item_if_any(table, key);
+        return record.get() == nullptr ? none() : std::move(record);
+    }
+
+    const CallContext& context_;
+    PyObject* scope_;
+    bool is_unnoticed_;
+};
 
 // For a list or a tuple of plain strings. Each key counts once: what has been added tells which were met, but for the
 // agents without directories.
-void add_roots_of_texts(const CallContext& context, PyObject* roots, PyObject* keys, PyObject* scope) {
+void add_roots_of_texts(TableReader& table, PyObject* roots, PyObject* keys) {
     const Ref tuple = checked(PySequence_Tuple(keys));  // a record's attributes may change a list
     const Ref without_directories = checked(PyList_New(0));
     for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(tuple.get()); i++) {
         PyObject* key = PyTuple_GET_ITEM(tuple.get(), i);
         if (checked(PyDict_Contains(roots, key)) != 0 || contains(without_directories, key)) continue;
-        const Ref directories = directories_of(context, key, scope);
-        if (directories.get() == nullptr) continue;
-        if (is_true(directories))
+        const Ref directories = table.directories(key);
+        if (directories.get() != nullptr)
             checked(PyDict_SetItem(roots, key, directories));
         else
             checked(PyList_Append(without_directories, key));
     }
 }
 
-Ref _agent_roots(const CallContext& context) {
-    const auto [agent_keys, scope] = context.arguments<2>();
-    Ref roots = checked(PyDict_New());
+AgentRoots read_agent_roots(const CallContext& context, PyObject* agent_keys, PyObject* scope) {
+    TableReader table(context, scope);
+    AgentRoots roots{checked(PyDict_New()), false};
     if (is_sequence_of_texts(agent_keys)) {
-        add_roots_of_texts(context, roots, agent_keys, scope);
+        add_roots_of_texts(table, roots.mapping, agent_keys);
+        roots.would_be_the_same_again = table.is_unnoticed();
         return roots;
     }
     const Ref keys = distinct_keys(context, agent_keys);
     for (const Ref& key : Iteration(keys)) {
-        const Ref directories = directories_of(context, key, scope);
-        if (directories.get() != nullptr && is_true(directories)) checked(PyDict_SetItem(roots, key, directories));
+        const Ref directories = table.directories(key);
+        if (directories.get() != nullptr) checked(PyDict_SetItem(roots.mapping, key, directories));
     }
     return roots;
+}
+
+Ref _agent_roots(const CallContext& context) {
+    const auto [agent_keys, scope] = context.arguments<2>();
+    return read_agent_roots(context, agent_keys, scope).mapping;
 }
 
 }  // namespace
@@ -164,46 +228,9 @@ constinit const python::Definition function::_agent_roots = {
     .body = skill::_agent_roots,
 };
 
-namespace {
-
-// Whether the sequence is the mapping's keys, the very objects, in their order.
-bool are_keys_of(PyObject* roots, PyObject* keys) {
-    if (!is_sequence_of_texts(keys)) return false;
-    if (PySequence_Fast_GET_SIZE(keys) != PyDict_GET_SIZE(roots)) return false;
-    PyObject* key = nullptr;
-    Py_ssize_t index = 0;
-    for (Py_ssize_t position = 0; PyDict_Next(roots, &position, &key, nullptr) != 0; index++)
-        if (PySequence_Fast_GET_ITEM(keys, index) != key) return false;
-    return true;
-}
-
-// A new dict of the entries before that key.
-Ref entries_before(PyObject* roots, PyObject* end) {
-    Ref entries = checked(PyDict_New());
-    PyObject* key = nullptr;
-    PyObject* directories = nullptr;
-    for (Py_ssize_t position = 0; PyDict_Next(roots, &position, &key, &directories) != 0 && key != end;)
-        checked(PyDict_SetItem(entries, key, directories));
-    return entries;
-}
-
-}  // namespace
-
-Ref agent_roots_again(const CallContext& context, PyObject* agent_keys, PyObject* scope, PyObject* agent_roots) {
-    if (!context.is_own(name::_agent_roots, skill::_agent_roots) || !PyDict_CheckExact(agent_roots) ||
-        !are_keys_of(agent_roots, agent_keys))
-        return context.call(name::_agent_roots, skill::_agent_roots, {agent_keys, scope});
-    Ref again;  // null while nothing differs
-    PyObject* key = nullptr;
-    PyObject* before = nullptr;
-    for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &before) != 0;) {
-        const Ref directories = directories_of(context, key, scope);
-        const bool has_any = directories.get() != nullptr && is_true(directories);
-        if (again.get() == nullptr && has_any && directories.get() == before) continue;
-        if (again.get() == nullptr) again = entries_before(agent_roots, key);
-        if (has_any) checked(PyDict_SetItem(again, key, directories));
-    }
-    return again.get() == nullptr ? Ref::borrow(agent_roots) : std::move(again);
+AgentRoots agent_roots(const CallContext& context, PyObject* agent_keys, PyObject* scope) {
+    if (context.is_own(name::_agent_roots, skill::_agent_roots)) return read_agent_roots(context, agent_keys, scope);
+    return {context.call(name::_agent_roots, {agent_keys, scope}), false};
 }
 
 }  // namespace tarnel::skill

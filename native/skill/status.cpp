@@ -40,15 +40,15 @@ Ref note_on(const CallContext& context, PyObject* version) {
 class ScopeStatus {
   public:
     ScopeStatus(const CallContext& context, PyObject* scope, PyObject* agents)
-        : context_(context),
-          scope_(scope),
-          agent_roots_(context.call(name::_agent_roots, function::_agent_roots.body, {agents, scope})) {
-        const Ref chosen = chosen_directories(context, agents, scope, agent_roots_);
+        : context_(context), scope_(scope), roots_(agent_roots(context, agents, scope)) {
+        const Ref chosen = chosen_directories(context, agents, scope, roots_);
         targets_ = checked(PySet_New(chosen));
     }
 
-    void append_to(PyObject* results, PyObject* project_root) const {
-        const Ref directories = distinct_directories(context_, agent_roots_);
+    void append_to(PyObject* results, PyObject* project_root) {
+        const Ref directories = distinct_directories(context_, roots_.mapping);
+        readers_ = checked(PyDict_New());
+        if (!roots_.would_be_the_same_again || !add_readers(readers_, directories, roots_.mapping)) readers_ = Ref();
         for (const Ref& directory : Iteration(directories)) {
             const Ref templates = context_.global(name::SKILL_TEMPLATES);
             for (const Ref& skill_name : Iteration(templates))
@@ -57,20 +57,29 @@ class ScopeStatus {
     }
 
   private:
-    void append_skill(PyObject* results, PyObject* project_root, PyObject* directory, PyObject* skill_name) const {
+    // `_reading_agents(directory, agent_roots)`
+    [[nodiscard]] Ref reading_agents(PyObject* directory) {
+        if (!context_.is_own(name::_reading_agents, _reading_agents))
+            readers_ = Ref();  // who is called may change them
+        if (readers_.get() != nullptr) return checked(PyList_AsTuple(PyDict_GetItemWithError(readers_, directory)));
+        return context_.call(name::_reading_agents, _reading_agents, {directory, roots_.mapping});
+    }
+
+    void append_skill(PyObject* results, PyObject* project_root, PyObject* directory, PyObject* skill_name) {
         Target target(context_, scope_, project_root, skill_name, directory);
         const Ref version = installed_version(context_, target);
         if (is_none(version) && !contains(targets_, directory)) return;
         const Ref note = note_on(context_, version);
         const Record record(context_, scope_, target);
-        const Ref readers = context_.call(name::_reading_agents, _reading_agents, {directory, agent_roots_});
+        const Ref readers = reading_agents(directory);
         const Ref result = record.finish(Outcome::unchanged, note, readers);
         checked(PyList_Append(results, result));
     }
 
     const CallContext& context_;
     PyObject* scope_;
-    Ref agent_roots_;
+    AgentRoots roots_;
+    Ref readers_;  // lists by directory, while nobody else knows the agent roots; else null
     Ref targets_;
 };
 

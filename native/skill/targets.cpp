@@ -49,7 +49,7 @@ std::optional<Base> root_base(const CallContext& context, PyObject* project_root
     if (PyUnicode_CheckExact(project_root))
         return join(base.text, project_root) ? std::optional(std::move(base)) : std::nullopt;
     if (!Py_IS_TYPE(project_root, context.standard_library().posix_path_type())) return {};
-    const Ref components = context.standard_library().components_of(project_root);
+    const Ref components = python::attribute_in_slot(project_root, context[name::_raw_paths]);
     if (components.get() == nullptr || !PyList_CheckExact(components.get())) return {};
     for (Py_ssize_t i = 0; i < PyList_GET_SIZE(components.get()); i++)
         if (!join(base.text, PyList_GET_ITEM(components.get(), i))) return {};
