@@ -2,11 +2,14 @@
 
 import os
 from collections import Counter
+from collections.abc import Iterable
 from pathlib import Path
-from typing import Protocol
+from typing import Any, Protocol
 
 import pytest
 from own_places import home, project
+
+from children import Ended
 
 __all__ = ["home", "project"]
 FIGURES = pytest.StashKey[dict[tuple[int, str], Counter[str]]]()
@@ -39,6 +42,27 @@ def figure(request: pytest.FixtureRequest) -> Figure:
         figures.setdefault((row, subject), Counter())
         for name, count in counts.items():
             figures[row, subject][name] += count
+
+    return add
+
+
+class Judge(Protocol):
+    """Takes what each point of an experiment has met, nothing if all is well; adds to the figures, and judges them."""
+
+    def __call__(self, row: int, subject: str, tried: Iterable[tuple[Any, object]], /, **counts: int) -> None: ...
+
+
+@pytest.fixture
+def judge(figure: Figure) -> Judge:
+    """Fail when a point has met something, or when there is none."""
+
+    def add(row: int, subject: str, tried: Iterable[tuple[Any, object]], /, **counts: int) -> None:
+        points = list(tried)
+        bad = [(point, met) for point, met in points if met]
+        ended = sum(isinstance(met, Ended) for _, met in bad)
+        figure(row, subject, points=len(points), **counts, crashes_or_hangs=ended, other_faults=len(bad) - ended)
+        assert points
+        assert not bad
 
     return add
 

@@ -53,8 +53,8 @@ ON_FILES = {
     "status": Scenario(OUTDATED, "skill_status", (ROOT,)),
     "shadowed": Scenario(CURRENT, "shadowed_skills", (ROOT,)),
 }
-# Those besides whose memory runs out; some end in an error. What isn't UTF-8 is decoded by Python code, in which CPython
-# 3.12.1 itself fails to report that memory has run out.
+# Those besides whose memory runs out; some end in an error. None has a file that isn't UTF-8: Python code decodes that,
+# and CPython 3.12.1 itself doesn't always report then that memory has run out.
 _ROOTS = {"a": ("x", "y"), "b": ("y",)}
 OTHERS = {
     "dry run": Scenario(OUTDATED, "install_skills", ("project", ROOT), {"dry_run": True}),
@@ -112,8 +112,7 @@ def outcome(call: Callable[[], Any]) -> Any:
         result = call()
     except Exception as error:  # noqa: BLE001  # any error is an outcome
         result = error
-        return account(error), getattr(error, "errno", None), getattr(error, "filename", None)
-    return account(result)
+    return account(result), getattr(result, "errno", None), getattr(result, "filename", None)
 
 
 def torn(files: Mapping[str, object], before: Mapping[str, bytes]) -> list[str]:

@@ -8,8 +8,7 @@ import os
 import re
 import shutil
 import sys
-from collections import Counter
-from collections.abc import Callable, Iterable
+from collections.abc import Callable, Iterator
 from functools import partial
 from pathlib import Path
 from types import ModuleType
@@ -18,14 +17,14 @@ from typing import Any, NamedTuple
 import pytest
 
 import shim
-from children import Ended, answers
-from conftest import Figure
+from children import answers
+from conftest import Judge
 from fresh_module import NAME, fresh_module
 from muvad_tarnel.setup import skill
 from scenarios import ON_FILES, OTHERS, Scenario, outcome, prepare, torn, tree
 
 IN_A_ROW = 8  # successes, after which no allocation is taken to be left: some failures are made up for
-RAN_OUT = "MemoryErrors"
+RAN_OUT = "MemoryError"
 GROUPS = {name: {name: scenario} for name, scenario in ON_FILES.items()}
 GROUPS |= {"other functions and errors": OTHERS, "first calls": ON_FILES}
 
@@ -58,42 +57,29 @@ def starving(call: Callable[[], Any], point: Point) -> Any:
     return result
 
 
-def told_of(result: Any, root: Path) -> str:
-    """What can be told of a result or an error, wherever the root is."""
-
-    def repeat() -> Any:
-        if isinstance(result, BaseException):
-            raise result
-        return result
-
-    return repr(outcome(repeat)).replace(str(root), "ROOT")
-
-
-def sweep(figure: Figure, subject: str, tasks: Iterable[Callable[[Point], list[str]]]) -> None:
-    """Try each point of each task, until there is no allocation left to fail. Tasks tell of what they meet."""
-    counts = Counter[str]()
-    problems = []
-    for task, owner, times in itertools.product(tasks, ("interpreter", "C++"), (1, shim.FOR_EVER)):
+def sweep(task: Callable[[Point], list[str]]) -> Iterator[tuple[Point, Any]]:
+    """What is met at each point, until there is no allocation left to fail."""
+    for owner, times in itertools.product(("interpreter", "C++"), (1, shim.FOR_EVER)):
         successes = 0
         for point, met in answers(task, (Point(first, times, owner) for first in itertools.count())):
-            counts["points"] += 1
-            counts.update([str(met).split()[0]] if isinstance(met, Ended) else met)
+            yield point, met
             successes = 0 if met else successes + 1
-            if met not in ([], [RAN_OUT]):
-                problems.append((point, met))
             if successes == IN_A_ROW:
                 break
-    known = {name: counts.pop(name, 0) for name in ("points", RAN_OUT, "killed", "hung", "torn files")}
-    figure(1, subject, **known, other_problems=counts.total())
-    assert known[RAN_OUT]
-    assert not problems
+
+
+def judge_all(judge: Judge, subject: str, tried: list[tuple[Point, Any]]) -> None:
+    ran_out = sum(met == [RAN_OUT] for _, met in tried)
+    torn_files = sum("torn" in met for _, met in tried)
+    judge(1, subject, [(p, met != [RAN_OUT] and met) for p, met in tried], MemoryErrors=ran_out, torn_files=torn_files)
+    assert ran_out
 
 
 def run(module: ModuleType, scenario: Scenario, root: Path, point: Point) -> tuple[Any, str, dict[str, Any]]:
-    """What the call returns or raises, what can be told of that, and the files it leaves."""
+    """What the call returns or raises, that in words wherever the root is, and the files."""
     prepare(root, scenario.files)
     result = starving(scenario.bound(module, root), point)
-    return result, told_of(result, root), tree(root)
+    return result, repr(outcome(lambda: result)).replace(str(root), "ROOT"), tree(root)
 
 
 def calls(scenario: Scenario, root: Path, *, is_first: bool) -> Callable[[Point], list[str]]:
@@ -104,13 +90,9 @@ def calls(scenario: Scenario, root: Path, *, is_first: bool) -> Callable[[Point]
     def task(point: Point) -> list[str]:
         own_root = root / str(os.getpid())
         result, told, files = run(module, scenario, own_root, point)
-        met = ["torn files"] * len(torn(files, scenario.files))
-        if isinstance(result, MemoryError):
-            met.append(RAN_OUT)
-        elif (told, files) != expected:
-            met.append(f"gave {told}")
-        if run(module, scenario, own_root, NEVER)[1:] != expected:
-            met.append("no longer works")
+        met = [RAN_OUT] if isinstance(result, MemoryError) else [told] * ((told, files) != expected)
+        met += ["torn"] * len(torn(files, scenario.files))
+        met += ["no longer works"] * (run(module, scenario, own_root, NEVER)[1:] != expected)
         shutil.rmtree(own_root)
         return met
 
@@ -118,12 +100,13 @@ def calls(scenario: Scenario, root: Path, *, is_first: bool) -> Callable[[Point]
 
 
 @pytest.mark.parametrize("group", GROUPS)
-def test_rows_1_and_2_of_calls(group: str, root: Path, figure: Figure, effort: float) -> None:
-    is_first = group.startswith("first")
+def test_rows_1_and_2_of_calls(group: str, root: Path, judge: Judge, effort: float) -> None:
+    is_first = group == "first calls"
     scenarios = list(GROUPS[group].values())
     if is_first and effort <= 1:
         del scenarios[1:]  # most of it is the same for all
-    sweep(figure, group, [calls(scenario, root, is_first=is_first) for scenario in scenarios])
+    tasks = [calls(scenario, root, is_first=is_first) for scenario in scenarios]
+    judge_all(judge, group, [found for task in tasks for found in sweep(task)])
 
 
 def made_of_c(monkeypatch: pytest.MonkeyPatch) -> None:
@@ -141,9 +124,8 @@ def made_of_c(monkeypatch: pytest.MonkeyPatch) -> None:
         monkeypatch.setitem(sys.modules, name, module)
 
 
-def test_row_1_of_the_import(root: Path, figure: Figure, monkeypatch: pytest.MonkeyPatch) -> None:
-    file = shutil.copy(skill.__file__, root)  # which no process has loaded yet
-    spec = importlib.util.spec_from_file_location(NAME, file)
+def test_row_1_of_the_import(root: Path, judge: Judge, monkeypatch: pytest.MonkeyPatch) -> None:
+    spec = importlib.util.spec_from_file_location(NAME, shutil.copy(skill.__file__, root))  # loaded by nobody yet
     assert spec
 
     def load() -> ModuleType:
@@ -153,13 +135,9 @@ def test_row_1_of_the_import(root: Path, figure: Figure, monkeypatch: pytest.Mon
 
     def task(point: Point) -> list[str]:
         result = starving(load, point)
-        met = [RAN_OUT] if isinstance(result, MemoryError) else []
-        if not met and isinstance(result, BaseException):
-            met.append(f"raised {result!r}")
-        module = load()
-        if module.resolve_skill_dirs(["claude"]) != [".claude/skills"]:
-            met.append("no longer works")
-        return met
+        met = [RAN_OUT] if isinstance(result, MemoryError) else [repr(result)] * isinstance(result, BaseException)
+        works = load().resolve_skill_dirs(["claude"]) == [".claude/skills"]
+        return met + ["no longer works"] * (not works)
 
     made_of_c(monkeypatch)
-    sweep(figure, "import", [task])
+    judge_all(judge, "import", list(sweep(task)))

@@ -6,13 +6,15 @@ import os
 import resource
 import shutil
 import stat
-from collections.abc import Callable, Iterable
+from collections.abc import Callable
+from functools import partial
 from pathlib import Path
+from types import ModuleType
 from typing import Any
 
 import plain_skill
-from children import Ended, answers
-from conftest import Figure
+from children import answers
+from conftest import Judge
 from muvad_tarnel.setup import skill
 from scenarios import CURRENT, ON_FILES, OUTDATED, ROOT, Scenario, outcome, prepare, tree
 from test_kills import install_by_command
@@ -41,7 +43,6 @@ NAMES = [
     "é" * 127,
 ]
 NAMES += ["n/" * 2040 + "n", "n/" * 2100, "/".join(["n" * 255] * 15)]
-MODULES = (skill, plain_skill)
 type Point = tuple[Scenario, str | None, str | int]  # a component, and what it becomes: a link, a node or a mode
 
 
@@ -82,54 +83,42 @@ def clear(root: Path) -> None:
             (root / component).chmod(0o755)
 
 
-def met(point: Point, call: Callable[[Path], Any], root: Path) -> tuple[Any, dict[str, Any]]:
-    """What comes of a call where the component has become an obstacle, and of the files."""
+def met(point: Point, install: Callable[[Path], object] | ModuleType, root: Path) -> tuple[Any, dict[str, Any]]:
+    """What comes of a function, or of the scenario in a module, where the component has become an obstacle."""
     scenario, component, obstacle = point
     shutil.rmtree(root, ignore_errors=True)
     prepare(root, scenario.files)
     if component:
         hinder(root, component, obstacle)
-    told = outcome(lambda: call(root))
+    call = scenario.bound(install, root) if isinstance(install, ModuleType) else partial(install, root)
+    told = outcome(call)
     clear(root)
     return told, tree(root)
 
 
-def test_row_14_places(root: Path, figure: Figure) -> None:
+def test_row_14_places(root: Path, judge: Judge) -> None:
     def differs(point: Point) -> bool:
         own_root = root / str(os.getpid())
         drop_privileges()
-        found, expected = (met(point, lambda root: point[0].bound(module, root)(), own_root) for module in MODULES)
+        found, expected = (met(point, module, own_root) for module in (skill, plain_skill))
         return found != expected
 
     def harms(point: Point) -> bool:
         own_root = root / str(os.getpid())
         drop_privileges()
-        _, before = met(point, lambda _: None, own_root)
+        _, before = met(point, str, own_root)
         _, after = met(point, install_by_command, own_root)
         written = {place for place in before.keys() | after.keys() if after.get(place, 0) != before.get(place, 0)}
         files = {place for place in written if isinstance(after.get(place, b""), bytes)}
         return any(place.startswith("outside") or after.get(place) not in CURRENT.values() for place in files)
 
-    obstacles = list(itertools.product(COMPONENTS, [*LINKS, *NODES, *MODES, QUOTA]))
+    obstacles: list[tuple[str, str | int]] = list(itertools.product(COMPONENTS, [*LINKS, *NODES, *MODES, QUOTA]))
     scenarios = [scenario for scenario in ON_FILES.values() if scenario.files]
     points: list[Point] = [(scenario, *obstacle) for scenario in scenarios for obstacle in obstacles]
     for name, other in itertools.product(NAMES, ["tarnel", "\udcff"]):
         names = {"skills_dir": name, "skill_name": other}, {"skills_dir": other, "skill_name": name}
         points += [(Scenario(OUTDATED, "install_skill", ("project", ROOT), keywords), None, "") for keywords in names]
         points.append((Scenario(OUTDATED, "install_skill", ("project", name), {"skills_dir": other}), None, ""))
-    judge(figure, "the module", answers(differs, points))
+    judge(14, "the module", answers(differs, points))
     update = ON_FILES["update"]
-    judge(figure, "the command line", answers(harms, [(update, *obstacle) for obstacle in obstacles]))
-
-
-def judge(figure: Figure, subject: str, found: Iterable[tuple[Point, object]]) -> None:
-    tried = list(found)
-    bad = [(point, answer) for point, answer in tried if answer is not False]
-    figure(14, subject, places=len(tried), faults=len(bad))
-    assert tried
-    from collections import Counter
-
-    print(
-        Counter((p[2], str(p[0].arguments[1:]) if p[1] is None else p[1], str(a)[:150]) for p, a in bad).most_common(25)
-    )
-    assert not bad
+    judge(14, "the command line", answers(harms, [(update, *obstacle) for obstacle in obstacles]))

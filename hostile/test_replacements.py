@@ -12,8 +12,8 @@ from types import FunctionType, ModuleType, SimpleNamespace
 from typing import Any
 
 import plain_skill
-from children import Ended, answers
-from conftest import Figure
+from children import answers
+from conftest import Judge
 from muvad_tarnel.setup import skill
 from recording import account
 from scenarios import OUTDATED, prepare, tree
@@ -105,18 +105,12 @@ def told(point: Point, module: ModuleType, root: Path) -> object:
     return [e if isinstance(m, Exception) else account(m) for m, e in zip(met, errors, strict=True)], tree(root)
 
 
-def test_row_13_harmful_replacements(root: Path, figure: Figure) -> None:
+def test_row_13_harmful_replacements(root: Path, judge: Judge) -> None:
     def task(point: Point) -> object:
         own_root = root / str(os.getpid())
         found, expected = (told(point, module, own_root) for module in (skill, plain_skill))
         shutil.rmtree(own_root)
         # The module looks none of the builtins up that its own functions use.
-        return found == expected or point[1:] in ((builtins, "len"), (builtins, "OSError"))
+        return found != expected and point[1:] not in ((builtins, "len"), (builtins, "OSError"))
 
-    tried = list(answers(task, points()))
-    ended = [(point, answer) for point, answer in tried if isinstance(answer, Ended)]
-    different = [point for point, answer in tried if answer is False]
-    figure(13, replacements=len(tried), crashes_or_hangs=len(ended), different_outcomes=len(different))
-    assert len(tried) > 1000
-    assert not ended
-    assert not different
+    judge(13, "", answers(task, points()))

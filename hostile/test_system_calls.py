@@ -4,7 +4,7 @@ import errno
 import itertools
 import signal
 from collections import Counter
-from collections.abc import Iterator
+from collections.abc import Iterable, Iterator
 from pathlib import Path
 from types import ModuleType
 from typing import Any
@@ -12,7 +12,7 @@ from typing import Any
 import pytest
 
 import plain_skill
-from conftest import Figure
+from conftest import Figure, Judge
 from muvad_tarnel.setup import skill
 from scenarios import CURRENT, ON_FILES, OUTDATED, PLACES, ROOT, Scenario, outcome, prepare, torn, tree
 from shim import FOR_EVER, Action, Fault, armed
@@ -30,21 +30,30 @@ ERRNOS = {
     "write": "EAGAIN EBADF EDESTADDRREQ EDQUOT EFAULT EFBIG EINTR EINVAL EIO ENOSPC EPERM EPIPE",
     "close": "EBADF EDQUOT EINTR EIO ENOSPC",
 }
-type Found = tuple[Any, dict[str, bytes | str | None]]  # what was told, and the files
+type Calls = list[tuple[str, str]]  # names and paths
 RETRIED = {"open", "read", "write"}  # after EINTR
 
 
-def run(scenario: Scenario, module: ModuleType, root: Path, fault: Fault) -> tuple[Found, list[tuple[str, str]]]:
+def run(scenario: Scenario, module: ModuleType, root: Path, fault: Fault) -> tuple[Any, Calls]:
     """What comes of the scenario and of the files, and the calls that were made."""
     prepare(root, scenario.files)
-    call = scenario.bound(module, root)
     with armed(root, fault) as watch:
-        told = outcome(call)
+        told = outcome(scenario.bound(module, root))
     assert fault.action is Action.WATCH or watch.hits > 0, fault
-    return (told, tree(root)), watch.calls
+    files: dict[str, Any] = tree(root)
+    if (fault.action, fault.call, fault.count) == (Action.FAIL, "write", 1):
+        del files[str(Path(fault.path).relative_to(root))]  # Python's buffer writes again when the file is closed
+    return (told, files), watch.calls
 
 
-def addresses(calls: list[tuple[str, str]]) -> Iterator[tuple[str, str, int]]:
+def different(scenario: Scenario, root: Path, faults: Iterable[Fault]) -> Iterator[tuple[Fault, object]]:
+    """The faults, and what comes of them in the module and in the twin if that isn't the same."""
+    for fault in faults:
+        found, expected = (run(scenario, module, root, fault)[0] for module in (skill, plain_skill))
+        yield fault, found != expected and (found, expected)
+
+
+def addresses(calls: Calls) -> Iterator[tuple[str, str, int]]:
     """Each call by its name, its path, and how many like it came before."""
     met = Counter[tuple[str, str]]()
     for call in calls:
@@ -52,7 +61,7 @@ def addresses(calls: list[tuple[str, str]]) -> Iterator[tuple[str, str, int]]:
         met[call] += 1
 
 
-def faults_of(calls: list[tuple[str, str]]) -> Iterator[Fault]:
+def faults_of(calls: Calls) -> Iterator[Fault]:
     """Each call failing with each errno, once and from then on."""
     for call, path, first in addresses(calls):
         for code in ERRNOS[call].split():
@@ -62,42 +71,17 @@ def faults_of(calls: list[tuple[str, str]]) -> Iterator[Fault]:
                 yield Fault(Action.FAIL, getattr(errno, code), call, path, first, count)
 
 
-def compared(found: Found, fault: Fault, root: Path) -> Found:
-    """What is to be alike. Where a write fails once, Python's buffer writes again when the file is closed."""
-    told, files = found
-    if (fault.call, fault.count) == ("write", 1):
-        files = files | {str(Path(fault.path).relative_to(root)): None}
-    return told, files
-
-
 @pytest.mark.parametrize("name", ON_FILES)
-def test_row_3_each_call_may_fail_with_each_errno(name: str, root: Path, figure: Figure) -> None:
-    scenario = ON_FILES[name]
-    calls = run(scenario, skill, root, Fault())[1]
-    faults = list(faults_of(calls))
-    different = []
-    for fault in faults:
-        found, expected = (
-            compared(run(scenario, module, root, fault)[0], fault, root) for module in (skill, plain_skill)
-        )
-        if found != expected:
-            different.append((fault, found[0], expected[0]))
-    figure(3, calls=len(calls), faults=len(faults), different_outcomes=len(different))
-    assert faults
-    assert not different
+def test_row_3_each_call_may_fail_with_each_errno(name: str, root: Path, judge: Judge) -> None:
+    calls = run(ON_FILES[name], skill, root, Fault())[1]
+    judge(3, "", different(ON_FILES[name], root, faults_of(calls)), calls=len(calls))
 
 
-def test_row_4_any_transfer_may_be_short(root: Path, figure: Figure) -> None:
+def test_row_4_any_transfer_may_be_short(root: Path, judge: Judge) -> None:
     files = dict.fromkeys(PLACES, b"version: 0.0.1\n".ljust(64, b"."))
-    scenario = Scenario(files, "install_skills", ("project", ROOT))
-    points = itertools.product(("read", "write"), range(1, 65), (1, FOR_EVER))
-    faults = [Fault(Action.SHORTEN, length, call, count=count) for call, length, count in points]
-    different = []
-    for fault in faults:
-        found, expected = (run(scenario, module, root, fault)[0] for module in (skill, plain_skill))
-        different += [fault] * (found != expected)
-    figure(4, short_transfers=len(faults), different_outcomes=len(different))
-    assert not different
+    lengths = itertools.product(("read", "write"), range(1, 65), (1, FOR_EVER))
+    faults = (Fault(Action.SHORTEN, length, call, count=count) for call, length, count in lengths)
+    judge(4, "short transfers", different(Scenario(files, "install_skills", ("project", ROOT)), root, faults))
 
 
 class Raised(Exception):  # noqa: N818  # no error
@@ -129,18 +113,17 @@ def handler() -> Iterator[Handler]:
 
 
 @pytest.mark.parametrize("ending", ["return", "raise"])
-def test_row_4_any_call_may_be_interrupted(ending: str, handler: Handler, root: Path, figure: Figure) -> None:
-    different = []
+def test_row_4_any_call_may_be_interrupted(ending: str, handler: Handler, root: Path, judge: Judge) -> None:
+    """Where the handler raises, Python's own way tears files, and the module doesn't."""
     handler.raises = ending == "raise"
+    tried = []
     for scenario in ON_FILES.values():
         for address in addresses(run(scenario, skill, root, Fault())[1]):
             fault = Fault(Action.INTERRUPT, signal.SIGUSR1, *address)
             found, expected = (run(scenario, module, root, fault)[0] for module in (skill, plain_skill))
-            if found[0] != expected[0] or torn(found[1], scenario.files):  # Python's own way does tear them
-                different.append((fault, found, expected[0]))
-    figure(4, f"calls interrupted, handlers {ending}", signals=handler.met // 2, different_or_torn=len(different))
+            tried.append((fault, found[0] != expected[0] or torn(found[1], scenario.files)))
+    judge(4, f"interrupted calls, handlers {ending}", tried, signals=handler.met)
     assert handler.met
-    assert not different
 
 
 @pytest.mark.parametrize("ending", ["return", "raise"])
@@ -149,10 +132,9 @@ def test_row_4_no_timer_tears_a_file(ending: str, handler: Handler, root: Path, 
     """The delay of the signal goes through the time that an install takes; Python's own way shows that it does."""
     prepare(root, OUTDATED)
     place = PLACES[-1]
-    signals = {skill: round(10_000 * effort), plain_skill: 300}
-    tears = dict.fromkeys(signals, 0)
-    for module, count in signals.items():
-        handler.met = 0
+    tears = {}
+    for module, signals in ((plain_skill, 300), (skill, 10_000 * effort)):
+        handler.met = tears[module] = 0
         for step in itertools.cycle(range(100)):
             (root / place).write_bytes(OUTDATED[place])
             signal.setitimer(signal.ITIMER_REAL, 1e-6 + step * 4e-6, 2e-5 if ending == "return" else 0)
@@ -164,9 +146,10 @@ def test_row_4_no_timer_tears_a_file(ending: str, handler: Handler, root: Path, 
                 handler.raises = False
             signal.setitimer(signal.ITIMER_REAL, 0)
             tears[module] += (root / place).read_bytes() not in (OUTDATED[place], CURRENT[place])
-            if handler.met >= count:
+            if handler.met >= signals:
                 break
-    figure(4, f"timers, handlers {ending}", signals=signals[skill], torn=tears[skill])
-    figure(4, f"timers, handlers {ending}, Python's own way", signals=signals[plain_skill], torn=tears[plain_skill])
+    figure(
+        4, f"timers, handlers {ending}", signals=handler.met, torn=tears[skill], torn_in_300_by_twin=tears[plain_skill]
+    )
     assert not tears[skill]
     assert tears[plain_skill] or ending == "return"

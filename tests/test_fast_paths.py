@@ -20,14 +20,12 @@ from types import CodeType, FunctionType, SimpleNamespace
 from typing import Any
 
 import pytest
-from hypothesis import given
-from hypothesis import strategies as st
 
 import plain_skill
 from fresh_module import fresh_module
 from muvad_tarnel.setup import skill
 from recording import account
-from test_twin import MISSING, documents, examples, tuples
+from test_twin import MISSING
 
 NAMES = Path(__file__).parents[1] / "native" / "python" / "standard_library_names.hpp"
 AGENTS = {
@@ -65,12 +63,6 @@ def outcome(function: Callable[..., Any], *arguments: Any, **keywords: Any) -> A
         return function(*arguments, **keywords)
     except Exception as error:  # noqa: BLE001  # any error is an outcome
         return error
-
-
-def compare(function: Callable[..., Any], *arguments: Any, **keywords: Any) -> None:
-    fast = account(outcome(function, *arguments, **keywords))
-    with slow_path():
-        assert fast == account(outcome(function, *arguments, **keywords))
 
 
 def use(module: Any, root: Any = None) -> None:
@@ -112,48 +104,8 @@ def test_a_plan_of_thirty_directories_scores_nothing(monkeypatch: pytest.MonkeyP
     assert skill.resolve_skill_dirs(table) == directories[::2]
 
 
-# What matters to the pattern of stamps, and to version keys.
-PIECES = ["version:", "\nversion:", "\n", "\r", "\r\n", " ", "\t\v\f", "\u00a0", "\x1c", "\x85", "\u2028", "\ufeff"]
-PIECES += ["1", "1.2", "9" * 18, "1" * 19, "\u0663", "\u00b2", "é", "\u0301", "_", "-", ".", "x", "\0", "\U0001d7d9"]
-texts = st.lists(st.sampled_from(PIECES), max_size=9).map("".join)
-fillers = st.builds(str.__add__, st.integers(1980, 2001).map("é".__mul__), st.sampled_from(["\n", "\r\n", "\r"]))
-
-
-@given(st.just("") | fillers, texts, st.sampled_from([b"", b"", b"\xff", b"\xc3", b"\xed\xa0\x80"]))
-@examples(150)
-def test_stamps_and_keys_are_alike(before: str, text: str, after: bytes) -> None:
-    path = Path("SKILL.md")
-    path.write_bytes(f"{before}version:{text}".encode() + after)
-    compare(skill._installed_version, path)
-    compare(skill._version_tuple, text)
-
-
-COMPONENTS = ["/", "/", "//", ".", "..", "a", "é", "\udc80", "~", " "]
-components = st.lists(st.sampled_from(COMPONENTS), max_size=5).map("".join)
-odd_components = components | st.sampled_from(["\ud800", "a\0", "n" * 300])
-
-
-@given(components, st.none() | odd_components | tuples(odd_components).map(lambda parts: Path(*parts)), st.data())
-@examples(150)
-def test_paths_are_alike(home: str, root: Any, data: st.DataObject) -> None:
-    name, directory = data.draw(odd_components), data.draw(odd_components)
-    with pytest.MonkeyPatch.context() as patch:
-        patch.setenv("HOME", home)
-        for scope in ("user", "project"):
-            compare(skill.skill_target_path, scope, root, name, directory)
-            compare(skill.install_skill, scope, root, dry_run=True, skill_name=name, skills_dir=directory)
-
-
 PLACES = [".a", ".a/s", ".b/s/tarnel", ".a/s/tarnel/SKILL.md", ".b/s/tarnel/SKILL.md", ".b/s/tarnel-map/SKILL.md"]
 PLACES = [f"{root}/{place}" for root in ("home", "project") for place in PLACES]
-OBSTACLES = [b"in the way", None, "nowhere", "nowhere/deeper", "SKILL.md", "s", "..", "/proc/version"]
-AGENT_KEYS = {"agents": st.sampled_from(["a", "ab", "b", ("too long",)])}
-OPTIONS = AGENT_KEYS | {"scope": st.sampled_from(["user", "project"]), "force": st.booleans(), "dry_run": st.booleans()}
-STEPS = st.one_of(
-    st.tuples(st.sampled_from(PLACES), st.sampled_from(OBSTACLES) | documents()),
-    st.tuples(st.just("install_skills"), st.fixed_dictionaries(OPTIONS)),
-    st.tuples(st.sampled_from(["skill_status", "shadowed_skills"]), st.fixed_dictionaries(AGENT_KEYS)),
-)
 
 
 def clear(root: Path) -> None:
@@ -183,12 +135,6 @@ def walk(steps: list[tuple[str, Any]]) -> list[Any]:
         met.append((path, content))
     clear(root)
     return met
-
-
-@given(st.lists(STEPS, min_size=1, max_size=14))
-@examples(100)
-def test_a_walk_over_obstacles_meets_the_same(steps: list[tuple[str, Any]]) -> None:
-    compare(walk, steps)
 
 
 def noting(value: Any, calls: list[object]) -> Any:

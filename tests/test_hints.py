@@ -62,7 +62,7 @@ def redundant(survey: Survey) -> list[Path]:
 def test_obeying_hints_ends_well_and_loses_nothing(
     home: Path, project: Path, monkeypatch: pytest.MonkeyPatch, seed: int
 ) -> None:
-    chance = random.Random(seed)  # noqa: S311 (a test)
+    chance = random.Random(seed)
     roots: dict[Scope, Path] = {"user": home, "project": home if chance.random() < 0.1 else project}
     monkeypatch.chdir(roots["project"])
     disturb(chance, roots)
