@@ -113,4 +113,6 @@ def test_row_13_harmful_replacements(root: Path, judge: Judge) -> None:
         # The module looks none of the builtins up that its own functions use.
         return found != expected and point[1:] not in ((builtins, "len"), (builtins, "OSError"))
 
+    prepare(root, OUTDATED)
+    assert len(list(use(skill))) > 1, "nothing is replaced when the module first looks"
     judge(13, "", answers(task, points()))
