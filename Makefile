@@ -232,7 +232,8 @@ define variant
   $(3) $(WITH_VENV) cmake $$arguments >.build/$(1)/log 2>&1 || { cat .build/$(1)/log; exit 1; }; done
 endef
 with_variant = PYTHONPATH=$(CURDIR)/.build/$(1)/site:$(CURDIR)/$(VENV)/lib/python3.12/site-packages
-TEST_MODULE  = $$($(PY) -c 'import sys; print(sys._base_executable)') -m pytest -p xdist -n 2 -q tests/test_*.py $(ARGS)
+BASE_PY      = $$($(PY) -c 'import sys; print(sys._base_executable)')
+TEST_MODULE  = $(BASE_PY) -m pytest -p xdist -n 2 -q tests/test_*.py $(ARGS)
 
 # AddressSanitizer has to be loaded first, and with it the C++ library whose exceptions it sees. What the interpreter
 # itself keeps at its end is no leak of the module's.
@@ -248,10 +249,12 @@ comma := ,
 # Which lines of the native code the tests run.
 COVERAGE := .build/coverage
 .PHONY: coverage
-coverage: $(ENVIRONMENT) $(COVERAGE)/.environment
+coverage: $(ENVIRONMENT) $(COVERAGE)/.environment $(HOSTILE)/shim.so
 	$(call variant,coverage,-DCMAKE_BUILD_TYPE=Debug,CXXFLAGS="--coverage -fprofile-update=atomic")
 	@find $(COVERAGE)/build -name '*.gcda' -delete
 	@$(call with_variant,coverage) $(TEST_MODULE)
+	@$(call with_variant,coverage) LD_PRELOAD=$(CURDIR)/$(HOSTILE)/shim.so $(BASE_PY) -m pytest hostile -q \
+	  -o faulthandler_timeout=0 -k "row_3 or row_4 or row_10 or row_13"
 	@$(COVERAGE)/bin/gcovr --root . --filter native/ --object-directory $(COVERAGE)/build --merge-lines \
 	  --exclude-throw-branches --txt --fail-under-line 95 $(COVERAGE)/build/CMakeFiles/*.dir
 

@@ -24,7 +24,7 @@ def told(*question: object, module: object = skill.__file__) -> list[str]:
         capture_output=True,
         check=False,
         text=True,
-        timeout=3600,
+        timeout=900,
     )
     assert (run.stderr, run.returncode) == ("", 0)
     return run.stdout.splitlines()
