@@ -145,16 +145,14 @@ int linkat(int from_directory, const char* from, int to_directory, const char* t
 }
 
 // C++ allocations: operator new is linked into the extension, and calls malloc from there.
-static int allocations_left, allocations_failing, allocations_seen;
-void shim_starve(int first, int count) { allocations_seen = 0, allocations_left = first, allocations_failing = count; }
-int shim_allocations(void) { return allocations_seen; }
+static int allocations_left, allocations_failing;
+void shim_starve(int first, int count) { allocations_left = first, allocations_failing = count; }
 
 void* __libc_malloc(size_t size);
 void* malloc(size_t size) {
     Dl_info caller;
     if (allocations_failing > 0 && dladdr(__builtin_return_address(0), &caller) != 0 &&
         strstr(caller.dli_fname, "/skill.cpython") != NULL) {
-        allocations_seen++;
         if (allocations_left > 0)
             allocations_left--;
         else if (allocations_failing-- > 0)

@@ -1,7 +1,7 @@
 """The module's functions as function objects: nothing tells them from those that the interpreter makes.
 
-Most tests ask the same of the plain-Python twin's function. A call takes one of two ways: the extension's short one, or
-the interpreter's own, which it takes once a copy has replaced the function's code object.
+Most tests ask the same of the plain-Python twin's function. A call takes the fast call path, or the slow one, which is
+the interpreter's own: that it takes once a copy has replaced the function's code object.
 """
 
 import contextlib
@@ -43,10 +43,10 @@ def both(name: str, /, *arguments: object, **keywords: object) -> object:
     return found
 
 
-@pytest.fixture(params=["short", "long"])
-def way(request: pytest.FixtureRequest, monkeypatch: pytest.MonkeyPatch) -> str:
-    """The way that calls take in this test, which runs once for each."""
-    for function in NATIVE.values() if request.param == "long" else ():
+@pytest.fixture(params=["fast", "slow"])
+def call_path(request: pytest.FixtureRequest, monkeypatch: pytest.MonkeyPatch) -> str:
+    """The path that calls take in this test, which runs once for each."""
+    for function in NATIVE.values() if request.param == "slow" else ():
         monkeypatch.setattr(function, "__code__", function.__code__.replace())
     return str(request.param)
 
@@ -145,8 +145,8 @@ class TestBinding:
             monkeypatch.setattr(skill.skill_target_path, "__code__", code)
             assert [both("skill_target_path", *arguments, **keywords) for arguments, keywords in calls] != before
 
-    @pytest.mark.parametrize("own_way", ["short", "long"])
-    def test_owns_all_that_is_replaced_meanwhile(self, own_way: str) -> None:
+    @pytest.mark.parametrize("own_path", ["fast", "slow"])
+    def test_owns_all_that_is_replaced_meanwhile(self, own_path: str) -> None:
         class Default:
             pass
 
@@ -154,18 +154,18 @@ class TestBinding:
             function.__defaults__ = function.__kwdefaults__ = None
             function.__code__ = plain_skill.install_skills.__code__
             assert None not in [reference() for reference in owned]
-            raise ZeroDivisionError(own_way)
+            raise ZeroDivisionError(own_path)
 
         function = fresh_module(skill.__file__).install_skills
         function.__globals__["skill_dir_plan"] = replace
         function.__defaults__ = (None, Default())
         function.__kwdefaults__ = {"agents": (), "force": Default(), "dry_run": False}
-        if own_way == "long":
+        if own_path == "slow":
             function.__code__ = function.__code__.replace()
         values = (function.__defaults__[1], function.__kwdefaults__["force"], function.__code__)
         owned = [*map(weakref.ref, values)]
         del values
-        with pytest.raises(ZeroDivisionError, match=own_way):
+        with pytest.raises(ZeroDivisionError, match=own_path):
             function("s")
         assert [reference() for reference in owned] == [None] * 3
 
@@ -182,8 +182,8 @@ def test_code_runs_in_the_namespace_of_each_function_made_of_it() -> None:
         assert outcome(copies[0], *"srnd") == outcome(copies[1], *"srnd")
 
 
-def test_tracebacks_show_the_calls_that_went_the_interpreters_way(way: str) -> None:
-    for _ in range(12_000):  # failures add up to nothing that would change the next call's way
+def test_tracebacks_show_the_calls_on_the_slow_path(call_path: str) -> None:
+    for _ in range(12_000):  # failures add up to nothing that would change the next call's path
         outcome(skill.skill_target_path, "nowhere")
     with pytest.raises(ValueError, match="unknown skill scope: 'nowhere'") as caught:
         NATIVE["skill_target_path"]("nowhere")
@@ -195,11 +195,11 @@ def test_tracebacks_show_the_calls_that_went_the_interpreters_way(way: str) -> N
     given = {"scope": "nowhere", "project_root": None}
     by_default = {"skill_name": "tarnel", "skills_dir": ".claude/skills"}
     shown = [("skill_target_path", 1, given | by_default), ("_scope_base", 1, given)]
-    assert found == (shown if way == "long" else [])
+    assert found == (shown if call_path == "slow" else [])
 
 
 @pytest.mark.parametrize("watch", [sys.settrace, sys.setprofile])
-def test_calls_that_are_watched_go_as_they_do_unwatched(watch: Callable[[object], None], way: str) -> None:
+def test_calls_that_are_watched_go_as_they_do_unwatched(watch: Callable[[object], None], call_path: str) -> None:
     def note(frame: FrameType, event: str, _: object) -> object:
         frame.f_trace_opcodes = True
         events.append(f"{event} {frame.f_code.co_name}")
@@ -213,7 +213,7 @@ def test_calls_that_are_watched_go_as_they_do_unwatched(watch: Callable[[object]
     watch(None)
     assert found == expected == [both(name, *arguments) for arguments in calls]
     assert "call outcome" in events
-    assert (f"call {name}" in events) == (way == "long"), "short calls have no frames to be seen"
+    assert (f"call {name}" in events) == (call_path == "slow"), "fast calls have no frames to be seen"
 
 
 @contextlib.contextmanager
@@ -225,7 +225,9 @@ def recursion_limit(limit: int) -> Iterator[None]:
 
 
 @pytest.mark.parametrize("limit", [1000, 10**6])
-def test_endless_recursion_leaves_the_interpreter_well(limit: int, way: str, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_endless_recursion_leaves_the_interpreter_well(
+    limit: int, call_path: str, monkeypatch: pytest.MonkeyPatch
+) -> None:
     def recurse() -> None:
         with pytest.raises(RecursionError, match=r"^maximum recursion depth exceeded$") as caught:
             skill.skill_target_path("user")
@@ -240,17 +242,17 @@ def test_endless_recursion_leaves_the_interpreter_well(limit: int, way: str, mon
             thread.start()
             thread.join()
     assert len(frames) == 10
-    assert min(frames) > 300, f"only the first calls of a deep recursion go the {way} way"
+    assert min(frames) > 300, f"only the first calls of a deep recursion take the {call_path} path"
     assert str(skill.skill_target_path("project", Path("r"))) == "r/.claude/skills/tarnel/SKILL.md"
 
 
-def test_a_call_on_the_brink_of_the_c_stack_is_an_error(way: str) -> None:
+def test_a_call_on_the_brink_of_the_c_stack_is_an_error(call_path: str) -> None:
     def dive(_: object) -> object:
         try:
             return next(map(dive, [0]))
         except RecursionError:
             try:
-                return NATIVE["_scope_base"](way)
+                return NATIVE["_scope_base"](call_path)
             except (RecursionError, ValueError) as error:
                 return type(error)
 
@@ -259,7 +261,9 @@ def test_a_call_on_the_brink_of_the_c_stack_is_an_error(way: str) -> None:
 
 
 @pytest.mark.parametrize(("name", "argument"), [("_installed_version", Path()), ("install_skill", "project")])
-def test_a_generator_sees_only_errors_that_it_handles(name: str, argument: object, way: str, project: Path) -> None:
+def test_a_generator_sees_only_errors_that_it_handles(
+    name: str, argument: object, call_path: str, project: Path
+) -> None:
     def generator() -> Iterator[object]:
         yield NATIVE[name](argument)
         yield sys.exception()
@@ -267,7 +271,7 @@ def test_a_generator_sees_only_errors_that_it_handles(name: str, argument: objec
     (project / ".claude").write_text("in the way of a directory")
     steps = generator()
     try:
-        int(way)
+        int(call_path)
     except ValueError:
         next(steps)  # the function handles an OSError meanwhile
     assert next(steps) is None

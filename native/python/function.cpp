@@ -13,7 +13,7 @@ namespace tarnel::python {
 namespace {
 
 // Fast calls leave no frames to count against the recursion limit, and the C stack allows fewer of them than a host
-// may allow frames: from this depth on, calls go the interpreter's way.
+// may allow frames: from this depth on, calls take the slow path.
 constexpr int max_nested_fast_calls = 100;
 thread_local int nested_fast_calls = 0;
 
@@ -31,7 +31,7 @@ class NestedFastCall {
 std::atomic<vectorcallfunc> interpreter_call = nullptr;
 
 // The fast call path: binds and runs the body without a frame. Whatever isn't simple is left to the interpreter, before
-// anything has happened that could be noticed. Not noexcept, for that way may end the thread.
+// anything has happened that could be noticed. Not noexcept, for the slow path may end the thread.
 PyObject* call_function(PyObject* function, PyObject* const* arguments, size_t flags, PyObject* keywords) {
     PyObject* code_object = PyFunction_GET_CODE(function);
     const NativeBody* native = native_body_of(code_object);

@@ -2,8 +2,6 @@
 
 import gc
 import sys
-from collections.abc import Iterator
-from contextlib import contextmanager
 
 import click
 
@@ -35,36 +33,29 @@ def completion(shell: str) -> None:
       eval "$(muvad-tarnel completion zsh)"       in ~/.zshrc
       muvad-tarnel completion fish | source       in ~/.config/fish/config.fish
     """
-    from click.shell_completion import get_completion_class  # noqa: PLC0415 (needed by nothing else)
+    from click.shell_completion import get_completion_class  # noqa: PLC0415 (only needed here)
 
     completion_class = get_completion_class(shell)
     assert completion_class is not None  # noqa: S101 (for the type checker: click has all three)
     click.echo(completion_class(command_line, {}, "muvad-tarnel", "_MUVAD_TARNEL_COMPLETE").source())
 
 
-@contextmanager
-def errors_may_be_lost() -> Iterator[None]:
-    """Go on when standard error takes nothing; what it still holds would fail once more at exit."""
-    try:
-        yield
-    except OSError:
-        silence(sys.stderr)
-
-
 def main() -> None:
     """Run the command line on the process's arguments and exit with its code, 130 after Ctrl-C."""
-    gc.disable()  # nothing that a command makes is worth a collection before it ends
-    code = 1
+    gc.disable()  # commands end before a collection pays off
+    code, failure = 1, None
     try:
         code = command_line(prog_name="muvad-tarnel", standalone_mode=False)
     except click.ClickException as error:
-        code = error.exit_code
-        with errors_may_be_lost():
-            error.show()
+        code, failure = error.exit_code, error
     except (click.Abort, KeyboardInterrupt):
         code = 130
     except OSError as error:  # of help, version or completion, which are printed by click
         silence(sys.stdout)
-        with errors_may_be_lost():
-            click.echo(f"Error: standard output cannot be written to: {error.strerror}", err=True)
+        failure = click.ClickException(f"standard output cannot be written to: {error.strerror}")
+    try:
+        if failure:
+            failure.show()
+    except OSError:  # discard what it still holds, or it fails again at exit
+        silence(sys.stderr)
     sys.exit(code)

@@ -1,4 +1,4 @@
-"""What keeps a command from its work: where, what, and what to do about it."""
+"""Failures as users see them: the path, the problem and the remedy."""
 
 import errno
 from pathlib import Path

@@ -1,7 +1,7 @@
-"""What to do about a survey: hints that can be obeyed.
+"""Hints: what to do about a survey.
 
-Obeying a hint never takes a skill from an agent that found it, and the hints of one answer may be obeyed in any order
-and in part. Obeyed round after round, they end in a state without hints.
+Following a hint never takes a skill from an agent that found it, and the hints of one answer may be followed in any
+order and in part. Followed round after round, they end in a state without hints.
 """
 
 from collections.abc import Iterable, Sequence
@@ -49,7 +49,7 @@ def updating(survey: Survey, scope: Scope) -> Advice:
     if obstacles or not stale:
         return Advice(obstacles=obstacles)
     places = ", ".join(dict.fromkeys(copy.directory for copy in stale))
-    reason = f"{count(stale)} at {scope} scope {'is' if len(stale) == 1 else 'are'} not up to date: {places}"
+    reason = f"{count(len(stale))} at {scope} scope {'is' if len(stale) == 1 else 'are'} not up to date: {places}"
     return Advice((Hint(reason, scope, ("update", "--scope", scope)),))
 
 
@@ -77,7 +77,9 @@ def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> Advice:
         agents = [agent for agent in agents if not obstacles_to(agent)]
         if not agents or obstacles_to(*agents):
             return Advice(obstacles=tuple(obstacles))
-    reason = f"{names_of(agents)} {'does' if len(agents) == 1 else 'do'} not find every skill"
+    is_none = all(len(survey.lacking(agent, [scope])) == len(skill.SKILL_TEMPLATES) for agent in agents)
+    which = "any skill" if is_none else "every skill"
+    reason = f"{names_of(agents)} {'does' if len(agents) == 1 else 'do'} not find {which}"
     return Advice((Hint(reason, scope, ("install", "--scope", scope, *agent_words(agents))),), tuple(obstacles))
 
 
@@ -142,9 +144,10 @@ def names_of(agents: Sequence[str]) -> str:
     return joined(AGENT_CONFIG[agent].name for agent in agents) if len(agents) <= 3 else f"{len(agents)} agents"
 
 
-def who_find(agents: Sequence[str]) -> str:
-    """The agents with their verb: "Cursor finds", "3 agents find"."""
-    return f"{names_of(agents)} {'finds' if len(agents) == 1 else 'find'}"
+def who_find(agents: Sequence[str], how: str = "") -> str:
+    """The agents with their verb: "Cursor finds", "3 agents already find", "Zed would find"."""
+    verb = "finds" if len(agents) == 1 and not how.startswith("would") else "find"
+    return " ".join(filter(None, (names_of(agents), how, verb)))
 
 
 def skills_of(names: Iterable[str]) -> str:
@@ -153,9 +156,9 @@ def skills_of(names: Iterable[str]) -> str:
     return "every skill" if set(wanted) == set(skill.SKILL_TEMPLATES) else joined(wanted)
 
 
-def count(copies: Sequence[object]) -> str:
+def count(number: int) -> str:
     """How many copies."""
-    return "1 copy" if len(copies) == 1 else f"{len(copies)} copies"
+    return "1 copy" if number == 1 else f"{number} copies"
 
 
 def joined(words: Iterable[str]) -> str:

@@ -78,26 +78,21 @@ def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str]
 
 
 class Plan:
-    """What an install writes: the `added` places, and the `updated` copies, which are replaced where they are."""
+    """What an install `writes`, in the order of directories and skills: new copies, and those that it replaces."""
 
     def __init__(self, survey: Survey, scope: Scope, agents: Sequence[str], *, force: bool) -> None:
         """Plan an install for agents at a scope."""
         self.survey, self.scope, self.agents = survey, scope, agents
-        self.added = tuple(additions(survey, scope, agents))
-        files = {copy.file for copy in self.added}
-        read = [copy for copy in survey.read_by(agents, [scope]) if copy.file not in files]
-        self.updated = replaceable(read, force=force)
+        added = additions(survey, scope, agents)
+        files = {copy.file for copy in added}
+        read = (copy for copy in survey.read_by(agents, [scope]) if copy.file not in files)
+        chosen = {copy.path for copy in (*added, *replaceable(read, force=force))}
+        self.writes = tuple(copy for copy in survey.copies if copy.scope == scope and copy.path in chosen)
 
     @cached_property
     def after(self) -> Survey:
         """The survey as it would be after the install."""
         return self.survey.changed(State.CURRENT, self.writes)
-
-    @property
-    def writes(self) -> tuple[Copy, ...]:
-        """All that is written, in the order of directories and skills."""
-        chosen = {copy.path for copy in (*self.added, *self.updated)}
-        return tuple(copy for copy in self.survey.copies if copy.scope == self.scope and copy.path in chosen)
 
     @property
     def obstacles(self) -> list[Obstacle]:

@@ -1,6 +1,7 @@
 """The two scopes that skills are installed at, and the directory that each begins with."""
 
 import os
+from contextlib import suppress
 from pathlib import Path
 
 from muvad_tarnel.failure import Failure
@@ -18,15 +19,14 @@ def home_directory() -> Path:
         raise Failure("HOME is empty", remedy)
     try:
         home = Path.home()
-        is_usable = home.is_dir() or not os.path.lexists(home)
+        if not home.is_absolute():
+            raise Failure(f"HOME is not an absolute path ({home})", remedy)
+        with suppress(FileNotFoundError):  # an install makes it
+            os.stat(f"{home}/.")  # noqa: PTH116 (the dot asks whether it may be searched)
     except RuntimeError as error:
         raise Failure("the home directory cannot be found", remedy) from error
     except OSError as error:
-        raise Failure(error.strerror or str(error), remedy, error.filename) from error
-    if not home.is_absolute():
-        raise Failure(f"HOME is not an absolute path ({home})", remedy)
-    if not is_usable:
-        raise Failure("the home directory is not a directory", remedy, home)
+        raise Failure(error.strerror or str(error), remedy, home) from error
     return home
 
 
@@ -40,15 +40,8 @@ def find_project_root() -> Path:
         start = Path.cwd()
     except OSError as error:
         raise Failure(f"no current directory ({error.strerror})", "name the project with -C DIR") from error
-    return next((folder for folder in (start, *start.parents) if holds_git(folder)), start)
-
-
-def holds_git(folder: Path) -> bool:
-    """Whether `.git`, a folder or a file, is in `folder`."""
-    try:
-        return (folder / ".git").exists()
-    except OSError:
-        return False
+    folders = (start, *start.parents)
+    return next((folder for folder in folders if os.path.exists(folder / ".git")), start)  # noqa: PTH110 (never raises)
 
 
 def agents_in_use(home: Path) -> tuple[str, ...]:
@@ -62,7 +55,7 @@ def agents_in_use(home: Path) -> tuple[str, ...]:
         except (FileNotFoundError, NotADirectoryError):
             return False
         except OSError:
-            return True  # it exists, and is not for us to look into
+            return True  # it exists, but may not be listed
         return any(entry not in on_the_way or holds_more(entry) for entry in entries)
 
     return tuple(key for key, record in AGENT_CONFIG.items() if record.marker and holds_more(home / record.marker))

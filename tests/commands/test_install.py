@@ -53,11 +53,13 @@ def test_each_skill_goes_beside_the_others(home: Path) -> None:
 
 def test_those_who_need_nothing_are_told(home: Path) -> None:
     put(home, ".claude/skills")
-    shown = run("install", *agents("cursor", "zed")).stdout
-    assert f"Cursor already finds every skill in {home}/.claude/skills." in shown
-    assert "Cursor finds every skill twice" in shown
-    hint = "to fix:  muvad-tarnel skill"
-    assert hint not in run("install", *agents("cursor")).stdout, "both directories are needed"
+    assert f"Cursor already finds every skill in {home}/.claude/skills." in run("install", *agents("cursor")).stdout
+    places = f"twice: in {home}/.agents/skills and {home}/.claude/skills.\n"
+    assert f"Cursor finds every skill {places}" in run("install", *agents("cursor", "zed")).stdout
+    shown = run("install", *agents("cursor")).stdout
+    assert (f"Cursor already finds every skill {places}" in shown, "to fix" in shown) == (True, False), (
+        "both are needed"
+    )
 
 
 def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> None:
@@ -74,7 +76,7 @@ def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> Non
 def test_a_plan_gives_its_reasons() -> None:
     said = answer("plan", *agents("claude", "cursor", "windsurf"), "--scope", "project")
     assert {r["directory"]: {s["agent"]: s["why"] for s in r["serves"]} for r in said["results"]} == {
-        ".claude/skills": {"claude": "its own directory", "cursor": "shared, in place of .cursor/skills"},
+        ".claude/skills": {"claude": "its own directory", "cursor": "shared, instead of its own"},
         ".windsurf/skills": {"windsurf": "its own directory"},
     }
     assert said["avoided_duplicates"] == ["cursor"]

@@ -92,6 +92,9 @@ def test_detecting_nobody_is_a_failure() -> None:
         ("show tarnel-wikki", ["Did you mean 'tarnel-wiki'?"]),
         ("install --scope projekt", ["Did you mean 'project'?"]),
         ("install --dryrun", ["--dry-run"]),
+        ("uninstall", ["Did you mean 'remove'?"]),
+        ("install claude", ["Did you mean '--agent claude'?"]),
+        ("install --agent claude,cursor", ["Repeat the option for each."]),
     ],
 )
 def test_mistakes_are_named(home: Path, arguments: str, named: list[str]) -> None:

@@ -1,6 +1,10 @@
 """`remove`: which directories are meant, and who loses what."""
 
+import errno
+import os
+from collections.abc import Callable
 from pathlib import Path
+from typing import Any
 
 import pytest
 from running import agents, answer, copy_in, files, holding_all, put, run
@@ -34,6 +38,7 @@ def test_unknown_directories_are_usage_errors(home: Path) -> None:
         ("", "must not be empty"),
         ("src", f"expected one of {home}/.claude/skills"),
         (".claude/skill", "Did you mean '.claude/skills'?"),
+        (".claude/skills/tarnel", "Did you mean '.claude/skills --skill tarnel'?"),
     ]:
         result = run("remove", directory)
         assert (result.exit_code, expected in result.stderr.replace("\n", " ")) == (2, True), result.stderr
@@ -51,7 +56,7 @@ def test_it_undoes_an_install(home: Path, project: Path) -> None:
     put(home, ".claude/skills")
     assert run("remove", "--scope", "project").exit_code == 0
     assert files(project) == set()
-    assert answer("remove", "--scope", "project")["results"] == []
+    assert run("remove", "--scope", "project").stdout == "Nothing to remove at project scope.\n"
     assert holding_all(home) == {".claude/skills"}
 
 
@@ -60,15 +65,36 @@ def test_it_says_who_finds_a_skill_no_more(home: Path) -> None:
     put(home, ".claude/skills", "current", "tarnel")
     (home / ".cursor/settings").mkdir(parents=True)
     shown = run("remove").stdout
-    assert "Kiro no longer finds every skill at user scope." in shown
-    assert "Cursor no longer finds tarnel at user scope." in shown
-    assert not [line for line in shown.splitlines() if "Amp" in line and "no longer" in line]
+    assert "Kiro no longer finds any skill at user scope." in shown
+    assert "Claude Code and Cursor no longer find tarnel at user scope." in shown
+    assert "Amp" not in shown.partition("3 files")[2]
+    assert "to install again:  muvad-tarnel skill install --scope user --agent claude --agent kiro\n" in shown
 
 
 def test_an_unreadable_neighbour_keeps_nothing_else(home: Path) -> None:
     put(home, ".claude/skills", "unreadable", "tarnel")
     put(home, ".claude/skills", "current", "tarnel-map", "tarnel-wiki")
     said = answer("remove", exit_code=1)
-    assert [row["action"] for row in said["results"]] == ["kept", "remove", "remove"]
+    assert [row["action"] for row in said["results"]] == ["failed", "remove", "remove"]
     assert [error["path"] for error in said["errors"]] == [str(copy_in(home, ".claude/skills"))]
     assert run("install", *agents("claude")).exit_code == 1
+
+
+def test_a_closed_directory_keeps_nothing_else(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    closed = put(home, ".claude/skills").parents[1]
+    put(home, ".kiro/skills")
+
+    def refusing(function: Callable[..., Any]) -> Callable[..., Any]:
+        def refuse(path: Any, *arguments: Any, **options: Any) -> Any:
+            if str(path).startswith(f"{closed}/"):
+                raise PermissionError(errno.EACCES, "Permission denied", str(path))
+            return function(path, *arguments, **options)
+
+        return refuse
+
+    for name in ("stat", "lstat"):
+        monkeypatch.setattr(os, name, refusing(getattr(os, name)))
+    result = run("remove")
+    monkeypatch.undo()
+    assert (result.exit_code, holding_all(home)) == (1, {".claude/skills"})
+    assert result.stderr == f"Error: {closed}: Permission denied: change its permissions\n"

@@ -47,7 +47,7 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     everyone = {agent["agent"] for agent in answer("status")["agents"]}
     assert {"claude", "cursor", "amp", "warp"} <= everyone
     assert "kiro" not in everyone
-    assert "Cursor finds tarnel-map twice" in run("status", *agents("cursor")).stdout
+    assert "tarnel-map: twice: " in run("status", *agents("cursor")).stdout
 
 
 @pytest.mark.parametrize(
@@ -56,7 +56,7 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
         ("claude", ".claude/skills", ".claude/skills", "user copy hides project copy"),
         ("copilot", ".copilot/skills", ".github/skills", "project copy hides user copy"),
         ("cursor", ".agents/skills", ".cursor/skills", "both are listed"),
-        ("windsurf", ".codeium/windsurf/skills", ".windsurf/skills", "not documented"),
+        ("windsurf", ".codeium/windsurf/skills", ".windsurf/skills", "unknown (not documented)"),
     ],
 )
 def test_shadows(home: Path, project: Path, *, agent: str, user: str, other: str, effect: str) -> None:
@@ -77,7 +77,7 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
     put(home, ".claude/skills")
     put(project, ".agents/skills", "current, as Windows has it")
     assert run("shadowed", "--check").exit_code == 0
-    assert "the same text, which does no harm: every skill" in run("shadowed").stdout
+    assert "same text, no harm" in run("shadowed", "-v").stdout
     (project / ".claude").symlink_to(home / ".claude")
     assert answer("shadowed", *agents("claude"), "--check")["results"] == []
 
@@ -88,6 +88,9 @@ def test_what_stands_in_the_way_is_no_success(home: Path) -> None:
     (home / ".claude").unlink()
     put(home, ".claude/skills", "unreadable")
     assert "No other installed copy differs" in run("diff").stdout
+    assert "not valid UTF-8" in run("update").stdout
+    (home / ".cursor").symlink_to("nowhere")
+    assert run("status").stdout.count("a dangling link to nowhere") == 1
 
 
 def test_a_project_at_home_counts_once(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
@@ -99,8 +102,20 @@ def test_a_project_at_home_counts_once(home: Path, monkeypatch: pytest.MonkeyPat
     assert len(answer("update")["results"]) == len(SKILL_TEMPLATES)
 
 
-def test_an_edited_copy_is_no_way_out(home: Path, project: Path) -> None:
+def test_the_two_ways_out_are_alternatives(home: Path, project: Path) -> None:
     put(home, ".claude/skills", "modified", "tarnel")
-    put(project, ".claude/skills", "current", "tarnel")
+    put(project, ".claude/skills", "outdated", "tarnel")
+    (hint,) = answer("shadowed")["advice"]
+    run(*hint["command"][2:])
     (row,) = answer("shadowed")["results"]
     assert (row["ways_out"][0]["command"], row["ways_out"][0]["problem"]) == (None, "edited")
+    shown = run("shadowed").stdout
+    assert f"Either remove the user copy:\n    {copy_in(home, '.claude/skills')}: edited" in shown
+    assert "Or remove the project copy (10 agents would lose it in other clones of this repository):\n" in shown
+
+
+def test_detected_agents_count(home: Path) -> None:
+    (home / ".codeium/windsurf/memories").mkdir(parents=True)
+    assert "windsurf" in answer("status")["advice"][0]["command"]
+    put(home, ".kiro/skills")
+    assert "Windsurf  nowhere" in run("status", "--scope", "user").stdout

@@ -24,7 +24,7 @@ CASES = {
     "incomplete, cut in a character": ("incomplete", None, 1, "update", "update", "update", "remove", False),
     "incomplete, outdated": ("incomplete", "0.0.1", 1, "update", "update", "update", "remove", False),
     "foreign": ("foreign", None, 1, "replace*", "replace*", "", "kept", True),
-    "unreadable": ("unreadable", None, 1, "failed", "failed", "", "kept", False),
+    "unreadable": ("unreadable", None, 1, "failed", "failed", "none", "kept", False),
     "missing": ("missing", None, 1, "install", "install", "", "", False),
 }
 
@@ -69,7 +69,7 @@ def test_remove_takes_what_is_ours(home: Path, kind: str) -> None:
     copy, action = copy_in(home, ".claude/skills"), CASES[kind][6]
     for options in (["--dry-run"], []):
         rows = answer("remove", *options, exit_code=int(action == "kept"))["results"]
-        assert {row["skill"]: row["action"] for row in rows}.get("tarnel", "") == action
+        assert {row["skill"]: row["action"] for row in rows}.get("tarnel", "") == action.replace("kept", "failed")
         assert copy.parent.exists() is (action == "kept" or bool(options) or kind == "missing")
     assert {path.name for path in copy.parent.parent.iterdir()} == ({"tarnel"} if action != "remove" else set())
     forced = run("remove", "--force", "--quiet")

@@ -27,7 +27,7 @@ def test_tables_fit_and_lose_nothing(home: Path, project: Path, command: str, co
     assert re.findall("to fix: .*", wide.text) == re.findall("to fix: .*", screen.text)
     if columns >= 60:
         shown, lost = (Counter(re.findall(r"[^\s\u2500:]+", text)) for text in (screen.text, wide.text))
-        assert {word for word in lost - shown if not word.startswith("/")} <= {"Detected"}
+        assert not {word for word in lost - shown if not word.startswith("/")}
     else:  # even names are broken there, but nothing is cut off
         unbroken_text = re.sub(r"\s", "", screen.text)
         assert all(directory in unbroken_text for directory in known_directories() if directory in wide.text)
@@ -38,12 +38,9 @@ def test_a_row_reads_without_colour(home: Path) -> None:
     copy_in(home, ".claude/skills", "tarnel-wiki").unlink()
     screen = run_on_terminal("skill", "status", "--scope", "user", "--agent", "claude", "--color", "never")
     first = next(number for number, line in enumerate(screen.lines) if "~/.claude/skills" in line)
-    rows = [line.split() for line in screen.lines[first : first + 3]]
-    assert rows[0][:6] == ["~/.claude/skills", "tarnel", "\N{CHECK MARK}", "current", "0.1.0", "Claude"]
-    assert [row[:3] for row in rows[1:]] == [
-        ["tarnel-map", "\N{CHECK MARK}", "current"],
-        ["tarnel-wiki", "\N{BALLOT X}", "missing"],
-    ]
+    rows = [line.split() for line in screen.lines[first : first + 2]]
+    assert rows[0][:5] == ["~/.claude/skills", "tarnel,", "tarnel-map", "\N{CHECK MARK}", "current"]
+    assert rows[1][:3] == ["tarnel-wiki", "\N{BALLOT X}", "missing"]
 
 
 @pytest.mark.parametrize("columns", [60, 70, 100])

@@ -12,7 +12,7 @@ COMMANDS = ("install", "update", "status", "plan", "shadowed", "diff", "remove",
 
 
 class SkillCommands(click.Group):
-    """The group of the skill commands: a command's file is imported when the command is wanted."""
+    """The skill commands, each imported when it is used."""
 
     def list_commands(self, ctx: click.Context) -> list[str]:  # noqa: ARG002 (click's signature)
         return list(COMMANDS)
@@ -33,7 +33,7 @@ class SkillCommands(click.Group):
         return super().resolve_command(ctx, args)
 
     def invoke(self, ctx: click.Context) -> Any:
-        """Run a command. A usage error is an object as well, for those who asked for one."""
+        """Run a command. With --json, usage errors are objects too."""
         try:
             return super().invoke(ctx)
         except click.UsageError as error:
@@ -46,6 +46,5 @@ class SkillCommands(click.Group):
             raise
 
 
-@click.group("skill", cls=SkillCommands)
-def skill_group() -> None:
-    """Install agent skills, and see which agents read them."""
+_SUMMARY = "Install agent skills, and see which agents read them."
+skill_group = SkillCommands("skill", help=_SUMMARY, short_help=_SUMMARY)

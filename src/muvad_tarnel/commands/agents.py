@@ -4,7 +4,7 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.wording import EFFECTS
 from muvad_tarnel.failure import Failure
 from muvad_tarnel.output.console import Console
-from muvad_tarnel.output.report import Cell, Line, Report, Table, Tone
+from muvad_tarnel.output.report import Cell, Line, Report, Table
 from muvad_tarnel.roots import agents_in_use, home_directory
 from muvad_tarnel.setup.config import AGENT_CONFIG, CHECKED_ON
 
@@ -13,8 +13,8 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, CHECKED_ON
 def agents(console: Console) -> Report:
     """List the agents and their skills directories.
 
-    An agent's own directory comes first. "detected" is what --detect goes by: the agent's directory under the home
-    directory holds more than skills. Environment variables such as CLAUDE_CONFIG_DIR are followed.
+    An agent is detected if its directory under the home directory holds more than skills: --detect is about these.
+    Environment variables such as CLAUDE_CONFIG_DIR are followed.
 
     \b
     Examples:
@@ -27,16 +27,13 @@ def agents(console: Console) -> Report:
         in_use = ()
     rows: list[tuple[str | Cell, ...]] = []
     for key, record in AGENT_CONFIG.items():
-        name = Cell(record.name, Tone.GOOD) if key in in_use else record.name
+        name = f"{record.name} (detected)" if key in in_use else record.name
         user, project = ", ".join(record.skills_user_roots), ", ".join(record.skills_project_roots)
-        detected = "detected" if key in in_use else ""
-        if user == project:
-            rows.append((key, name, detected, "both", user))
-        else:
-            rows += [(key, name, detected, "user", user), (key, name, detected, "project", project)]
-    columns = ("Key", "Agent", "Detected", "Scope", "Reads skills from (own first)")
+        scopes = [("both", user)] if user == project else [("user", user), ("project", project)]
+        rows += [(key, name, scope, directories) for scope, directories in scopes]
+    columns = ("Key", "Agent", "Scope", "Skills directories")
     return Report(
-        [Table("", columns, rows, shared=(3, 0)), Line(f"As of {CHECKED_ON}.")],
+        [Table("", columns, rows), Line(f"An agent's own directory comes first. As of {CHECKED_ON}.")],
         [
             {
                 "key": key,

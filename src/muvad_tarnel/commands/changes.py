@@ -1,4 +1,4 @@
-"""Writing copies and reporting what became of each: what `install` and `update` share."""
+"""Changing copies and reporting what became of each: what `install`, `update` and `remove` share."""
 
 from collections.abc import Callable, Iterable, Sequence
 from pathlib import Path
@@ -7,6 +7,7 @@ from typing import NamedTuple
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import (
+    TONES,
     advice_blocks,
     advice_records,
     agent_records,
@@ -14,88 +15,101 @@ from muvad_tarnel.commands.wording import (
     copy_tables,
 )
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import advice, count
+from muvad_tarnel.hints import Advice, advice, count
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey
 from muvad_tarnel.installed.writing import clean_up, difference, obstacle_met, obstacle_to_writing, replace
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Tone
 
+_DONE = {"install": "installed", "update": f"updated to {__version__}", "replace": "replaced", "remove": "removed"}
+
 
 class Outcome(NamedTuple):
-    """What became of a copy. `verb` is "install", "update", "replace", or empty if nothing was to be done."""
+    """What became of a copy. `action` is "install", "update", "replace", "remove", or "none" if none was needed."""
 
     copy: Copy
-    verb: str = ""
+    action: str = "none"
     kept: Path | None = None
     obstacle: Obstacle | None = None
 
     @property
-    def is_written(self) -> bool:
-        """Whether the document is in place now, or would be in a dry run."""
-        return bool(self.verb) and not self.obstacle
+    def is_done(self) -> bool:
+        """Whether the action has succeeded, or would in a dry run."""
+        return self.action != "none" and not self.obstacle
 
 
-def write_all(request: Request, copies: Iterable[Copy], *, dry_run: bool) -> list[Outcome]:
-    """Write the copies, each tried whatever happens to the others, and say which replaced texts are kept where."""
-    if not dry_run:
-        clean_up(copy for copy in request.survey.copies if copy.scope in request.scopes)
-    return [write(request, copy, dry_run=dry_run) for copy in copies]
-
-
-def write(request: Request, copy: Copy, *, dry_run: bool) -> Outcome:
-    """Write one copy."""
-    verb = "install" if not copy.exists else "update" if copy.is_stale else "replace"
+def attempt(
+    request: Request, copy: Copy, action: str, obstacle: Obstacle | None, change: Callable[[Copy], Path | None]
+) -> Outcome:
+    """Change a copy, unless an obstacle is foreseen or it is a dry run."""
     kept = None
-    obstacle = obstacle_to_writing(copy)
-    if not obstacle and not dry_run:
+    if not obstacle and not request.dry_run:
         try:
-            kept = replace(copy)
+            kept = change(copy)
         except OSError as error:
             obstacle = obstacle_met(error, copy)
-    what = f"{copy.path}, {difference(copy)}"
-    if kept:
-        request.console.note(f"replaced {what}; the old text is kept as {kept}", is_important=True)
-    elif dry_run and not obstacle and copy.exists and not copy.is_ours:
-        request.console.note(f"would replace {what}, and keep the old text beside it", is_important=True)
-    return Outcome(copy, verb, kept, obstacle)
+    return Outcome(copy, action, kept, obstacle)
+
+
+def write_all(request: Request, copies: Iterable[Copy]) -> list[Outcome]:
+    """Write the copies, each tried whatever happens to the others, and say which replaced texts are kept where."""
+    if not request.dry_run:
+        clean_up(copy for copy in request.survey.copies if copy.scope in request.scopes)
+    outcomes = []
+    for copy in copies:
+        action = "install" if not copy.exists else "update" if copy.is_stale else "replace"
+        outcome = attempt(request, copy, action, obstacle_to_writing(copy), replace)
+        what = f"{copy.path}, {difference(copy)}"
+        if outcome.kept:
+            request.console.note(f"replaced {what}; the old text is kept as {outcome.kept}", is_important=True)
+        elif request.dry_run and outcome.is_done and copy.exists and not copy.is_ours:
+            request.console.note(f"would replace {what}, and keep the old text beside it", is_important=True)
+        outcomes.append(outcome)
+    return outcomes
 
 
 def result_cell(outcome: Outcome, *, dry_run: bool) -> Cell:
     """What became of one copy."""
-    copy = outcome.copy
+    state, action = outcome.copy.state, outcome.action
     if outcome.obstacle:
-        return Cell("failed", Tone.BAD)
-    if not outcome.verb:
-        tone = Tone.GOOD if copy.state is State.CURRENT else Tone.WARNING
-        return Cell("already up to date" if copy.state is State.CURRENT else f"{copy.state.value}, unchanged", tone)
-    if dry_run:
-        return Cell(f"would {outcome.verb}", Tone.GOOD)
-    done = {"install": "installed", "update": f"updated to {__version__}", "replace": "replaced"}
-    return Cell(done[outcome.verb], Tone.GOOD)
+        return Cell("kept" if action == "remove" else "failed", Tone.BAD)
+    if action == "none":
+        return Cell("already up to date" if state is State.CURRENT else f"{state.value}, unchanged", TONES[state])
+    return Cell(f"would {action}" if dry_run else _DONE[action], Tone.GOOD)
 
 
 def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
-    """One line: how many were written, are current, and failed."""
-    written = [outcome for outcome in outcomes if outcome.is_written]
-    failed = [outcome for outcome in outcomes if outcome.obstacle]
-    current = [outcome for outcome in outcomes if not outcome.verb and outcome.copy.state is State.CURRENT]
-    others = len(outcomes) - len(written) - len(failed) - len(current)
-    files = "1 file" if len(written) == 1 else f"{len(written)} files"
-    parts = [f"would write {files} (dry run)" if dry_run else f"{files} written"] if written else []
-    parts += [f"{count(current)} already up to date"] if current else []
-    parts += [f"{others} unchanged"] if others else []
-    parts += [f"{len(failed)} failed"] if failed else []
-    text = ", ".join(parts) or "no copy needs an update"
-    return Line(f"{text[0].upper()}{text[1:]}.", Tone.BAD if failed else Tone.GOOD)
+    """One line: how many were changed, are current, and failed."""
+    done = [outcome.action for outcome in outcomes if outcome.is_done]
+    failed = [outcome.action for outcome in outcomes if outcome.obstacle]
+    idle = [outcome.copy.state for outcome in outcomes if outcome.action == "none"]
+    files = "1 file" if len(done) == 1 else f"{len(done)} files"
+    verb, past, failing = ("remove", "removed", "kept") if "remove" in done + failed else ("write", "written", "failed")
+    parts = [f"would {verb} {files} (dry run)" if dry_run else f"{files} {past}"] if done else []
+    if current := idle.count(State.CURRENT):
+        parts.append(f"{count(current)} already up to date")
+    others = (state for state in dict.fromkeys(idle) if state is not State.CURRENT)
+    parts += [f"{idle.count(state)} {state.value}" for state in others]
+    if failed:
+        parts.append(f"{len(failed)} {failing}")
+    text = ", ".join(parts)
+    return Line(f"{text[0].upper()}{text[1:]}.", Tone.BAD if failed or State.UNREADABLE in idle else Tone.GOOD)
 
 
 def outcome_record(outcome: Outcome) -> Record:
     """What became of one copy, for programs. Its state and version are those from before."""
     return copy_record(outcome.copy) | {
-        "action": "failed" if outcome.obstacle else outcome.verb or "none",
+        "action": "failed" if outcome.obstacle else outcome.action,
         "kept": str(outcome.kept) if outcome.kept else None,
     }
+
+
+def survey_after(request: Request, outcomes: Iterable[Outcome]) -> Survey:
+    """The survey as it is after the changes, or would be after those of a dry run."""
+    done = [outcome for outcome in outcomes if outcome.is_done]
+    removed = request.survey.changed(State.MISSING, (o.copy for o in done if o.action == "remove"))
+    return removed.changed(State.CURRENT, (o.copy for o in done if o.action != "remove"))
 
 
 def report_of(
@@ -103,25 +117,24 @@ def report_of(
     outcomes: Sequence[Outcome],
     agents: Sequence[str],
     *,
-    dry_run: bool,
-    remarks: Callable[[Survey], Iterable[Block]] = lambda _: (),
+    nothing: str = "",
+    remarks: Iterable[Block] = (),
 ) -> Report:
-    """The report on writing for the agents. The remarks are about the survey as it is, or would be, afterwards."""
+    """The report on changes for the agents, with remarks after the summary. `nothing` is said without outcomes."""
+    survey, dry_run, after = request.survey, request.dry_run, survey_after(request, outcomes)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
-    survey = request.survey
-    after = survey.changed(State.CURRENT, (outcome.copy for outcome in outcomes if outcome.is_written))
-    # Hints are for what is on the disk, which a dry run has not changed.
-    hints = advice(survey if dry_run else after, request.scopes, agents)
+    # Hints are for what is on the disk, which a dry run has not changed. What has failed is not to be tried at once.
+    hints = Advice() if obstacles else advice(survey if dry_run else after, request.scopes, agents)
     return Report(
         [
-            *copy_tables(request, ["Result"], ((o.copy, (result_cell(o, dry_run=dry_run),)) for o in outcomes)),
-            *remarks(after),
-            summary(outcomes, dry_run=dry_run),
+            *copy_tables(request, "Result", ((o.copy, result_cell(o, dry_run=dry_run)) for o in outcomes)),
+            summary(outcomes, dry_run=dry_run) if outcomes else Line(nothing, Tone.GOOD),
+            *remarks,
             *([] if dry_run else advice_blocks(request, hints)),
         ],
         [outcome_record(outcome) for outcome in outcomes],
         {"dry_run": dry_run},
-        agents=agent_records(after, request.scopes, agents or after.finders(request.scopes)),
+        agents=agent_records(after, request.scopes, agents or survey.finders(request.scopes)),
         advice=advice_records(request, hints),
         errors=[*obstacles, *hints.obstacles],
         exit_code=int(bool(obstacles)),

@@ -13,7 +13,7 @@ from muvad_tarnel.output.text import printable
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-@skill_command("both", agents="all", fails_if="a copy could not be read")
+@skill_command("both", agents="all")
 def diff(request: Request) -> Report:
     """Show edited and foreign texts that could be replaced.
 

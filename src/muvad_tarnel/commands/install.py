@@ -2,21 +2,21 @@
 
 import click
 
-from muvad_tarnel.commands.changes import Outcome, report_of, write_all
+from muvad_tarnel.commands.changes import Outcome, report_of, survey_after, write_all
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import twice_lines
-from muvad_tarnel.hints import joined, names_of
+from muvad_tarnel.commands.wording import times
+from muvad_tarnel.hints import joined, skills_of, who_find
 from muvad_tarnel.installed.survey import Survey, each_once
 from muvad_tarnel.output.report import Block, Line, Report, Tone
 from muvad_tarnel.planning import Plan
 from muvad_tarnel.setup import skill
 
 
-@skill_command("one", agents="claude", fails_if="a skill could not be installed, or no agent was detected")
+@skill_command("one", agents="claude")
 @click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies that the agents read.")
 @dry_run_option
-def install(request: Request, *, force: bool, dry_run: bool) -> Report:
+def install(request: Request, *, force: bool) -> Report:
     """Install the skills where the agents look.
 
     An agent that finds every skill already gets nothing new. For the others the directories are chosen so that as few
@@ -34,30 +34,34 @@ def install(request: Request, *, force: bool, dry_run: bool) -> Report:
     """
     scope, survey = request.scope, request.survey
     plan = Plan(survey, scope, request.agents, force=force)
-    writes = {outcome.copy.file: outcome for outcome in write_all(request, plan.writes, dry_run=dry_run)}
+    writes = {outcome.copy.file: outcome for outcome in write_all(request, plan.writes)}
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 
-    def remarks(after: Survey) -> list[Block]:
-        return [*satisfied(request), *twice_lines(request, after, scope, "would find" if dry_run else "")]
-
-    report = report_of(request, outcomes, request.agents, dry_run=dry_run, remarks=remarks)
-    return report._replace(facts={**(report.facts or {}), "scope": scope, "root": str(request.root)})
+    remarks = finding_lines(request, survey_after(request, outcomes))
+    report = report_of(request, outcomes, request.agents, remarks=remarks)
+    return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.root)})
 
 
-def satisfied(request: Request) -> list[Block]:
-    """The agents that need nothing new, by where they find every skill."""
-    places: dict[tuple[str, ...], list[str]] = {}
-    for agent in request.agents:
-        if not request.survey.lacking(agent, [request.scope]):
-            found = [
-                request.place(request.scope, copy.directory)
-                for name in skill.SKILL_TEMPLATES
-                for copy in request.survey.finds(agent, request.scope, name).values()
-            ]
-            places.setdefault(tuple(dict.fromkeys(found)), []).append(agent)
-    lines: list[Block] = []
-    for where, agents in places.items():
-        verb = "finds" if len(agents) == 1 else "find"
-        lines.append(Line(f"{names_of(agents)} already {verb} every skill in {joined(where)}.", Tone.GOOD))
-    return lines
+def finding_lines(request: Request, after: Survey) -> list[Block]:
+    """Which agents need nothing new, and which find a skill several times: a line for the same places."""
+    agents: dict[tuple[str, tuple[str, ...], tuple[str, ...]], list[str]] = {}
+    for agent in dict.fromkeys((*request.agents, *request.in_use)):
+        skills: dict[tuple[str, tuple[str, ...]], list[str]] = {}
+        for name in skill.SKILL_TEMPLATES:
+            before, now = (survey.finds(agent, request.scope, name) for survey in (request.survey, after))
+            is_old = before.keys() == now.keys()
+            if len(now) > 1 or (now and is_old and agent in request.agents):
+                places = tuple(sorted(request.place(request.scope, copy.directory) for copy in now.values()))
+                skills.setdefault(("already" if is_old else "would" if request.dry_run else "", places), []).append(
+                    name
+                )
+        for (word, places), names in skills.items():
+            agents.setdefault((word, places, tuple(names)), []).append(agent)
+    return [
+        Line(
+            f"{who_find(who, word)} {skills_of(names)}{times(len(places))} in {joined(places)}.",
+            Tone.GOOD if len(places) == 1 else Tone.WARNING,
+        )
+        for (word, places, names), who in agents.items()
+    ]

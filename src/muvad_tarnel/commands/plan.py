@@ -1,8 +1,8 @@
 """`muvad-tarnel skill plan`."""
 
-from muvad_tarnel.commands.options import NOTHING_TO_LOOK_AT, skill_command
+from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import advice_records, agent_records, scope_title, twice_lines
+from muvad_tarnel.commands.wording import advice_records, agent_records
 from muvad_tarnel.hints import advice, joined, names_of, who_find
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
 from muvad_tarnel.planning import Plan
@@ -10,13 +10,13 @@ from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-@skill_command("one", agents="claude", fails_if=f"{NOTHING_TO_LOOK_AT}, or the install would fail")
+@skill_command("one", agents="claude")
 def plan(request: Request) -> Report:
     """Show which directories an install writes, and why.
 
     What is installed already stays and counts. The choice, most important first: every agent finds each skill, as few
     as possible find one twice, each through its own directory rather than one it reads besides, and in as few
-    directories as that allows. Nothing is written.
+    directories as that allows. Nothing is written; where the install would fail, this does too.
 
     \b
     Examples:
@@ -25,18 +25,12 @@ def plan(request: Request) -> Report:
     """
     scope = request.scope
     chosen = Plan(request.survey, scope, request.agents, force=False)
-    hints = advice(request.survey, request.scopes, request.agents)
     return Report(
-        [table(request, chosen), *verdict(chosen), *twice_lines(request, chosen.after, scope, "would find")],
+        [table(request, chosen), *verdict(chosen)],
         [record(request, chosen, directory) for directory in chosen.directories],
-        {
-            "scope": scope,
-            "root": str(request.root),
-            "one_directory_per_agent": one_each(chosen),
-            "avoided_duplicates": avoided(chosen),
-        },
+        {"scope": scope, "root": str(request.root), "avoided_duplicates": avoided(chosen)},
         agents=agent_records(chosen.after, [scope], request.agents),
-        advice=advice_records(request, hints),
+        advice=advice_records(request, advice(request.survey, request.scopes, request.agents)),
         errors=chosen.obstacles,
         exit_code=int(bool(chosen.obstacles)),
     )
@@ -47,34 +41,31 @@ def is_twice(chosen: Plan, agent: str) -> bool:
     return any(len(chosen.after.finds(agent, chosen.scope, name)) > 1 for name in skill.SKILL_TEMPLATES)
 
 
-def one_each(chosen: Plan) -> list[str]:
-    """What an install of one directory per agent would write."""
-    return sorted({AGENT_CONFIG[agent].directories(chosen.scope)[0] for agent in chosen.agents})
-
-
 def avoided(chosen: Plan) -> list[str]:
-    """The agents that one directory per agent would let find a skill twice, and the plan doesn't."""
-    naive = set(one_each(chosen))
-    return [
-        agent
-        for agent in chosen.agents
-        if len(naive.intersection(AGENT_CONFIG[agent].directories(chosen.scope))) > 1 and not is_twice(chosen, agent)
-    ]
+    """The agents that would find skills twice if each agent's own directory were used, and don't by the plan."""
+    directories = {agent: AGENT_CONFIG[agent].directories(chosen.scope) for agent in chosen.agents}
+    own = {row[0] for row in directories.values()}
+    twice = (agent for agent, row in directories.items() if len(own.intersection(row)) > 1)
+    return [agent for agent in twice if not is_twice(chosen, agent)]
 
 
 def table(request: Request, chosen: Plan) -> Table:
-    """The plan: a row for every agent that a directory serves."""
+    """The plan: a row for the agents that a directory serves for the same reason."""
+    served: dict[tuple[str, str, Tone], list[str]] = {}
+    for directory, agents in chosen.directories.items():
+        for agent in agents:
+            tone = Tone.WARNING if is_twice(chosen, agent) else Tone.NEUTRAL
+            served.setdefault((directory, why(chosen, directory, agent), tone), []).append(AGENT_CONFIG[agent].name)
     rows: list[tuple[str | Cell, ...]] = [
         (
             request.place(chosen.scope, directory),
-            f"would write {written}" if (written := len(written_to(chosen, directory))) else "there already",
-            AGENT_CONFIG[agent].name,
-            Cell(why(chosen, directory, agent), Tone.WARNING if is_twice(chosen, agent) else Tone.GOOD),
+            f"{written} to write" if (written := len(written_to(chosen, directory))) else "installed",
+            ", ".join(names),
+            Cell(reason, tone),
         )
-        for directory, agents in chosen.directories.items()
-        for agent in agents
+        for (directory, reason, tone), names in served.items()
     ]
-    return Table(scope_title(request, chosen.scope), ("Directory", "Files", "Serves", "Why"), rows, shared=(2, 0))
+    return Table(f"{chosen.scope.capitalize()} scope: {request.root}", ("Directory", "Files", "Serves", "Why"), rows)
 
 
 def written_to(chosen: Plan, directory: str) -> list[str]:
@@ -86,9 +77,9 @@ def why(chosen: Plan, directory: str, agent: str) -> str:
     """Why an agent is served by a directory."""
     if is_twice(chosen, agent):
         others = [other for other, readers in chosen.directories.items() if agent in readers and other != directory]
-        return f"twice: reads {joined(others)} as well"
-    native = AGENT_CONFIG[agent].directories(chosen.scope)[0]
-    return "its own directory" if directory == native else f"shared, in place of {native}"
+        return f"twice: also in {joined(others)}"
+    is_own = directory == AGENT_CONFIG[agent].directories(chosen.scope)[0]
+    return "its own directory" if is_own else "shared, instead of its own"
 
 
 def verdict(chosen: Plan) -> list[Block]:
@@ -97,10 +88,10 @@ def verdict(chosen: Plan) -> list[Block]:
     text = f"{number} {'directory serves' if number == 1 else 'directories serve'} {names_of(chosen.agents)}"
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
     once = f", and {'each' if len(chosen.agents) > 1 else 'it'} finds every skill once" if is_good else ""
-    blocks: list[Block] = [Line(f"{text}{once}.", Tone.GOOD if is_good else Tone.WARNING)]
+    lines: list[Block] = [Line(f"{text}{once}.", Tone.GOOD if is_good else Tone.WARNING)]
     if spared := avoided(chosen):
-        blocks.append(Line(f"With a directory for each agent, {who_find(spared)} every skill twice.", Tone.GOOD))
-    return blocks
+        lines.append(Line(f"If each agent used its own directory, {who_find(spared, 'would')} every skill twice."))
+    return lines
 
 
 def record(request: Request, chosen: Plan, directory: str) -> Record:
@@ -110,12 +101,5 @@ def record(request: Request, chosen: Plan, directory: str) -> Record:
         "directory": directory,
         "path": str(request.root / directory),
         "writes": written_to(chosen, directory),
-        "serves": [
-            {
-                "agent": agent,
-                "native": AGENT_CONFIG[agent].directories(chosen.scope)[0] == directory,
-                "why": why(chosen, directory, agent),
-            }
-            for agent in chosen.directories[directory]
-        ],
+        "serves": [{"agent": a, "why": why(chosen, directory, a)} for a in chosen.directories[directory]],
     }

@@ -1,8 +1,11 @@
-"""What a command is asked about: agents, scopes, and the survey of the disk that it needs."""
+"""The subject of a command: agents, scopes, and the survey of the disk."""
 
 from collections.abc import Sequence
 from functools import cached_property
 from pathlib import Path
+from typing import Literal
+
+import click
 
 from muvad_tarnel.failure import Failure, Obstacle
 from muvad_tarnel.installed.survey import Survey
@@ -11,6 +14,9 @@ from muvad_tarnel.roots import SCOPES, Roots, agents_in_use, find_project_root, 
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
+# The scopes that a command is about: one (for the user, if nothing is said), both unless one is named, always both.
+type Scoping = Literal["one", "both", "pair"]
+
 
 class Request:
     """The agents named, the scopes looked at, and the roots of all scopes that have one."""
@@ -18,26 +24,31 @@ class Request:
     def __init__(
         self,
         console: Console,
+        scoping: Scoping,
         *,
-        scopes: tuple[Scope, ...],
-        is_scope_given: bool,
         project: Path | None,
-        agent_keys: tuple[str, ...],
-        all_agents: bool,
-        detect: bool,
+        scope: Scope | None = None,
+        agent_keys: tuple[str, ...] = (),
+        all_agents: bool = False,
+        detect: bool = False,
+        dry_run: bool = False,
     ) -> None:
         """Find the roots and the agents. Raises `Failure` if there is no root for any scope looked at."""
+        if all_agents + detect + bool(agent_keys) > 1:
+            raise click.UsageError("--agent, --all-agents and --detect cannot be combined.")
         self.console = console
-        self.is_scope_given = is_scope_given
-        self.project = project
-        # What kept a scope that is looked at from having a root. The command goes on with the other.
+        self.dry_run = dry_run
+        self.is_scope_given = scope is not None
+        self.project = project and project.absolute()
+        # Why a scope that was asked for has no root. The command continues with the other one.
         self.obstacles: list[Obstacle] = []
+        if scope is None and project and scoping != "pair":
+            scope = "project"
+        scopes = (scope,) if scope else ("user",) if scoping == "one" else SCOPES
         self.roots = self._roots(scopes)
         self.scopes = tuple(scope for scope in scopes if scope in self.roots)
         self._agent_keys = agent_keys
-        self.named = tuple(AGENT_CONFIG) if all_agents else tuple(dict.fromkeys(agent_keys))
-        if detect:
-            self.named = self._detected()
+        self.named = self._detected() if detect else tuple(AGENT_CONFIG if all_agents else dict.fromkeys(agent_keys))
 
     @cached_property
     def survey(self) -> Survey:
@@ -58,12 +69,12 @@ class Request:
     def agents(self) -> tuple[str, ...]:
         """The agents named, or the default ones. Raises `Failure` if one has no directory at the scope."""
         agents = self.named or skill.DEFAULT_AGENTS
-        for agent in agents:
-            if not AGENT_CONFIG[agent].directories(self.scope) and self._agent_keys:
-                raise Failure(
-                    f"{AGENT_CONFIG[agent].name} has no skills directory at {self.scope} scope", "use the other scope"
-                )
-        return tuple(agent for agent in agents if AGENT_CONFIG[agent].directories(self.scope))
+        able = tuple(agent for agent in agents if AGENT_CONFIG[agent].directories(self.scope))
+        for agent in dict.fromkeys(self._agent_keys):
+            if agent not in able:
+                problem = f"{AGENT_CONFIG[agent].name} has no skills directory at {self.scope} scope"
+                raise Failure(problem, "use the other scope")
+        return able
 
     @cached_property
     def in_use(self) -> tuple[str, ...]:
@@ -79,8 +90,7 @@ class Request:
 
     def command(self, scope: Scope | None, words: Sequence[str]) -> list[str]:
         """A command for the same project, as a program would start it."""
-        project = self.project
-        located = ["-C", str(project)] if project and scope != "user" else []
+        located = ["-C", str(self.project)] if self.project and scope != "user" else []
         return ["muvad-tarnel", "skill", *words, *located]
 
     def _roots(self, scopes: tuple[Scope, ...]) -> Roots:
@@ -93,16 +103,12 @@ class Request:
                     self.obstacles.append(failure.obstacle)
                     if len(self.obstacles) == len(scopes):
                         raise
-        if "project" in scopes and "project" in roots:
-            self._note_project(roots)
+        if "project" in scopes and (root := roots.get("project")):
+            if not self.project and root != Path.cwd():
+                self.console.note(f"the project is {root}, the nearest folder upward with .git")
+            if "user" in roots and root.resolve() == roots["user"].resolve():
+                self.console.note("the project is the home directory: both scopes are the same place")
         return roots
-
-    def _note_project(self, roots: Roots) -> None:
-        root = roots["project"]
-        if not self.project and root != Path.cwd():
-            self.console.note(f"the project is {root}, the nearest folder upward with .git")
-        if "user" in roots and root.resolve() == roots["user"].resolve():
-            self.console.note("the project is the home directory: both scopes are the same place")
 
     def _detected(self) -> tuple[str, ...]:
         home = home_directory()

@@ -1,33 +1,37 @@
 """`muvad-tarnel skill shadowed`."""
 
-from collections.abc import Sequence
+from collections.abc import Iterable, Iterator, Sequence
 from typing import NamedTuple
 
 import click
 
-from muvad_tarnel.commands.options import NOTHING_TO_LOOK_AT, skill_command
+from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import EFFECTS, agent_records, command_line
-from muvad_tarnel.hints import names_of, removal_of, skills_of
+from muvad_tarnel.commands.wording import (
+    EFFECTS,
+    advice_blocks,
+    advice_records,
+    agent_records,
+    command_line,
+    which_skills,
+)
+from muvad_tarnel.failure import Obstacle
+from muvad_tarnel.hints import Advice, names_of, removal_of, updating
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.shadowing import Shadow, shadows_among
+from muvad_tarnel.installed.survey import Shadow
 from muvad_tarnel.installed.writing import obstacle_to_removing
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Record, Report, Table, Tone
 from muvad_tarnel.roots import SCOPES
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-@skill_command(
-    "pair",
-    agents="those that find a skill",
-    fails_if=f"{NOTHING_TO_LOOK_AT}; with --check: an agent finds different copies of a skill",
-)
+@skill_command("pair", agents="those that find a skill")
 @click.option("--check", is_flag=True, help="Exit 1 if an agent finds different copies of a skill.")
 def shadowed(request: Request, *, check: bool) -> Report:
     """Show skills that another copy may hide.
 
     They are those that an agent finds for the user as well as in the project. It may use one copy, however old, and
-    never the other. Copies with the same text do no harm and are only mentioned.
+    never the other. Copies with the same text do no harm; -v lists them. Nothing is written.
 
     \b
     Examples:
@@ -36,79 +40,91 @@ def shadowed(request: Request, *, check: bool) -> Report:
     """
     survey = request.survey
     agents = request.named or tuple(survey.finders(request.scopes))
-    shadows = shadows_among(survey, agents)
+    shadows = sorted(survey.shadows(agents), key=lambda shadow: not shadow.is_different)
     different = [shadow for shadow in shadows if shadow.is_different]
-    blocks: list[Block] = [table(request, different)] if different else []
-    if equal := {shadow.user.skill: None for shadow in shadows if not shadow.is_different}:
-        blocks.append(Line(f"At both scopes with the same text, which does no harm: {skills_of(equal)}."))
-    if different:
-        ways = [way for scope in SCOPES for way in ways_out(request, [shadow.copy(scope) for shadow in different])]
-        blocks += [block for way in ways for block in way.blocks()]
-    else:
+    stale = {copy.scope for shadow in different for copy in (shadow.user, shadow.project) if copy.is_stale}
+    hints = Advice(tuple(hint for scope in SCOPES if scope in stale for hint in updating(survey, scope).hints))
+    shown = shadows if request.console.verbose else different
+    blocks: list[Block] = [table(request, shown)] if shown else []
+    if not different:
         blocks.append(Line("No skill is shadowed.", Tone.GOOD))
+    if len(shown) < len(shadows):
+        blocks.append(Line("Copies with the same text at both scopes do no harm; -v lists them."))
     return Report(
-        blocks,
+        [*blocks, *(advice_blocks(request, hints) or choice(request, different))],
         [record(request, shadow) for shadow in shadows],
         {"roots": {scope: str(request.roots[scope]) for scope in request.scopes}},
         agents=agent_records(survey, request.scopes, agents),
+        advice=advice_records(request, hints),
         exit_code=int(check and bool(different)),
     )
 
 
-def table(request: Request, shadows: Sequence[Shadow]) -> Table:
-    """The places of the copies, and what each agent makes of them."""
-    skills: dict[tuple[str, str, str, str], list[str]] = {}
+def table(request: Request, shadows: Iterable[Shadow]) -> Table:
+    """The places of the copies, and what agents make of them."""
+    skills: dict[tuple[str, str, Cell, str], list[str]] = {}
     for shadow in shadows:
-        for agent in shadow.agents:
-            user, project = (request.place(c.scope, c.directory) for c in (shadow.user, shadow.project))
-            key = (user, project, AGENT_CONFIG[agent].name, EFFECTS[AGENT_CONFIG[agent].precedence])
-            skills.setdefault(key, []).append(shadow.user.skill)
+        user, project = (request.place(c.scope, c.directory) for c in (shadow.user, shadow.project))
+        for effect, agents in effects_of(shadow).items():
+            skills.setdefault((user, project, effect, agents), []).append(shadow.user.skill)
     rows: list[tuple[str | Cell, ...]] = [
-        (user, project, skills_of(names), agent, Cell(effect, Tone.WARNING))
-        for (user, project, agent, effect), names in sorted(skills.items(), key=lambda item: item[0][:2])
+        (user, project, which_skills(names), agents, effect)
+        for (user, project, effect, agents), names in skills.items()
     ]
-    columns = ("User copy", "Project copy", "Skills", "Agent", "Effect")
-    return Table("Different copies at both scopes", columns, rows, shared=(3, 0))
+    return Table("Skills at both scopes", ("User copy", "Project copy", "Skills", "Agents", "Effect"), rows)
+
+
+def effects_of(shadow: Shadow) -> dict[Cell, str]:
+    """What the two copies mean to which agents."""
+    if not shadow.is_different:
+        return {Cell("same text, no harm", Tone.GOOD): names_of(shadow.agents)}
+    agents: dict[Cell, list[str]] = {}
+    for agent in shadow.agents:
+        record = AGENT_CONFIG[agent]
+        agents.setdefault(Cell(EFFECTS[record.precedence], Tone.WARNING), []).append(record.name)
+    return {effect: ", ".join(names) for effect, names in agents.items()}
 
 
 class WayOut(NamedTuple):
-    """A removal that ends a shadow, or the reason why there is none, and the agents that would lose something."""
+    """The removal of some copies of one directory, or the obstacle to it, and the agents that would lose something."""
 
     copy: Copy
     command: list[str] | None
-    reason: str
+    obstacle: Obstacle | None
     losing: list[str]
 
-    def blocks(self) -> list[Block]:
-        """The removal for people."""
-        other = "project" if self.copy.scope == "user" else "user"
-        label = f"to keep the {other} copy:"
-        if self.command is None:
-            return [Line(f"{self.copy.path} stays: {self.reason}.")]
-        who = names_of(self.losing) if self.losing else "nobody"
-        where = "in other repositories" if self.copy.scope == "user" else "for everyone who clones this repository"
-        return [Command(label, command_line(self.command)), Line(f"      (lost {where}: {who})")]
 
-
-def ways_out(request: Request, copies: Sequence[Copy]) -> list[WayOut]:
-    """The removals of copies: one for each directory, or the reason for keeping one."""
+def ways_out(request: Request, copies: Iterable[Copy]) -> list[WayOut]:
+    """The removals of copies: one for each directory, or the obstacle to removing one."""
     ways = []
     free: dict[str, list[Copy]] = {}
     for copy in dict.fromkeys(copies):
         if obstacle := obstacle_to_removing(copy, force=False):
-            ways.append(WayOut(copy, None, obstacle.problem, []))
+            ways.append(WayOut(copy, None, obstacle, []))
         else:
             free.setdefault(copy.directory, []).append(copy)
     for group in free.values():
         scope = group[0].scope
         words = request.command(scope, removal_of(request.survey, group))
-        ways.append(WayOut(group[0], words, "", list(request.survey.losses(group, scope))))
+        ways.append(WayOut(group[0], words, None, list(request.survey.losses(group, scope))))
     return ways
+
+
+def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
+    """The two ways out for people: no agent may be left with neither copy, so they are alternatives."""
+    where = {"user": "in other repositories", "project": "in other clones of this repository"}
+    for scope in SCOPES if shadows else ():
+        ways = ways_out(request, [shadow.user if scope == "user" else shadow.project for shadow in shadows])
+        losing = [agent for agent in AGENT_CONFIG if any(agent in way.losing for way in ways)]
+        loss = f" ({names_of(losing)} would lose it {where[scope]})" if losing else ""
+        yield Line(f"{'Either' if scope == 'user' else 'Or'} remove the {scope} copy{loss}:")
+        for way in ways:
+            yield Command("", command_line(way.command) if way.command else str(way.obstacle))
 
 
 def record(request: Request, shadow: Shadow) -> Record:
     """Two copies for programs."""
-    ways = [ways_out(request, [shadow.copy(scope)])[0] for scope in SCOPES]
+    ways = [way for copy in (shadow.user, shadow.project) for way in ways_out(request, [copy])]
     return {
         "skill": shadow.user.skill,
         "user_path": str(shadow.user.path),
@@ -123,7 +139,12 @@ def record(request: Request, shadow: Shadow) -> Record:
             for agent in shadow.agents
         ],
         "ways_out": [
-            {"removes": str(way.copy.path), "command": way.command, "problem": way.reason or None, "loses": way.losing}
+            {
+                "removes": str(way.copy.path),
+                "command": way.command,
+                "problem": way.obstacle and way.obstacle.problem,
+                "loses": way.losing,
+            }
             for way in ways
         ],
     }

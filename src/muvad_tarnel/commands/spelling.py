@@ -1,21 +1,26 @@
-"""Options whose values are suggested to those who mistype them."""
+"""Suggestions for mistyped words."""
 
-from collections.abc import Iterable
+from collections.abc import Collection
 
 import click
 
+# What other tools call these commands.
+_SYNONYMS = {"delete": "remove", "list": "status", "rm": "remove", "uninstall": "remove", "upgrade": "update"}
 
-def did_you_mean(word: str, known: Iterable[str]) -> str:
-    """The question, after a space, if a known word is near; else nothing."""
+
+def did_you_mean(word: str, known: Collection[str]) -> str:
+    """A suggestion after a space, or nothing if no known word is near."""
     from difflib import get_close_matches  # noqa: PLC0415 (needed after a mistake only)
 
-    near = get_close_matches(word.lower(), known, 1)
+    synonym = _SYNONYMS.get(word.lower())
+    near = [synonym] if synonym in known else get_close_matches(word.lower(), known, 1, cutoff=0.7)
     return f" Did you mean {near[0]!r}?" if near else ""
 
 
 class Choice(click.Choice[str]):
-    """One of several words."""
+    """A choice that suggests the nearest word."""
 
     def get_invalid_choice_message(self, value: object, ctx: click.Context | None) -> str:
         """Name the words, and the one that was probably meant."""
-        return super().get_invalid_choice_message(value, ctx) + did_you_mean(str(value), self.choices)
+        guess = " Repeat the option for each." if "," in str(value) else did_you_mean(str(value), self.choices)
+        return super().get_invalid_choice_message(value, ctx) + guess

@@ -4,9 +4,10 @@ from collections.abc import Iterator, Sequence
 
 import click
 
-from muvad_tarnel.commands.options import NOTHING_TO_LOOK_AT, skill_command
+from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import (
+    TONES,
     advice_blocks,
     advice_records,
     agent_records,
@@ -14,13 +15,12 @@ from muvad_tarnel.commands.wording import (
     copy_record,
     copy_tables,
     finds_cell,
-    state_cell,
-    twice_lines,
+    obstacle_lines,
+    shortlist,
 )
-from muvad_tarnel.hints import Advice, advice, joined, lacking_at
+from muvad_tarnel.hints import Advice, advice, joined, lacking_at, skills_of
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.shadowing import shadows_among
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
 from muvad_tarnel.setup import skill
@@ -29,18 +29,16 @@ from muvad_tarnel.setup.config import AGENT_CONFIG
 _WRONG = (State.OUTDATED, State.INCOMPLETE, State.UNREADABLE, State.FOREIGN)
 
 
-@skill_command(
-    "both",
-    agents="those that find a skill",
-    fails_if=f"{NOTHING_TO_LOOK_AT}; with --check: an agent named lacks a skill, nothing is installed (no agent "
-    "named), or a copy is outdated, incomplete, unreadable or foreign (modified and newer copies are accepted)",
-)
-@click.option("--check", is_flag=True, help="Exit 1 unless everything is installed and up to date.")
+@skill_command("both", agents="those that find a skill or are in use")
+@click.option("--check", is_flag=True, help="Exit 1 unless everything is as it should be.")
 def status(request: Request, *, check: bool) -> Report:
     """Show what is installed, and where agents find it.
 
-    Without agents: every copy, and all agents that find any. With agents: the copies that they read. Below, what to do.
-    Nothing is written.
+    Without agents: every copy, and the agents that find one or are in use. With agents: the copies that they read. What
+    is wrong comes with the command that fixes it. Nothing is written.
+
+    With --check the exit code is 1 if an agent named lacks a skill, if nothing is installed (no agent named), or if a
+    copy is outdated, incomplete, unreadable or foreign. Modified and newer copies are accepted.
 
     \b
     States:
@@ -60,10 +58,10 @@ def status(request: Request, *, check: bool) -> Report:
     """
     survey, scopes, named = request.survey, request.scopes, request.named
     nothing = not any(copy.exists and copy.scope in scopes for copy in survey.copies)
-    agents = named or (skill.DEFAULT_AGENTS if nothing else ())
-    hints = advice(survey, scopes, agents)
+    hints = advice(survey, scopes, named or ((request.in_use or skill.DEFAULT_AGENTS) if nothing else ()))
     copies = list(listed(request))
-    finders = named or survey.finders(scopes)
+    finding = survey.finders(scopes)
+    agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
     usable = [agent for agent in named if any(AGENT_CONFIG[agent].directories(scope) for scope in scopes)]
     is_wrong = (
         any(copy.state in _WRONG for copy in copies)
@@ -71,10 +69,10 @@ def status(request: Request, *, check: bool) -> Report:
         or (nothing and not named)
     )
     return Report(
-        blocks(request, copies, finders, hints),
+        blocks(request, copies, agents, hints),
         [copy_record(copy) for copy in copies],
         {"roots": {scope: str(request.roots[scope]) for scope in scopes}},
-        agents=agent_records(survey, scopes, finders),
+        agents=agent_records(survey, scopes, agents),
         advice=advice_records(request, hints),
         errors=hints.obstacles,
         exit_code=int(check and is_wrong),
@@ -93,60 +91,48 @@ def listed(request: Request) -> Iterator[Copy]:
                 yield copy
 
 
-def blocks(request: Request, copies: list[Copy], finders: Sequence[str], hints: Advice) -> Iterator[Block]:
-    """What a person gets to see: the copies, who finds them, and what to do."""
-    yield from copy_tables(request, ["State", "Version"], ((c, (state_cell(c), c.version or "")) for c in copies))
+def blocks(request: Request, copies: list[Copy], agents: Sequence[str], hints: Advice) -> Iterator[Block]:
+    """The report for people: the copies, who finds them, and what to do."""
+    states = (Cell(f"{copy.state.value} {copy.version or ''}".rstrip(), TONES[copy.state]) for copy in copies)
+    yield from copy_tables(request, "State", zip(copies, states, strict=True))
     if not copies:
         yield Line("No skill is installed.", Tone.WARNING)
-    yield from finding_table(request, finders)
+    yield from finding_table(request, agents)
     yield from remarks(request, copies)
-    for scope in request.scopes:
-        yield from twice_lines(request, request.survey, scope)
     yield from advice_blocks(request, hints)
 
 
-def finding_table(request: Request, finders: Sequence[str]) -> list[Block]:
+def finding_table(request: Request, agents: Sequence[str]) -> Iterator[Block]:
     """Where each agent finds each skill: a row for an agent, a column for a scope."""
-    shown = [
-        agent
-        for agent in finders
-        if request.named or agent in request.in_use or request.console.verbose or not request.console.style.is_terminal
-    ]
-    if not finders:
-        return []
     headings = {"user": "For the user", "project": "In the project"}
+    shown = shortlist(request, agents)
     rows: list[tuple[str | Cell, ...]] = [
         (AGENT_CONFIG[agent].name, *(finds_cell(request, request.survey, agent, scope) for scope in request.scopes))
         for agent in shown
     ]
-    columns = ("Agent", *(headings[scope] for scope in request.scopes))
-    result: list[Block] = [Table("Where agents find the skills", columns, rows)] if rows else []
-    if others := len(finders) - len(shown):
-        what = f"{others} {'other ' if shown else ''}{'agents find' if others > 1 else 'agent finds'}"
-        result.append(Line(f"{what} skills here; -v lists them."))
-    return result
+    if rows:
+        yield Table("Where agents find the skills", ("Agent", *(headings[scope] for scope in request.scopes)), rows)
+    if others := len(agents) - len(shown):
+        yield Line(f"{others} {'other ' if shown else ''}agents find skills here; -v lists them.")
 
 
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
-    """What the tables don't tell: unreadable and foreign copies, linked directories, shadowing."""
+    """What the tables do not show: unreadable and foreign copies, linked directories, shadowing."""
+    yield from obstacle_lines(copies)
     for copy in copies:
-        if obstacle := copy.obstacle or (copy.misplaced if copy.exists else None):
-            yield Line(f"{obstacle}.", Tone.BAD)
-        elif copy.state is State.FOREIGN:
-            yield Line(f"{copy.path} was not written by this package, and does not count as a skill of it.", Tone.BAD)
+        if copy.state is State.FOREIGN:
+            yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)
     linked = {
         tuple(request.place(c.scope, c.directory) for c in same)
         for same in request.survey.by_file.values()
         if len(same) > 1 and any(c in copies and c.exists for c in same)
     }
     for places in sorted(linked):
-        yield Line(f"{joined(dict.fromkeys(places))} lead to the same files, which count once.")
-    yield from shadow_remark(request)
-
-
-def shadow_remark(request: Request) -> Iterator[Block]:
-    """A pointer to `shadowed`, if an agent finds different texts of a skill at both scopes."""
-    shadows = shadows_among(request.survey, request.named or tuple(AGENT_CONFIG)) if len(request.scopes) == 2 else []
+        if len(set(places)) > 1:
+            yield Line(f"{joined(places)} lead to the same files, which count once.")
+    shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
     if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
-        yield Line(f"Different copies of {joined(names)} at both scopes: one may hide the other.", Tone.WARNING)
+        yield Line(
+            f"The copies of {skills_of(names)} at the two scopes differ, and one may hide the other.", Tone.WARNING
+        )
         yield Command("to see:", command_line(request.command(None, ["shadowed"])))

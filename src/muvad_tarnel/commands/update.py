@@ -2,17 +2,20 @@
 
 import click
 
-from muvad_tarnel.commands.changes import report_of, write_all
+from muvad_tarnel.commands.changes import Outcome, report_of, write_all
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
+from muvad_tarnel.commands.wording import obstacle_lines
+from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.survey import each_once
 from muvad_tarnel.output.report import Report
 from muvad_tarnel.planning import replaceable
 
 
-@skill_command("both", fails_if="a copy could not be updated, or a scope's root could not be found")
+@skill_command("both")
 @click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies.")
 @dry_run_option
-def update(request: Request, *, force: bool, dry_run: bool) -> Report:
+def update(request: Request, *, force: bool) -> Report:
     """Bring every installed copy up to date.
 
     That is every outdated or incomplete copy, whichever agents read it. Run it after an upgrade of this package. A
@@ -23,5 +26,7 @@ def update(request: Request, *, force: bool, dry_run: bool) -> Report:
       muvad-tarnel skill update
       muvad-tarnel skill update --scope project --dry-run
     """
-    copies = replaceable((copy for copy in request.survey.copies if copy.scope in request.scopes), force=force)
-    return report_of(request, write_all(request, copies, dry_run=dry_run), (), dry_run=dry_run)
+    copies = [copy for copy in request.survey.copies if copy.scope in request.scopes]
+    unreadable = each_once(copy for copy in copies if copy.state is State.UNREADABLE)
+    outcomes = [*write_all(request, replaceable(copies, force=force)), *map(Outcome, unreadable)]
+    return report_of(request, outcomes, (), nothing="No copy needs an update.", remarks=obstacle_lines(unreadable))

@@ -3,7 +3,7 @@
 from collections.abc import Iterable, Sequence
 
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.hints import Advice, joined, names_of, skills_of, who_find
+from muvad_tarnel.hints import Advice, joined
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey, readers_of
@@ -27,44 +27,49 @@ EFFECTS = {
     "user": "user copy hides project copy",
     "project": "project copy hides user copy",
     "both": "both are listed",
-    "unknown": "not documented",
+    "unknown": "unknown (not documented)",
 }
 
 
-def state_cell(copy: Copy) -> Cell:
-    """The state of a copy."""
-    return Cell(copy.state.value, TONES[copy.state])
-
-
-def scope_title(request: Request, scope: Scope) -> str:
-    """The title of a table about one scope."""
-    return f"{scope.capitalize()} scope: {request.roots[scope]}"
+def shortlist(request: Request, agents: Sequence[str], *others: str) -> list[str]:
+    """The agents to name on a terminal: those that were named or detected, and `others`. Elsewhere, all of them."""
+    wanted = [agent for agent in agents if agent in (*request.named, *request.in_use, *others)]
+    is_short = request.console.style.is_terminal and not request.console.verbose
+    return wanted if is_short and len(wanted) + 1 < len(agents) else list(agents)
 
 
 def readers_in_words(request: Request, directory: str, scope: Scope) -> str:
-    """Who reads a directory: the agents named or detected, the others as a count, all of them with --verbose."""
+    """Who reads a directory: some by name, the others as a count."""
     readers = readers_of(directory, scope)
-    wanted = {*request.named, *request.in_use, *(() if request.named else skill.DEFAULT_AGENTS)}
-    if request.console.verbose or not request.console.style.is_terminal:
-        wanted = set(readers)
-    names = [AGENT_CONFIG[agent].name for agent in readers if agent in wanted]
+    named = shortlist(request, readers, *(() if request.named else skill.DEFAULT_AGENTS))
+    names = [AGENT_CONFIG[agent].name for agent in named]
     others = len(readers) - len(names)
-    word = ("other" if names else "agent") + "s" * (others > 1)
-    return ", ".join([*names, *([f"{others} {word}"] if others else [])])
+    return ", ".join([*names, *([f"{others} {'others' if names else 'agents'}"] if others else [])])
 
 
-def copy_tables(
-    request: Request, columns: Sequence[str], rows: Iterable[tuple[Copy, tuple[str | Cell, ...]]]
-) -> list[Block]:
-    """The copies, a table for each scope: their places, what the columns say of them, and their readers."""
+def which_skills(names: Sequence[str]) -> str:
+    """The names of skills in a cell."""
+    return "all" if len(names) == len(skill.SKILL_TEMPLATES) else ", ".join(names)
+
+
+def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Cell]]) -> list[Block]:
+    """The copies, a table for each scope, and a row for those skills of a directory of which the same is to be said."""
+    skills: dict[tuple[Scope, str, Cell], list[str]] = {}
+    for copy, cell in cells:
+        skills.setdefault((copy.scope, copy.directory, cell), []).append(copy.skill)
     tables: dict[Scope, Table] = {}
-    for copy, cells in rows:
-        if copy.scope not in tables:
-            headings = ("Directory", "Skill", *columns, "Read by")
-            tables[copy.scope] = Table(scope_title(request, copy.scope), headings, [], shared=(1, 1))
-        readers = readers_in_words(request, copy.directory, copy.scope)
-        tables[copy.scope].rows.append((request.place(copy.scope, copy.directory), copy.skill, *cells, readers))
+    for (scope, directory, cell), names in skills.items():
+        title = f"{scope.capitalize()} scope: {request.roots[scope]}"
+        table = tables.setdefault(scope, Table(title, ("Directory", "Skills", column, "Read by"), []))
+        readers = readers_in_words(request, directory, scope)
+        table.rows.append((request.place(scope, directory), which_skills(names), cell, readers))
     return list(tables.values())
+
+
+def obstacle_lines(copies: Iterable[Copy]) -> list[Block]:
+    """Why copies cannot be read, or must not be written: a line for each obstacle."""
+    obstacles = [copy.obstacle or (copy.misplaced if copy.exists else None) for copy in copies]
+    return [Line(f"{obstacle}.", Tone.BAD) for obstacle in dict.fromkeys(obstacles) if obstacle]
 
 
 def copy_record(copy: Copy) -> Record:
@@ -119,42 +124,26 @@ def advice_blocks(request: Request, advice: Advice) -> list[Block]:
 
 def command_line(words: Sequence[str]) -> str:
     """A command as a shell takes it."""
-    if all(word.replace("/", "").replace(".", "").replace("-", "").replace("_", "").isalnum() for word in words):
-        return " ".join(words)
-    from shlex import join  # noqa: PLC0415 (seldom needed)
+    from shlex import join  # noqa: PLC0415 (not needed with --json)
 
     return join(words)
 
 
+def times(number: int) -> str:
+    """How often, after a space; nothing for once."""
+    return {0: "", 1: "", 2: " twice:"}.get(number, f" {number} times:")
+
+
 def finds_cell(request: Request, survey: Survey, agent: str, scope: Scope) -> Cell:
     """Where an agent finds the skills at one scope: all of them in one place, or skill by skill."""
-    places: dict[tuple[str, ...], list[str]] = {}
+    skills: dict[tuple[str, ...], list[str]] = {}
     for name in skill.SKILL_TEMPLATES:
         found = survey.finds(agent, scope, name).values()
-        places.setdefault(tuple(request.place(scope, copy.directory) for copy in found), []).append(name)
-    words = []
-    for directories, names in places.items():
-        count = {0: "nowhere", 1: "", 2: "twice: "}.get(len(directories), f"{len(directories)} times: ")
-        which = "" if len(places) == 1 else f"{', '.join(names)}: "
-        words.append(which + count + (joined(directories) if directories else ""))
-    counts = {len(directories) for directories in places}
-    return Cell("; ".join(words), Tone.GOOD if counts == {1} else Tone.NEUTRAL if counts == {0} else Tone.WARNING)
-
-
-def twice_lines(request: Request, survey: Survey, scope: Scope, verb: str = "") -> list[Block]:
-    """Who finds skills several times at a scope, among the agents named or detected: a line for the same places."""
-    seen: dict[tuple[str, ...], tuple[list[str], list[str]]] = {}
-    for agent in dict.fromkeys((*request.named, *request.in_use)):
-        for name in skill.SKILL_TEMPLATES:
-            found = survey.finds(agent, scope, name).values()
-            if len(found) > 1:
-                agents, names = seen.setdefault(tuple(sorted(copy.directory for copy in found)), ([], []))
-                agents += [agent] * (agent not in agents)
-                names += [name] * (name not in names)
-    lines: list[Block] = []
-    for directories, (agents, names) in seen.items():
-        count = {2: "twice"}.get(len(directories), f"{len(directories)} times")
-        places = joined(request.place(scope, directory) for directory in directories)
-        who = f"{names_of(agents)} {verb}" if verb else who_find(agents)
-        lines.append(Line(f"{who} {skills_of(names)} {count}: in {places}.", Tone.WARNING))
-    return lines
+        skills.setdefault(tuple(request.place(scope, copy.directory) for copy in found), []).append(name)
+    words = [
+        f"{', '.join(names)}:{times(len(places))} {joined(places) if places else 'nowhere'}"
+        for places, names in skills.items()
+    ]
+    text = "; ".join(words) if len(words) > 1 else words[0].partition(": ")[2]
+    counts = {len(places) for places in skills}
+    return Cell(text, Tone.GOOD if counts == {1} else Tone.NEUTRAL if counts == {0} else Tone.WARNING)

@@ -56,7 +56,8 @@ class Copy(NamedTuple):
     @property
     def link(self) -> Path | None:
         """The copy itself, or its skill's directory, if that is a link."""
-        return next((place for place in (self.path, self.path.parent) if place.is_symlink()), None)
+        places = (self.path, self.path.parent)
+        return next((place for place in places if os.path.islink(place)), None)  # noqa: PTH114 (never raises)
 
     def may_hold(self, place: Path) -> bool:
         """Whether a path, its links resolved, lies where the scope allows: a project's must be in the repository."""
@@ -67,14 +68,16 @@ def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     """Every skill's place in a skills directory. Raises nothing for what is on the disk."""
     folder = actual = root / directory
     is_there, obstacle = False, None
-    # Most directories of the table are missing from the first part on: then there is nothing to resolve.
+    # Most directories of the table are missing from the first part on: resolving all of them takes milliseconds.
     if os.path.lexists(f"{root}/{directory.partition('/')[0]}"):
         actual = Path(os.path.realpath(folder))
         try:
-            is_there = folder.is_dir()
-            obstacle = None if is_there else dangling(folder)
+            is_there = bool(os.stat(f"{folder}/."))  # noqa: PTH116 (the dot asks whether it may be searched)
+        except (FileNotFoundError, NotADirectoryError):
+            obstacle = dangling(folder)
         except OSError as error:
-            obstacle = obstacle_of(error, folder)
+            ways = (place for place in (*reversed(folder.parents), folder) if not os.access(place, os.X_OK))
+            obstacle = obstacle_of(error, next(ways, folder))
     copies = []
     for name in skill.SKILL_TEMPLATES:
         path = skill.skill_target_path("project", root, name, directory)
@@ -87,32 +90,34 @@ def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     return copies
 
 
-def read_copy(copy: Copy) -> Copy:  # noqa: PLR0911 (one for each thing that may be there)
+def read_copy(copy: Copy) -> Copy:
     """The copy as it is on the disk now."""
     copy = Copy(*copy[:6], misplaced=copy.misplaced)
-
-    def unreadable(problem: str, remedy: str) -> Copy:
-        return copy._replace(state=State.UNREADABLE, obstacle=Obstacle(str(copy.path), problem, remedy))
-
     try:
         copy = copy._replace(file=Path(os.path.realpath(copy.path)))
         status = copy.path.stat()
-        if stat.S_ISDIR(status.st_mode):
-            return unreadable("a directory is in the way", "move it away")
-        if not stat.S_ISREG(status.st_mode):
-            return unreadable("not a regular file", "move it away")
-        if status.st_size > _LARGEST:
-            return unreadable("too large for a skill's document", "move it away")
-        content = read(copy.file)
-        judgement = judge(copy.skill, content)
+        problem = problem_of(status)
+        if not problem:
+            content = read(copy.file)
+            judgement = judge(copy.skill, content)
+            return copy._replace(**judgement._asdict(), content=content, identity=identity_of(status))
+        obstacle: Obstacle | None = Obstacle(str(copy.path), problem, "move it away")
     except (FileNotFoundError, NotADirectoryError):
         obstacle = dangling(copy.path)
-        return copy._replace(state=State.UNREADABLE, obstacle=obstacle) if obstacle else copy
     except OSError as error:
-        return copy._replace(state=State.UNREADABLE, obstacle=obstacle_of(error, copy.path))
+        obstacle = obstacle_of(error, copy.path)
     except UnicodeDecodeError as error:
-        return unreadable(f"not valid UTF-8 (at byte {error.start})", "correct or remove it")
-    return copy._replace(**judgement._asdict(), content=content, identity=identity_of(status))
+        obstacle = Obstacle(str(copy.path), f"not valid UTF-8 (at byte {error.start})", "correct or remove it")
+    return copy._replace(state=State.UNREADABLE, obstacle=obstacle) if obstacle else copy
+
+
+def problem_of(status: os.stat_result) -> str:
+    """Why something cannot be a document; empty if it can."""
+    if stat.S_ISDIR(status.st_mode):
+        return "a directory is in the way"
+    if not stat.S_ISREG(status.st_mode):
+        return "not a regular file"
+    return "too large for a skill's document" if status.st_size > _LARGEST else ""
 
 
 def read(file: Path) -> bytes:
@@ -144,6 +149,6 @@ def misplaced(copy: Copy) -> Obstacle | None:
     if is_inside and copy.file.name == copy.path.name and copy.file.parent.name == copy.skill:
         return None
     below_root = [place for place in (copy.path, *copy.path.parents) if not copy.root.is_relative_to(place)]
-    link = next((place for place in below_root if place.is_symlink()), copy.path)
+    link = next((place for place in below_root if os.path.islink(place)), copy.path)  # noqa: PTH114
     where = "which is no copy of this skill" if is_inside else "outside the repository"
     return Obstacle(str(link), f"a link to {os.path.realpath(link)}, {where}", "remove the link")

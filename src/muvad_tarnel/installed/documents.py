@@ -57,7 +57,8 @@ def judge(name: str, content: bytes) -> Judgement:
     stamp = skill._VERSION_RE.search(text[:_STAMP_WITHIN])
     version = stamp.group(1) if stamp else None
     is_ours = stamp is not None and is_released(name, text[: stamp.start(1)] + "{version}" + text[stamp.end(1) :])
-    if not is_ours and is_incomplete(name, content, version):
+    whole = document(name, version or __version__).encode()
+    if not is_ours and len(content) < len(whole) and whole.startswith(content):
         return Judgement(State.INCOMPLETE, version, is_ours=True)
     content.decode()
     if version is None:
@@ -74,9 +75,3 @@ def is_released(name: str, template: str) -> bool:
     from hashlib import sha256  # noqa: PLC0415 (slow to import, and seldom needed)
 
     return sha256(template.encode()).hexdigest() in RELEASED[name]
-
-
-def is_incomplete(name: str, content: bytes, version: str | None) -> bool:
-    """Whether the content is the beginning of this package's document: an install was cut off."""
-    whole = document(name, version or __version__).encode()
-    return len(content) < len(whole) and whole.startswith(content)

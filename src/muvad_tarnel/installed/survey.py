@@ -2,16 +2,31 @@
 
 from collections.abc import Iterable, Iterator
 from functools import cached_property
+from itertools import product
 from pathlib import Path
+from typing import NamedTuple
 
 from muvad_tarnel import __version__
 from muvad_tarnel.installed.copies import Copy, read_directory
-from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.documents import State, plain
 from muvad_tarnel.roots import Roots
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 type Finds = dict[Path, Copy]
+
+
+class Shadow(NamedTuple):
+    """Two files of one skill, one at each scope, and the agents that find both, so that one may hide the other."""
+
+    user: Copy
+    project: Copy
+    agents: list[str]
+
+    @property
+    def is_different(self) -> bool:
+        """Whether the texts differ, line ends and byte order marks aside. Equal texts do no harm."""
+        return plain(self.user.content or b"") != plain(self.project.content or b"")
 
 
 def directories_read(agents: Iterable[str], scope: Scope) -> list[str]:
@@ -25,7 +40,7 @@ def readers_of(directory: str, scope: Scope, agents: Iterable[str] = AGENT_CONFI
 
 
 def grouped(copies: Iterable[Copy]) -> dict[Path, list[Copy]]:
-    """The copies by their file: several that links make one are together."""
+    """The copies by resolved file: those that links make one are together."""
     files: dict[Path, list[Copy]] = {}
     for copy in copies:
         files.setdefault(copy.file, []).append(copy)
@@ -93,6 +108,17 @@ class Survey:
         """The agents that find any skill at the scopes."""
         everything = len(skill.SKILL_TEMPLATES)
         return [agent for agent in AGENT_CONFIG if len(self.lacking(agent, scopes)) < everything]
+
+    def shadows(self, agents: Iterable[str]) -> list[Shadow]:
+        """Every two files of a skill that an agent finds at the two scopes; a file found at both does not count."""
+        readers: dict[tuple[Copy, Copy], list[str]] = {}
+        for name, agent in product(skill.SKILL_TEMPLATES, agents):
+            users, projects = self.finds(agent, "user", name), self.finds(agent, "project", name)
+            both = users.keys() & projects.keys()
+            for user, project in product(users.values(), projects.values()):
+                if user.file not in both and project.file not in both:
+                    readers.setdefault((user, project), []).append(agent)
+        return [Shadow(user, project, found_by) for (user, project), found_by in readers.items()]
 
     def losses(self, copies: Iterable[Copy], scope: Scope) -> dict[str, list[str]]:
         """The skills that agents would no longer find at a scope if the copies were removed, by agent."""

@@ -42,16 +42,19 @@ def denied(place: Path, mode: int) -> Obstacle | None:
     """Why a file or directory may not be used this way, if it may not."""
     if os.access(place, mode):
         return None
-    is_read_only = os.statvfs(place).f_flag & os.ST_RDONLY
-    code = errno.EROFS if is_read_only else errno.EACCES
+    code = errno.EACCES
+    if os.statvfs(place).f_flag & os.ST_RDONLY:
+        code = errno.EROFS
+        while not place.is_mount():  # one error for all copies on the mount
+            place = place.parent
     return obstacle_of(OSError(code, os.strerror(code)), place)
 
 
 def obstacle_met(error: OSError, copy: Copy) -> Obstacle:
     """The obstacle behind a failure, named after what all the copies have in common that it concerns."""
-    if error.errno in (errno.EACCES, errno.EPERM, errno.ENOTDIR, errno.EEXIST, errno.EROFS):
-        return obstacle_to_writing(copy) or obstacle_of(error, copy.path)
-    return obstacle_of(error, copy.path.parent.parent)
+    if error.errno in (errno.ENOSPC, errno.EDQUOT, errno.EFBIG):
+        return obstacle_of(error, copy.path.parent.parent)
+    return obstacle_to_writing(copy) or obstacle_of(error, copy.path)
 
 
 def replace(copy: Copy) -> Path | None:
@@ -60,11 +63,12 @@ def replace(copy: Copy) -> Path | None:
     Raises `OSError`; then the old file is still there.
     """
     folder = copy.file.parent
-    folder.mkdir(parents=True, exist_ok=True)
+    missing = [place for place in (folder, *folder.parents) if not place.exists()]
     try:
+        folder.mkdir(parents=True, exist_ok=True)
         with staged(folder, document(copy.skill).encode(), copy) as temporary:
             now = as_it_is(copy)
-            if now.state is State.CURRENT:  # another installer was faster
+            if now.state is State.CURRENT:  # another installer got there first
                 return None
             kept = keep(copy.file) if now.exists and not now.is_ours else None
             try:
@@ -75,9 +79,9 @@ def replace(copy: Copy) -> Path | None:
                 raise
             return kept
     finally:
-        if not copy.exists:
-            with suppress(OSError):  # not empty, unless it has failed
-                folder.rmdir()
+        with suppress(OSError):  # a directory in use is not empty
+            for place in missing:
+                place.rmdir()
 
 
 def as_it_is(copy: Copy) -> Copy:
@@ -99,7 +103,7 @@ def staged(folder: Path, content: bytes, like: Copy) -> Iterator[Path]:
             stream.flush()
             if like.exists:
                 status = like.file.stat()
-                with suppress(OSError):  # only root may give files away
+                with suppress(OSError):  # only root may change a file's owner
                     os.fchown(descriptor, status.st_uid, status.st_gid)
                 os.fchmod(descriptor, status.st_mode & 0o777)
             os.fsync(descriptor)
@@ -113,20 +117,11 @@ def open_locked(folder: Path) -> tuple[Path, int]:
     while True:
         path = folder / f"{_PREFIX}{os.urandom(6).hex()}{_SUFFIX}"
         descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o666)
-        if is_locked(descriptor) and os.fstat(descriptor).st_nlink:
+        with suppress(OSError):  # the file system has no locks
+            fcntl.flock(descriptor, fcntl.LOCK_EX)
+        if os.fstat(descriptor).st_nlink:
             return path, descriptor
-        os.close(descriptor)  # a clean-up came between the two calls and has removed the file
-
-
-def is_locked(descriptor: int) -> bool:
-    """Whether nobody else holds the file's lock. Where there are no locks, nobody does."""
-    try:
-        fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
-    except BlockingIOError:
-        return False
-    except OSError:
-        return True
-    return True
+        os.close(descriptor)  # a clean-up held the lock first, and has removed the file
 
 
 def keep(file: Path) -> Path:
@@ -139,7 +134,7 @@ def keep(file: Path) -> Path:
             if os.path.samestat(backup.lstat(), file.lstat()):
                 return backup  # made by a run that was killed before it replaced the file
             continue
-        except OSError:  # there are no hard links here
+        except OSError:  # the file system has no hard links
             content = read(file)
             try:
                 with backup.open("xb") as stream:
@@ -155,7 +150,7 @@ def keep(file: Path) -> Path:
 
 def clean_up(copies: Iterable[Copy]) -> None:
     """Remove the temporary files that killed runs have left beside the copies."""
-    # Whatever keeps one from being removed keeps nobody from writing.
+    # Failing to remove one does not prevent writing.
     for folder in {copy.file.parent for copy in copies if not copy.misplaced}:
         with suppress(OSError):
             for path in list(folder.glob(f"{_PREFIX}*{_SUFFIX}")):
@@ -164,7 +159,7 @@ def clean_up(copies: Iterable[Copy]) -> None:
 
 
 def remove_abandoned(path: Path) -> None:
-    """Remove a temporary file unless its owner is at work."""
+    """Remove a temporary file unless it is in use."""
     descriptor = os.open(path, os.O_RDONLY | os.O_NOFOLLOW | os.O_NONBLOCK | os.O_CLOEXEC)
     try:
         fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
@@ -175,14 +170,14 @@ def remove_abandoned(path: Path) -> None:
 
 def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
     """What keeps a copy from being removed: a text or link that is not ours, unless forced, or the disk."""
-    if copy.obstacle and (copy.path.is_dir() or not os.path.lexists(copy.path)):
+    if copy.obstacle and (os.path.isdir(copy.path) or not os.path.lexists(copy.path)):  # noqa: PTH112 (never raises)
         return copy.obstacle
     link = copy.link
     if copy.misplaced and not (link and copy.may_hold(link.parent.resolve())):
         return copy.misplaced
     reason = reason_to_keep(copy)
     if reason and not force:
-        return Obstacle(str(copy.path), reason, "--force removes it")
+        return Obstacle(str(copy.path), reason, "use --force to remove it")
     return obstacle_to_entries((link or copy.file).parent)
 
 

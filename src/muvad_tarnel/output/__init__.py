@@ -1,1 +1,1 @@
-"""What commands have to say, and how it is said: as plain text, as tables on a terminal, as JSON."""
+"""Reports and their formats: plain text, tables on a terminal, JSON."""

@@ -1,6 +1,7 @@
-"""The two streams that a command speaks through."""
+"""Reports on standard output, notes and errors on standard error."""
 
 import sys
+from dataclasses import dataclass
 
 import click
 
@@ -12,30 +13,29 @@ from muvad_tarnel.output.text import Style, output_encoding, printable, silence
 SCHEMA = 2
 
 
+@dataclass(frozen=True, kw_only=True)
 class Console:
     """Standard output for a command's report, standard error for notes and errors."""
 
-    def __init__(self, *, command: str, style: Style, json: bool, quiet: bool, verbose: bool) -> None:
-        """Speak for `command`, by its `--json`, `--quiet` and `--verbose`."""
-        self.command = command
-        self.style = style
-        self.verbose = verbose
-        self._json = json
-        self._quiet = quiet
+    command: str
+    style: Style
+    json: bool
+    quiet: bool
+    verbose: bool
 
     def note(self, text: str, *, is_important: bool = False) -> None:
-        """Say something beside the report, under --quiet only if it is important."""
-        if is_important or not self._quiet:
+        """Print a note, with --quiet only if it is important."""
+        if is_important or not self.quiet:
             self._say("note: " + text)
 
     def show(self, report: Report) -> None:
         """Print the report the way that was asked for, after its errors."""
         for error in report.errors:
             self._say(f"Error: {error}")
-        if self._json:
+        if self.json:
             self._write(object_text(self.command, report, indent=2 if self.style.is_terminal else None))
             return
-        blocks = [block for block in report.blocks if not self._quiet or isinstance(block, Document)]
+        blocks = [block for block in report.blocks if not self.quiet or isinstance(block, Document)]
         if self.style.is_terminal:
             from muvad_tarnel.output.terminal import drawn  # noqa: PLC0415 (rich takes longer than all the rest)
 
@@ -48,7 +48,7 @@ class Console:
     def _say(self, text: str) -> None:
         try:
             click.echo(printable(text), err=True)
-        except OSError:  # nobody listens: no reason to stop
+        except OSError:  # carry on without standard error
             silence(sys.stderr)
 
     def _write(self, text: str) -> None:
@@ -58,7 +58,7 @@ class Console:
         encoding = output_encoding()
         try:
             click.echo(text.encode(encoding, "replace").decode(encoding), nl=False, color=True)
-        except BrokenPipeError:  # the reader has seen enough: what the command did doesn't depend on that
+        except BrokenPipeError:  # the reader has left, which is not a failure
             silence(sys.stdout)
 
 

@@ -14,7 +14,7 @@ def written(blocks: list[Block]) -> str:
             case Line(text, _):
                 lines.append(printable(text))
             case Command(label, text):
-                lines.append(printable(f"    {label}  {text}"))
+                lines.append(printable(f"    {f'{label}  {text}'.strip()}"))
             case Document(text, _):
                 lines += text.splitlines()
     return "".join(line + "\n" for line in lines)

@@ -1,4 +1,4 @@
-"""What a command has to say, before anyone decides how it looks."""
+"""The parts of a command's report, whatever its format."""
 
 from collections.abc import Iterable, Sequence
 from enum import Enum
@@ -26,12 +26,11 @@ class Cell(NamedTuple):
 
 
 class Table(NamedTuple):
-    """Rows under headings. `shared` counts the leading and trailing columns that neighbouring rows may share."""
+    """Rows under headings."""
 
     title: str
     columns: tuple[str, ...]
     rows: list[tuple[str | Cell, ...]]
-    shared: tuple[int, int] = (0, 0)
 
 
 class Line(NamedTuple):
@@ -42,7 +41,7 @@ class Line(NamedTuple):
 
 
 class Command(NamedTuple):
-    """A command line to copy, after what it is for. It is never wrapped."""
+    """A command line to copy, after what it is for, or a path and what is wrong there. It is never wrapped."""
 
     label: str
     text: str
@@ -59,7 +58,7 @@ type Block = Table | Line | Command | Document
 
 
 class Report(NamedTuple):
-    """All that a command has to say.
+    """Everything that a command reports.
 
     The blocks are for people, and may be made on the way, since they are not used with --json. The rest is for
     programs: the results, the agents and the advice as records, and the `facts` beside them. `errors` are for both.

@@ -1,11 +1,12 @@
 """Reports on a terminal: tables drawn by rich, marks and colours."""
 
-from itertools import groupby
+import re
+from collections.abc import Sequence
 from shutil import get_terminal_size
 
 from rich import box
 from rich.cells import cell_len
-from rich.console import Console, Group, RenderableType
+from rich.console import Console, Group
 from rich.table import Table as Grid
 from rich.text import Text
 
@@ -15,6 +16,8 @@ from muvad_tarnel.output.text import Style, printable
 _STYLES = {Tone.GOOD: "green", Tone.WARNING: "yellow", Tone.BAD: "red", Tone.NEUTRAL: ""}
 _MARKS = {Tone.GOOD: "\N{CHECK MARK}", Tone.WARNING: "!", Tone.BAD: "\N{BALLOT X}", Tone.NEUTRAL: ""}
 _ASCII_MARKS = {Tone.GOOD: "+", Tone.WARNING: "!", Tone.BAD: "x", Tone.NEUTRAL: ""}
+# A mark stays on the line of the word that follows it.
+_WORDS = re.compile(r"\S \S+|\S+")
 
 
 def drawn(blocks: list[Block], style: Style) -> str:
@@ -42,29 +45,23 @@ def draw(console: Console, blocks: list[Block], style: Style) -> None:
         if former and (isinstance(block, Table) or isinstance(former, Table)):
             console.print()
         match block:
-            case Table():
-                if block.title:
-                    console.print(Text(printable(block.title), "bold"))
-                widths = widths_of(block, marks, console.width)
-                rule = "\u2500" if style.has_marks else "-"
-                console.print(grid_of(block, marks, rule, widths) if widths else stack_of(block, marks))
+            case Table(title, columns, rows):
+                if title:
+                    console.print(Text(printable(title), "bold"))
+                texts = [[text_of(cell, marks) for cell in row] for row in rows]
+                if widths := widths_of(columns, texts, console.width):
+                    rule = "\u2500" if style.has_marks else "-"
+                    console.print(grid_of(columns, texts, widths, rule))
+                else:
+                    console.print(stack_of(columns, texts))
             case Line(text, tone):
-                console.print(line_of(text, tone, marks))
+                console.print(text_of(Cell(text, tone), marks))
             case Command(label, text):
-                console.print(Text(printable(f"    {label}  {text}")), soft_wrap=True)
+                console.print(Text(printable(f"    {f'{label}  {text}'.strip()}")), soft_wrap=True)
             case Document(text, is_diff):
                 for line in text.splitlines():
                     console.print(Text(line, diff_style(line) if is_diff else ""), soft_wrap=True)
         former = block
-
-
-def line_of(text: str, tone: Tone, marks: dict[Tone, str]) -> RenderableType:
-    """A sentence after its mark."""
-    if tone is Tone.NEUTRAL:
-        return Text(printable(text))
-    grid = Grid.grid(padding=(0, 1))
-    grid.add_row(Text(marks[tone], _STYLES[tone]), Text(printable(text), overflow="fold"))
-    return grid
 
 
 def diff_style(line: str) -> str:
@@ -74,16 +71,10 @@ def diff_style(line: str) -> str:
     return {"+": "green", "-": "red", "@": "cyan"}.get(line[:1], "")
 
 
-def widths_of(table: Table, marks: dict[Tone, str], available: int) -> list[int]:
-    """The widths at which the columns fit with no word broken; none if there are no such widths.
-
-    Where rows share their last cells, one line stands for a row: the cells between must not wrap.
-    """
-    head, tail = table.shared
-    cells = [[text_of(cell, marks).plain for cell in column] for column in zip(table.columns, *table.rows, strict=True)]
-    least = [max(cell_len(word) for text in column for word in text.split() or [""]) for column in cells]
-    if tail:
-        least[head:-tail] = [max(map(cell_len, column)) for column in cells[head:-tail]]
+def widths_of(columns: Sequence[str], rows: list[list[Text]], available: int) -> list[int]:
+    """The widths at which the columns fit with no word broken; none if there are no such widths."""
+    cells = [[heading, *(text.plain for text in texts)] for heading, *texts in zip(columns, *rows, strict=True)]
+    least = [max(map(cell_len, _WORDS.findall(" ".join(column)))) for column in cells]
     widths = [max(map(cell_len, column)) for column in cells]
     while sum(widths) + 2 * len(widths) - 1 > available:
         slack = [width - minimum for width, minimum in zip(widths, least, strict=True)]
@@ -93,43 +84,27 @@ def widths_of(table: Table, marks: dict[Tone, str], available: int) -> list[int]
     return widths
 
 
-def grid_of(table: Table, marks: dict[Tone, str], rule: str, widths: list[int]) -> Grid:
-    """The table with its columns side by side."""
+def grid_of(columns: Sequence[str], rows: list[list[Text]], widths: list[int], rule: str) -> Grid:
+    """The columns side by side. The first cells of a row are left out where they are those of the row above."""
     lines = box.Box(f"    \n    \n{rule}{rule}{rule}{rule}\n" + "    \n" * 5)
     grid = Grid(box=lines, header_style="bold", show_edge=False, padding=(0, 1, 0, 0))
-    rows = [[text_of(cell, marks) for cell in row] for row in table.rows]
-    for column, width in zip(table.columns, widths, strict=True):
+    for column, width in zip(columns, widths, strict=True):
         grid.add_column(column, overflow="fold", width=width)
-    head, tail = table.shared
-    groups = [
-        list(group) for _, group in groupby(rows, lambda row: (row[:head], row[len(row) - tail :]) if head else row)
-    ]
-    for index, group in enumerate(groups):
-        if index and len(groups) < len(rows):
-            grid.add_row()
-        for row in merged(group, head, tail):
-            grid.add_row(*row)
+    for above, row in zip([[], *rows], rows, strict=False):
+        same = next((index for index, (over, cell) in enumerate(zip(above, row, strict=False)) if over != cell), 0)
+        grid.add_row(*[Text()] * same, *row[same:])
     return grid
 
 
-def merged(rows: list[list[Text]], head: int, tail: int) -> list[list[Text]]:
-    """Rows that share their first and last cells: as one, its last cells beside all, or with the first cells once."""
-    first, *others = rows
-    if not tail:
-        return [first, *([Text()] * head + row[head:] for row in others)]
-    middle = [Text("\n").join(column) for column in list(zip(*rows, strict=True))[head:-tail]]
-    return [first[:head] + middle + first[-tail:]]
-
-
-def stack_of(table: Table, marks: dict[Tone, str]) -> Group:
-    """The table with the cells of a row below one another, for a terminal that is too narrow for columns."""
+def stack_of(columns: Sequence[str], rows: list[list[Text]]) -> Group:
+    """The cells of each row below one another, for a terminal that is too narrow for columns."""
     lines = [
-        Text.assemble((f"{column}: ", "bold"), text, overflow="fold")
-        for row in table.rows
-        for column, cell in (("", ""), *zip(table.columns, row, strict=True))
-        if (text := text_of(cell, marks)) or not column
+        Text.assemble((f"{column}: ", "bold"), text) if column else Text()
+        for row in rows
+        for column, text in (("", Text()), *zip(columns, row, strict=True))
+        if text or not column
     ]
-    return Group(*(line if line.plain != ": " else Text() for line in lines[1:]))
+    return Group(*lines[1:])
 
 
 def text_of(cell: str | Cell, marks: dict[Tone, str]) -> Text:

@@ -42,8 +42,8 @@ class Style(NamedTuple):
 
 def output_encoding() -> str:
     """The encoding of standard output."""
-    # None: the process was started with standard output closed.
-    return sys.stdout.encoding if sys.stdout is not None else "utf-8"
+    # A process may be started with standard output closed (None); a stream in memory has no encoding.
+    return getattr(sys.stdout, "encoding", None) or "utf-8"
 
 
 def can_encode(text: str) -> bool:

@@ -66,125 +66,87 @@ class AgentRecord:
 # its agent before relying on it, and renew this date with the check of all of them.
 CHECKED_ON: Final = "2026-11-23"
 
-_AGENTS = ".agents/skills"
-_CLAUDE = ".claude/skills"
 # Warp reads the directories of ten agents, at both scopes alike.
-_WARP = tuple(
-    f".{name}/skills"
-    for name in "agents warp claude codex cursor gemini copilot factory github opencode".split()  # noqa: SIM905
-)
+_WARP = ".agents .warp .claude .codex .cursor .gemini .copilot .factory .github .opencode"
 
-# The rows as they are checked, before the environment moves anything.
+
+def _agent(name: str, project: str, user: str, marker: str, precedence: Precedence = "unknown") -> AgentRecord:
+    """A row of the table. Its directories are given without `/skills`, in which they all end."""
+    in_project, for_user = (tuple(f"{root}/skills" for root in roots.split()) for roots in (project, user))
+    return AgentRecord(name, in_project, for_user, marker, precedence)
+
+
+# The rows as they are checked, before the environment moves anything: name, project's directories, user's directories,
+# marker, precedence.
 AGENTS: Final = {
-    "claude": AgentRecord("Claude Code", (_CLAUDE,), ("$CLAUDE_CONFIG_DIR/skills",), "$CLAUDE_CONFIG_DIR", "user"),
+    "claude": _agent("Claude Code", ".claude", "$CLAUDE_CONFIG_DIR", "$CLAUDE_CONFIG_DIR", "user"),
     # That both copies are listed was seen; it is not documented.
-    "cursor": AgentRecord(
-        "Cursor", (".cursor/skills", _CLAUDE, _AGENTS), (".cursor/skills", _CLAUDE, _AGENTS), ".cursor", "both"
-    ),
+    "cursor": _agent("Cursor", ".cursor .claude .agents", ".cursor .claude .agents", ".cursor", "both"),
     # Copilot itself searches `.agents/skills` before `.claude/skills`; here the order of the two only breaks ties.
     # Of its user directories `~/.claude/skills` is left out: VS Code reads it, the command line no longer does.
-    "copilot": AgentRecord(
-        "GitHub Copilot",
-        (".github/skills", _CLAUDE, _AGENTS),
-        ("$COPILOT_HOME/skills", _AGENTS),
-        "$COPILOT_HOME",
-        "project",
-    ),
+    "copilot": _agent("GitHub Copilot", ".github .claude .agents", "$COPILOT_HOME .agents", "$COPILOT_HOME", "project"),
     # Windsurf reads `.claude/skills` only behind a setting that is off by default, and `~/.windsurf/skills` never.
-    "windsurf": AgentRecord(
-        "Windsurf", (".windsurf/skills", _AGENTS), (".codeium/windsurf/skills", _AGENTS), ".codeium/windsurf"
-    ),
-    "codex": AgentRecord("Codex", (_AGENTS,), (_AGENTS,), "$CODEX_HOME", "both"),
-    "gemini": AgentRecord("Gemini CLI", (".gemini/skills", _AGENTS), (".gemini/skills", _AGENTS), ".gemini", "project"),
-    "opencode": AgentRecord(
+    "windsurf": _agent("Windsurf", ".windsurf .agents", ".codeium/windsurf .agents", ".codeium/windsurf"),
+    "codex": _agent("Codex", ".agents", ".agents", "$CODEX_HOME", "both"),
+    "gemini": _agent("Gemini CLI", ".gemini .agents", ".gemini .agents", ".gemini", "project"),
+    "opencode": _agent(
         "OpenCode",
-        (".opencode/skills", _CLAUDE, _AGENTS),
-        ("$XDG_CONFIG_HOME/opencode/skills", ".opencode/skills", _CLAUDE, _AGENTS),
+        ".opencode .claude .agents",
+        "$XDG_CONFIG_HOME/opencode .opencode .claude .agents",
         "$XDG_CONFIG_HOME/opencode",
     ),
     # `.config/agents` is literal here: XDG_CONFIG_HOME moves Goose's own directory only.
-    "goose": AgentRecord(
+    "goose": _agent(
         "Goose",
-        (_AGENTS, ".goose/skills", _CLAUDE),
-        (_AGENTS, "$XDG_CONFIG_HOME/goose/skills", _CLAUDE, ".config/agents/skills"),
+        ".agents .goose .claude",
+        ".agents $XDG_CONFIG_HOME/goose .claude .config/agents",
         "$XDG_CONFIG_HOME/goose",
         "project",
     ),
-    "zed": AgentRecord("Zed", (_AGENTS,), (_AGENTS,), "$XDG_CONFIG_HOME/zed", "project"),
-    "amp": AgentRecord(
+    "zed": _agent("Zed", ".agents", ".agents", "$XDG_CONFIG_HOME/zed", "project"),
+    "amp": _agent(
         "Amp",
-        (_AGENTS, _CLAUDE),
-        ("$XDG_CONFIG_HOME/agents/skills", _AGENTS, "$XDG_CONFIG_HOME/amp/skills", _CLAUDE),
+        ".agents .claude",
+        "$XDG_CONFIG_HOME/agents .agents $XDG_CONFIG_HOME/amp .claude",
         "$XDG_CONFIG_HOME/amp",
         "user",
     ),
     # Its extension reads the project's `.claude/skills` as well, its command line does not.
-    "cline": AgentRecord("Cline", (".cline/skills", _AGENTS), (".cline/skills", _AGENTS), ".cline", "user"),
-    "kilo": AgentRecord(
-        "Kilo Code",
-        (".kilo/skills", _AGENTS),
-        (".kilo/skills", "$XDG_CONFIG_HOME/kilo/skills", _AGENTS),
-        "$XDG_CONFIG_HOME/kilo",
-        "project",
+    "cline": _agent("Cline", ".cline .agents", ".cline .agents", ".cline", "user"),
+    "kilo": _agent(
+        "Kilo Code", ".kilo .agents", ".kilo $XDG_CONFIG_HOME/kilo .agents", "$XDG_CONFIG_HOME/kilo", "project"
     ),
-    "qwen": AgentRecord(
-        "Qwen Code", (".qwen/skills", _AGENTS), ("$QWEN_HOME/skills", _AGENTS), "$QWEN_HOME", "project"
-    ),
-    "kimi": AgentRecord(
-        "Kimi Code CLI",
-        (".kimi-code/skills", _AGENTS),
-        ("$KIMI_CODE_HOME/skills", _AGENTS),
-        "$KIMI_CODE_HOME",
-        "project",
-    ),
+    "qwen": _agent("Qwen Code", ".qwen .agents", "$QWEN_HOME .agents", "$QWEN_HOME", "project"),
+    "kimi": _agent("Kimi Code CLI", ".kimi-code .agents", "$KIMI_CODE_HOME .agents", "$KIMI_CODE_HOME", "project"),
     # Its project directory `.agent/skills` is a singular.
-    "droid": AgentRecord("Factory Droid", (".factory/skills", ".agent/skills"), (".factory/skills",), ".factory"),
-    "kiro": AgentRecord("Kiro", (".kiro/skills",), (".kiro/skills",), ".kiro", "project"),
-    "warp": AgentRecord("Warp", _WARP, _WARP, ".warp", "both"),
-    "augment": AgentRecord("Augment", (".augment/skills", _CLAUDE), (".augment/skills", _CLAUDE), ".augment"),
-    "crush": AgentRecord(
+    "droid": _agent("Factory Droid", ".factory .agent", ".factory", ".factory"),
+    "kiro": _agent("Kiro", ".kiro", ".kiro", ".kiro", "project"),
+    "warp": _agent("Warp", _WARP, _WARP, ".warp", "both"),
+    "augment": _agent("Augment", ".augment .claude", ".augment .claude", ".augment"),
+    "crush": _agent(
         "Crush",
-        (".crush/skills", _AGENTS, _CLAUDE, ".cursor/skills"),
-        ("$XDG_CONFIG_HOME/crush/skills", "$XDG_CONFIG_HOME/agents/skills", _AGENTS, _CLAUDE),
+        ".crush .agents .claude .cursor",
+        "$XDG_CONFIG_HOME/crush $XDG_CONFIG_HOME/agents .agents .claude",
         "$XDG_CONFIG_HOME/crush",
     ),
-    "openhands": AgentRecord(
-        "OpenHands", (_AGENTS, ".openhands/skills"), (_AGENTS, ".openhands/skills"), ".openhands", "project"
-    ),
-    "pi": AgentRecord(
-        "Pi", (".pi/skills", _AGENTS), ("$PI_CODING_AGENT_DIR/skills", _AGENTS), "$PI_CODING_AGENT_DIR", "project"
-    ),
-    "vibe": AgentRecord(
-        "Mistral Vibe", (".vibe/skills", _AGENTS), ("$VIBE_HOME/skills", _AGENTS), "$VIBE_HOME", "project"
-    ),
-    "letta": AgentRecord("Letta Code", (_AGENTS,), (".letta/skills",), ".letta", "project"),
-    "rovodev": AgentRecord(
-        "Rovo Dev CLI", (".rovodev/skills", _AGENTS), (".rovodev/skills", _AGENTS), ".rovodev", "user"
-    ),
+    "openhands": _agent("OpenHands", ".agents .openhands", ".agents .openhands", ".openhands", "project"),
+    "pi": _agent("Pi", ".pi .agents", "$PI_CODING_AGENT_DIR .agents", "$PI_CODING_AGENT_DIR", "project"),
+    "vibe": _agent("Mistral Vibe", ".vibe .agents", "$VIBE_HOME .agents", "$VIBE_HOME", "project"),
+    "letta": _agent("Letta Code", ".agents", ".letta", ".letta", "project"),
+    "rovodev": _agent("Rovo Dev CLI", ".rovodev .agents", ".rovodev .agents", ".rovodev", "user"),
     # The user directory is that of its default agent, which is called `agent`.
-    "deepagents": AgentRecord(
-        "Deep Agents Code",
-        (".deepagents/skills", _AGENTS),
-        (".deepagents/agent/skills", _AGENTS),
-        ".deepagents",
-        "project",
+    "deepagents": _agent(
+        "Deep Agents Code", ".deepagents .agents", ".deepagents/agent .agents", ".deepagents", "project"
     ),
-    "xum": AgentRecord("Xum", (".xum/skills", _AGENTS), ("$XUM_ROOT/skills", _AGENTS), "$XUM_ROOT", "project"),
-    "pochi": AgentRecord("Pochi", (".pochi/skills", _AGENTS), (".pochi/skills", _AGENTS), ".pochi", "project"),
-    "neovate": AgentRecord("Neovate Code", (".neovate/skills",), (".neovate/skills",), ".neovate", "project"),
-    "firebender": AgentRecord("Firebender", (".firebender/skills",), (".firebender/skills",), ".firebender", "project"),
-    "qoder": AgentRecord("Qoder", (".qoder/skills",), (".qoder/skills",), ".qoder", "project"),
-    "codebuddy": AgentRecord("CodeBuddy", (".codebuddy/skills",), (".codebuddy/skills",), ".codebuddy"),
-    "codebuff": AgentRecord("Codebuff", (_AGENTS, _CLAUDE), (_AGENTS, _CLAUDE), "", "project"),
-    "devin": AgentRecord(
-        "Devin",
-        (".devin/skills", _AGENTS, ".windsurf/skills"),
-        (".config/devin/skills", _AGENTS, ".codeium/windsurf/skills"),
-        ".config/devin",
-    ),
-    "deepcode": AgentRecord(
-        "Deep Code", (".deepcode/skills", _AGENTS), (".deepcode/skills", _AGENTS), ".deepcode", "project"
-    ),
+    "xum": _agent("Xum", ".xum .agents", "$XUM_ROOT .agents", "$XUM_ROOT", "project"),
+    "pochi": _agent("Pochi", ".pochi .agents", ".pochi .agents", ".pochi", "project"),
+    "neovate": _agent("Neovate Code", ".neovate", ".neovate", ".neovate", "project"),
+    "firebender": _agent("Firebender", ".firebender", ".firebender", ".firebender", "project"),
+    "qoder": _agent("Qoder", ".qoder", ".qoder", ".qoder", "project"),
+    "codebuddy": _agent("CodeBuddy", ".codebuddy", ".codebuddy", ".codebuddy"),
+    "codebuff": _agent("Codebuff", ".agents .claude", ".agents .claude", "", "project"),
+    "devin": _agent("Devin", ".devin .agents .windsurf", ".config/devin .agents .codeium/windsurf", ".config/devin"),
+    "deepcode": _agent("Deep Code", ".deepcode .agents", ".deepcode .agents", ".deepcode", "project"),
 }
 
 
