@@ -249,12 +249,10 @@ comma := ,
 # Which lines of the native code the tests run.
 COVERAGE := .build/coverage
 .PHONY: coverage
-coverage: $(ENVIRONMENT) $(COVERAGE)/.environment $(HOSTILE)/shim.so
+coverage: $(ENVIRONMENT) $(COVERAGE)/.environment
 	$(call variant,coverage,-DCMAKE_BUILD_TYPE=Debug,CXXFLAGS="--coverage -fprofile-update=atomic")
 	@find $(COVERAGE)/build -name '*.gcda' -delete
 	@$(call with_variant,coverage) $(TEST_MODULE)
-	@$(call with_variant,coverage) LD_PRELOAD=$(CURDIR)/$(HOSTILE)/shim.so $(BASE_PY) -m pytest hostile -q \
-	  -o faulthandler_timeout=0 -k "row_3 or row_4 or row_10 or row_13"
 	@$(COVERAGE)/bin/gcovr --root . --filter native/ --object-directory $(COVERAGE)/build --merge-lines \
 	  --exclude-throw-branches --txt --fail-under-line 95 $(COVERAGE)/build/CMakeFiles/*.dir
 
