@@ -1,5 +1,5 @@
-// Preloaded into the interpreter: fails, shortens, interrupts, kills or delays the n-th system call on a path, and fails the
-// n-th allocation of the extension's C++ code. Does nothing until it is told to; shim.py steers it.
+// Preloaded into the interpreter: fails, shortens, interrupts, kills or delays the n-th system call on a path, and
+// fails the n-th allocation of the extension's C++ code. Does nothing until it is told to; shim.py steers it.
 #define _GNU_SOURCE
 #include <dirent.h>
 #include <dlfcn.h>

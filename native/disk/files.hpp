@@ -48,7 +48,7 @@ class Reading {
   public:
     explicit Reading(const char* path) noexcept : path_(path) {}
 
-    [[nodiscard]] int run();  // may throw std::bad_alloc
+    [[nodiscard]] int run();                                                // may throw std::bad_alloc
     [[nodiscard]] bool was_opened() const noexcept { return was_opened_; }  // so that an error is one of reading
     [[nodiscard]] std::string_view content() const noexcept { return {buffer_.get(), size_}; }
 
