@@ -171,12 +171,13 @@ std::optional<Score> score(const std::vector<Directories>& agents, const std::ve
 // The best of all subsets.
 void planning(Input input) {
     const std::size_t candidates = input.empty() ? 1 : input[0] % 10 + 1;
-    std::vector<Directories> agents;
+    std::vector<std::vector<Candidate>> lists;
     bool is_new = true;
     for (const std::uint8_t byte : input) {
-        if (std::exchange(is_new, byte % 16 >= candidates) && !is_new) agents.emplace_back();
-        if (!is_new) agents.back().push_back(byte % 16);
+        if (std::exchange(is_new, byte % 16 >= candidates) && !is_new) lists.emplace_back();
+        if (!is_new) lists.back().push_back(byte % 16);
     }
+    const std::vector<Directories> agents(lists.begin(), lists.end());
     std::optional<Score> best;
     for (std::size_t subset = 0; subset < std::size_t{1} << candidates; subset++) {
         std::vector<Candidate> selection;
