@@ -38,6 +38,7 @@ help:
 	@echo "make clients    have tools and libraries of others use the wheel"
 	@echo "make bench      time the extension against plain Python, Cython, mypyc and the least that could be done"
 	@echo "make bench-counts  count its system calls and instructions, and hold them to the recorded ceilings"
+	@echo "make fuzz       try random inputs on the core under sanitizers, each against a plain definition of the answer"
 	@echo "make embedding  build the extension by itself and test a host that vendors it"
 	@echo "make clean      remove all that make has made"
 
@@ -58,12 +59,16 @@ test-python: $(INSTALLED)
 
 # The hostile tests: counted experiments, see docs/reliability.md. One of them takes longer than pytest lets a test take.
 HOSTILE := .build/hostile
-.PHONY: hostile soak
-hostile: $(INSTALLED) $(HOSTILE)/shim.so
+.PHONY: hostile hostile-tests soak
+hostile: hostile-tests
+	@$(MAKE) --no-print-directory fuzz sanitize
+hostile-tests: $(INSTALLED) $(HOSTILE)/shim.so
 	@TMPDIR=$$(test -w /dev/shm && echo /dev/shm || echo /tmp) LD_PRELOAD=$(CURDIR)/$(HOSTILE)/shim.so \
 	  $(PY) -m pytest hostile -o faulthandler_timeout=0 $(ARGS)
 soak:
-	@HOSTILE_EFFORT=$${HOSTILE_EFFORT:-50} $(MAKE) --no-print-directory hostile
+	@HOSTILE_EFFORT=$${HOSTILE_EFFORT:-50} $(MAKE) --no-print-directory hostile-tests
+	@$(MAKE) --no-print-directory fuzz-planning FUZZ=-runs=1000000
+	@$(MAKE) --no-print-directory -j2 fuzz-stamps fuzz-versions fuzz-paths FUZZ=-runs=100000000
 $(HOSTILE)/%.so: hostile/%.c
 	@mkdir -p $(@D) && $(CC) -std=gnu17 -O2 -Wall -Wextra -Werror -fPIC -shared $< -o $@ -ldl
 
@@ -191,6 +196,65 @@ $(PEERS)/.built: $(BENCH)/.environment bench/peers.py bench/plain_skill.py bench
 	@echo "Building what the extension is compared with"
 	@$(BENCH_PY) bench/peers.py $(PEERS)
 	@touch $@
+
+# libFuzzer, which needs clang. Sanitizers and the guidance by coverage are for the core: what it is compared with would
+# take most of the time with them. FUZZ="-runs=1000000" counts inputs instead of seconds.
+FUZZ_SECONDS ?= 60
+FUZZ         ?= -max_total_time=$(FUZZ_SECONDS)
+FUZZ_TARGETS := stamps versions paths planning
+FUZZ_CXX      = $(or $(firstword $(shell command -v clang++-19 clang++)),clang++) -std=c++20 -O2 -g -Wall -Wextra -Werror -Inative
+FUZZED       := $(patsubst %,.build/fuzz/core/%.o,paths planning stamps utf8)
+SANITIZERS   := address,undefined -fno-sanitize-recover=all
+.PHONY: fuzz $(FUZZ_TARGETS:%=fuzz-%)
+.PRECIOUS: .build/fuzz/%
+fuzz:
+	@$(MAKE) --no-print-directory -j2 $(FUZZ_TARGETS:%=fuzz-%)
+$(FUZZ_TARGETS:%=fuzz-%): fuzz-%: .build/fuzz/%
+	@tools/fuzz.sh $< $(FUZZ)
+.build/fuzz/%: hostile/fuzz.cpp $(FUZZED)
+	@$(FUZZ_CXX) -DTARGET=$* -Wno-unused-function -c $< -o $@.o
+	@$(FUZZ_CXX) -fsanitize=fuzzer,$(SANITIZERS) $(FUZZED) $@.o -o $@
+.build/fuzz/core/%.o: native/core/%.cpp $(wildcard native/core/*.hpp)
+	@mkdir -p $(@D) && $(FUZZ_CXX) -fsanitize=fuzzer-no-link,$(SANITIZERS) -c $< -o $@
+.build/fuzz/core/utf8.cpp: native/core/utf8.hpp
+	@mkdir -p $(@D) && printf '#include "core/utf8.hpp"\nbool is_utf8_with_sanitizers(std::string_view text) { %s }\n' \
+	  'return tarnel::core::is_utf8(text);' >$@
+.build/fuzz/core/utf8.o: .build/fuzz/core/utf8.cpp
+	@$(FUZZ_CXX) -fsanitize=fuzzer-no-link,$(SANITIZERS) -c $< -o $@
+
+# $(call variant,name,arguments for CMake,environment): the module built in another way, in a copy of the package. It is used by the
+# interpreter itself, for in .venv the editable package would be found first.
+define variant
+@echo "Building for $(1)"
+@rm -rf .build/$(1)/site && mkdir -p .build/$(1)/site && cp -r src/muvad_tarnel .build/$(1)/site
+@for arguments in "-S . -B .build/$(1)/build -G Ninja -DPython_EXECUTABLE=$(CURDIR)/$(PY) -DTARNEL_WERROR=ON $(2)" \
+  "--build .build/$(1)/build" "--install .build/$(1)/build --prefix .build/$(1)/site --component extension"; do \
+  $(3) $(WITH_VENV) cmake $$arguments >.build/$(1)/log 2>&1 || { cat .build/$(1)/log; exit 1; }; done
+endef
+with_variant = PYTHONPATH=$(CURDIR)/.build/$(1)/site:$(CURDIR)/$(VENV)/lib/python3.12/site-packages
+BASE_PY      = $$($(PY) -c 'import sys; print(sys._base_executable)')
+TEST_MODULE  = $(BASE_PY) -m pytest -p xdist -n 2 -q tests/test_*.py $(ARGS)
+
+# AddressSanitizer has to be loaded first, and with it the C++ library whose exceptions it sees. What the interpreter
+# itself keeps at its end is no leak of the module's.
+.PHONY: sanitize
+sanitize: $(ENVIRONMENT)
+	$(call variant,sanitize,-DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNEL_SANITIZE=address$(comma)undefined)
+	@$(call with_variant,sanitize) PYTHONMALLOC=malloc \
+	  LD_PRELOAD="$$(g++ -print-file-name=libasan.so) $$(g++ -print-file-name=libstdc++.so)" \
+	  ASAN_OPTIONS=detect_leaks=0:allocator_may_return_null=1 UBSAN_OPTIONS=halt_on_error=1:print_stacktrace=1 \
+	  $(TEST_MODULE)
+comma := ,
+
+# Which lines of the native code the tests run.
+COVERAGE := .build/coverage
+.PHONY: coverage
+coverage: $(ENVIRONMENT) $(COVERAGE)/.environment
+	$(call variant,coverage,-DCMAKE_BUILD_TYPE=Debug,CXXFLAGS="--coverage -fprofile-update=atomic")
+	@find $(COVERAGE)/build -name '*.gcda' -delete
+	@$(call with_variant,coverage) $(TEST_MODULE)
+	@$(COVERAGE)/bin/gcovr --root . --filter native/ --object-directory $(COVERAGE)/build --merge-lines \
+	  --exclude-throw-branches --txt --fail-under-line 95 $(COVERAGE)/build/CMakeFiles/*.dir
 
 .PHONY: embedding
 embedding: $(ENVIRONMENT)

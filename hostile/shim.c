@@ -1,5 +1,5 @@
-// Preloaded into the interpreter: fails, shortens, interrupts or kills the n-th system call on a path, and fails the
-// n-th allocation of the extension's C++ code. Does nothing until it is told to; shim.py steers it.
+// Preloaded into the interpreter: fails, shortens, interrupts, kills or delays the n-th system call on a path, and
+// fails the n-th allocation of the extension's C++ code. Does nothing until it is told to; shim.py steers it.
 #define _GNU_SOURCE
 #include <dirent.h>
 #include <dlfcn.h>
@@ -15,7 +15,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-enum action { WATCH, FAIL, SHORTEN, INTERRUPT, KILL, KILL_AFTER };
+enum action { WATCH, FAIL, SHORTEN, INTERRUPT, KILL, KILL_AFTER, PAUSE };
 
 enum { descriptors = 256 };
 static char path_of[descriptors][PATH_MAX];
@@ -59,6 +59,7 @@ static int action_on(const char* call, const char* path) {
 static int stands_in(int action) {
     if (action == KILL) raise(SIGKILL);
     if (action == INTERRUPT) raise(rule.value);
+    if (action == PAUSE) usleep((useconds_t)rule.value * 1000);
     if (action == FAIL || action == INTERRUPT) errno = action == FAIL ? rule.value : EINTR;
     return action == FAIL || action == INTERRUPT;
 }

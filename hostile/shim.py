@@ -21,6 +21,7 @@ class Action(enum.IntEnum):
     INTERRUPT = 3  # raise that signal, and fail with EINTR
     KILL = 4  # before the call
     KILL_AFTER = 5  # after a transfer of so many bytes
+    PAUSE = 6  # for so many milliseconds, and then go on
 
 
 @dataclass(frozen=True)

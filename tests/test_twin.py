@@ -329,9 +329,9 @@ def test_results_and_files_are_alike_for_any_arguments(functions: tuple[str, ...
     compare(data.draw(any_calls(*functions)))
 
 
-@given(st.integers(1, 16), st.sampled_from([12, 12, 9, 3]), st.data())
+@given(st.integers(1, 16), st.sampled_from([12, 12, 9, 3, 2.5]), st.data())
 @examples(15)
-def test_plans_are_alike_for_many_directories(count: int, limit: int, data: st.DataObject) -> None:
+def test_plans_are_alike_for_many_directories(count: int, limit: float, data: st.DataObject) -> None:
     directories = [f"{number:x}" for number in range(count)]
     roots = st.lists(st.sampled_from(directories), min_size=1, max_size=9).map(tuple)
     records = data.draw(st.lists(st.builds(SimpleNamespace, skills_project_roots=roots), min_size=1, max_size=6))
