@@ -1,5 +1,6 @@
 """Agents, scopes, roots, and mistakes in naming them."""
 
+import re
 from dataclasses import replace
 from pathlib import Path
 
@@ -36,7 +37,6 @@ def test_a_moved_directory_is_installed_into(home: Path, tmp_path: Path) -> None
     for moved in (tmp_path / "away", home / "claude"):
         assert run_process("skill", "install", CLAUDE_CONFIG_DIR=str(moved)).returncode == 0
         assert holding_all(moved) == {"skills"}
-        assert run_process("skill", "status", "--check", CLAUDE_CONFIG_DIR=str(moved)).returncode == 0
         assert run_process("skill", "remove", str(moved / "skills"), CLAUDE_CONFIG_DIR=str(moved)).returncode == 0
         assert files(moved) == set()
 
@@ -59,15 +59,9 @@ def test_hints_name_the_project(tmp_path: Path) -> None:
 
 
 def test_agents_in_use_are_detected(home: Path) -> None:
-    for path in (
-        ".cursor/settings",
-        ".codeium/windsurf/memories",
-        ".gemini/skills/x",
-        ".agents/other",
-        ".pi/agent/skills",
-    ):
+    in_use = [".cursor/settings", ".codeium/windsurf/memories"]
+    for path in (*in_use, ".gemini/skills/x", ".agents/other", ".pi/agent/skills", ".deepagents/agent/skills"):
         (home / path).mkdir(parents=True)
-    (home / ".deepagents/agent/skills").mkdir(parents=True)
     result = run("install", "--detect")
     assert result.stderr == "note: detected: Cursor, Windsurf\n"
     assert holding_all(home) == {".cursor/skills", ".codeium/windsurf/skills"}
@@ -76,7 +70,6 @@ def test_agents_in_use_are_detected(home: Path) -> None:
 
 def test_detecting_nobody_is_a_failure() -> None:
     assert answer("install", "--detect", exit_code=1)["results"] == []
-    assert "no agent was detected" in run("status", "--detect").stderr
 
 
 @pytest.mark.parametrize(
@@ -84,13 +77,11 @@ def test_detecting_nobody_is_a_failure() -> None:
     [
         ("install --agent nobody", ["nobody", *AGENT_CONFIG]),
         ("install --all-agents --agent claude", ["--agent", "--all-agents", "--detect"]),
-        ("status --detect --all-agents", ["--agent", "--all-agents", "--detect"]),
         ("install --scope both", ["both", "user", "project"]),
         ("status --project missing", ["missing"]),
         ("instal", ["Did you mean 'install'?"]),
         ("install --agent coursor", ["Did you mean 'cursor'?"]),
         ("show tarnel-wikki", ["Did you mean 'tarnel-wiki'?"]),
-        ("install --scope projekt", ["Did you mean 'project'?"]),
         ("install --dryrun", ["--dry-run"]),
         ("uninstall", ["Did you mean 'remove'?"]),
         ("install claude", ["Did you mean '--agent claude'?"]),
@@ -109,9 +100,7 @@ def test_mistakes_are_named(home: Path, arguments: str, named: list[str]) -> Non
 def test_an_unusable_home_is_one_line(command: str, value: str) -> None:
     ran = run_process("skill", command, HOME=value)
     assert ran.returncode == 1
-    (line,) = ran.stderr.splitlines()
-    assert line.startswith("Error: ")
-    assert line.endswith(": set HOME to your home directory")
+    assert re.fullmatch("Error: .*: set HOME to your home directory\n", ran.stderr)
 
 
 def test_without_a_home_the_project_is_looked_at(project: Path, monkeypatch: pytest.MonkeyPatch) -> None:

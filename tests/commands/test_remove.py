@@ -3,11 +3,12 @@
 import errno
 import os
 from collections.abc import Callable
+from functools import partial
 from pathlib import Path
 from typing import Any
 
 import pytest
-from running import agents, answer, copy_in, files, holding_all, put, run
+from running import files, holding_all, put, run
 
 
 @pytest.mark.parametrize(
@@ -16,13 +17,11 @@ from running import agents, answer, copy_in, files, holding_all, put, run
         (".claude/skills", "home"),
         ("./.claude/skills/", "home"),
         (".claude/skills --scope user", "project"),
-        (".claude/skills --scope project", "home"),
         ("{home}/.claude/skills", "project"),
         ("~/.claude/skills .claude/skills", ""),
         ("../home/.claude/skills", "project"),
         ("", "project"),
         ("-C .", "home"),
-        ("-C . .claude/skills", "home"),
     ],
 )
 def test_a_directory_tells_its_scope(home: Path, project: Path, arguments: str, left: str) -> None:
@@ -67,33 +66,20 @@ def test_it_says_who_finds_a_skill_no_more(home: Path) -> None:
     shown = run("remove").stdout
     assert "Kiro no longer finds any skill at user scope." in shown
     assert "Claude Code and Cursor no longer find tarnel at user scope." in shown
-    assert "Amp" not in shown.partition("3 files")[2]
     assert "to install again:  muvad-tarnel skill install --scope user --agent claude --agent kiro\n" in shown
-
-
-def test_an_unreadable_neighbour_keeps_nothing_else(home: Path) -> None:
-    put(home, ".claude/skills", "unreadable", "tarnel")
-    put(home, ".claude/skills", "current", "tarnel-map", "tarnel-wiki")
-    said = answer("remove", exit_code=1)
-    assert [row["action"] for row in said["results"]] == ["failed", "remove", "remove"]
-    assert [error["path"] for error in said["errors"]] == [str(copy_in(home, ".claude/skills"))]
-    assert run("install", *agents("claude")).exit_code == 1
 
 
 def test_a_closed_directory_keeps_nothing_else(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
     closed = put(home, ".claude/skills").parents[1]
     put(home, ".kiro/skills")
 
-    def refusing(function: Callable[..., Any]) -> Callable[..., Any]:
-        def refuse(path: Any, *arguments: Any, **options: Any) -> Any:
-            if str(path).startswith(f"{closed}/"):
-                raise PermissionError(errno.EACCES, "Permission denied", str(path))
-            return function(path, *arguments, **options)
-
-        return refuse
+    def closing(function: Callable[..., Any], path: Any, *arguments: Any, **options: Any) -> Any:
+        if str(path).startswith(f"{closed}/"):
+            raise PermissionError(errno.EACCES, "Permission denied", str(path))
+        return function(path, *arguments, **options)
 
     for name in ("stat", "lstat"):
-        monkeypatch.setattr(os, name, refusing(getattr(os, name)))
+        monkeypatch.setattr(os, name, partial(closing, getattr(os, name)))
     result = run("remove")
     monkeypatch.undo()
     assert (result.exit_code, holding_all(home)) == (1, {".claude/skills"})

@@ -5,6 +5,7 @@ from pathlib import Path
 import pytest
 from running import agents, answer, copy_in, files, put, run
 
+from muvad_tarnel.setup.config import AGENT_CONFIG
 from muvad_tarnel.setup.skill import SKILL_TEMPLATES
 
 
@@ -13,7 +14,6 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
     [
         ("", "", 1, "install --scope user --agent claude"),
         ("user .cursor/skills current", "", 0, ""),
-        ("user .cursor/skills current", "--agent cursor", 0, ""),
         ("project .cursor/skills current", "--agent cursor", 0, ""),
         ("project .cursor/skills current", "--agent cursor --scope user", 1, "install --scope user --agent cursor"),
         ("user .cursor/skills current", "--agent claude --agent cursor", 1, "install --scope user --agent claude"),
@@ -45,9 +45,7 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
     assert len(finds["cursor", "tarnel-map"]) == 2
     everyone = {agent["agent"] for agent in answer("status")["agents"]}
-    assert {"claude", "cursor", "amp", "warp"} <= everyone
-    assert "kiro" not in everyone
-    assert "tarnel-map: twice: " in run("status", *agents("cursor")).stdout
+    assert {"claude", "cursor", "amp", "warp"} <= everyone <= {*AGENT_CONFIG} - {"kiro"}
 
 
 @pytest.mark.parametrize(
@@ -107,15 +105,6 @@ def test_the_two_ways_out_are_alternatives(home: Path, project: Path) -> None:
     put(project, ".claude/skills", "outdated", "tarnel")
     (hint,) = answer("shadowed")["advice"]
     run(*hint["command"][2:])
-    (row,) = answer("shadowed")["results"]
-    assert (row["ways_out"][0]["command"], row["ways_out"][0]["problem"]) == (None, "edited")
     shown = run("shadowed").stdout
     assert f"Either remove the user copy:\n    {copy_in(home, '.claude/skills')}: edited" in shown
     assert "Or remove the project copy (10 agents would lose it in other clones of this repository):\n" in shown
-
-
-def test_detected_agents_count(home: Path) -> None:
-    (home / ".codeium/windsurf/memories").mkdir(parents=True)
-    assert "windsurf" in answer("status")["advice"][0]["command"]
-    put(home, ".kiro/skills")
-    assert "Windsurf  nowhere" in run("status", "--scope", "user").stdout
