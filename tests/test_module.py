@@ -1,15 +1,13 @@
-"""The module as a module: how it is imported, what it holds, and what the file that it lies in shows."""
+"""The module as a module: how it is imported, what it holds, and what its file exports."""
 
 import builtins
 import contextlib
 import hashlib
 import importlib.metadata
-import re
 import shutil
 import subprocess
 import sys
 from collections.abc import Callable
-from pathlib import Path
 from typing import Any
 
 import pytest
@@ -18,20 +16,6 @@ import muvad_tarnel
 import plain_skill
 from fresh_module import NAME, fresh_module
 from muvad_tarnel.setup import config, skill
-
-NATIVE_SOURCES = Path(__file__).parents[1] / "native"
-
-
-def have_imports_met(patch: pytest.MonkeyPatch, meet: Callable[..., object]) -> None:
-    """Have `meet` called with all that the module gives to the import function, before each import."""
-
-    def meeting(name: str, namespace: dict[str, object], *rest: Any) -> object:
-        if namespace["__name__"] == NAME:
-            meet(name, namespace, *rest)
-        return original(name, namespace, *rest)
-
-    original = builtins.__import__
-    patch.setattr(builtins, "__import__", meeting)
 
 
 def fail_at_the_table(patch: pytest.MonkeyPatch) -> None:
@@ -44,10 +28,6 @@ HOSTS: dict[str, Callable[[pytest.MonkeyPatch], None]] = {
     "without the table": lambda patch: patch.delattr(config, "AGENT_CONFIG"),
     "without the table's module": lambda patch: patch.setitem(sys.modules, config.__name__, None),
     "that fails": fail_at_the_table,
-    "that takes names": lambda patch: have_imports_met(patch, lambda _, namespace, *rest: namespace.pop("re", rest)),
-    "that takes the import function": lambda patch: have_imports_met(
-        patch, lambda *_: patch.delattr(builtins, "__import__")
-    ),
 }
 
 
@@ -66,11 +46,13 @@ class TestImport:
         assert errors[0] == errors[1]
 
     def test_goes_through_the_import_function_that_is_in_place(self, monkeypatch: pytest.MonkeyPatch) -> None:
-        def note(name: str, namespace: object, local_namespace: object, *rest: object) -> None:
-            calls.append((name, local_namespace is namespace, *rest))
+        def note(name: str, namespace: dict[str, object], local_namespace: object, *rest: Any) -> object:
+            if namespace["__name__"] == NAME:
+                calls.append((name, local_namespace is namespace, *rest))
+            return original(name, namespace, local_namespace, *rest)
 
-        have_imports_met(monkeypatch, note)
-        calls: list[tuple[object, ...]] = []
+        original, calls = builtins.__import__, list[tuple[object, ...]]()
+        monkeypatch.setattr(builtins, "__import__", note)
         fresh_module(str(plain_skill.__file__))
         expected, calls = calls, []
         fresh_module(skill.__file__)
@@ -106,22 +88,3 @@ def test_the_extension_exports_its_entry_alone() -> None:
     command = ["nm", "-D", "--defined-only", skill.__file__]
     listing = subprocess.run(command, capture_output=True, text=True, check=True).stdout
     assert [line.split()[-1] for line in listing.splitlines()] == ["PyInit_skill"]
-
-
-def test_the_native_layers_include_only_what_lies_below_them() -> None:
-    below = {
-        "core": {"core"},
-        "disk": {"disk"},
-        "runtime": {"runtime"},
-        "python": {"python", "runtime", "disk", "core"},
-        "skill": {"skill", "python", "disk", "core"},
-    }
-    sources = [path for path in NATIVE_SOURCES.glob("*/*") if path.suffix in {".cpp", ".hpp"}]
-    assert {path.parent.name for path in sources} >= {"core", "python", "skill"}
-    for source in sources:
-        layer = source.parent.name
-        for opening, name in re.findall(r'^\s*#\s*include\s*([<"])([^">]+)', source.read_text(), re.MULTILINE):
-            if opening == '"' and name != "embedded_documents.inc":  # which the build makes
-                assert name.split("/")[0] in below[layer], f"{layer}/{source.name} includes {name}"
-            elif opening == "<" and layer == "core":
-                assert re.fullmatch(r"\w+", name), f"{layer}/{source.name} needs more than the C++ standard library"

@@ -44,14 +44,6 @@ def test_each_skill_goes_beside_the_others(home: Path) -> None:
     assert copy_in(home, ".gemini/skills", "tarnel-map").read_text() == "my own skill\n"
 
 
-def test_those_who_need_nothing_are_told(home: Path) -> None:
-    put(home, ".claude/skills")
-    assert f"Cursor already finds every skill in {home}/.claude/skills." in run("install", *agents("cursor")).stdout
-    places = f"twice: in {home}/.agents/skills and {home}/.claude/skills.\n"
-    assert f"Cursor finds every skill {places}" in run("install", *agents("cursor", "zed")).stdout
-    assert "to fix" not in run("install", *agents("cursor")).stdout, "both are needed"
-
-
 def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> None:
     put(home, ".claude/skills", "outdated", "tarnel")
     put(home, ".gemini/skills", "outdated", "tarnel")

@@ -103,14 +103,6 @@ def test_an_unusable_home_is_one_line(command: str, value: str) -> None:
     assert re.fullmatch("Error: .*: set HOME to your home directory\n", ran.stderr)
 
 
-def test_without_a_home_the_project_is_looked_at(project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
-    put(project, ".claude/skills")
-    monkeypatch.setenv("HOME", "")
-    said = answer("status", exit_code=1)
-    assert {result["state"] for result in said["results"]} == {"current"}
-    assert run("status", "--scope", "project").exit_code == 0
-
-
 def test_a_current_directory_that_is_gone(project: Path) -> None:
     project.rmdir()
     result = run("install", "--scope", "project")

@@ -31,7 +31,6 @@ def answer(*arguments: str, exit_code: int = 0) -> dict[str, Any]:
 
 
 def run_process(*arguments: str, **environment: str) -> subprocess.CompletedProcess[str]:
-    """Run `muvad-tarnel` as a program, its output in pipes."""
     return run_in_shell(f"$TARNEL {shlex.join(arguments)}", **environment)
 
 
@@ -43,19 +42,16 @@ def run_in_shell(line: str, **environment: str) -> subprocess.CompletedProcess[s
 
 
 def run_on_terminal(*arguments: str, columns: int = 80, **environment: str) -> Screen:
-    """Run `muvad-tarnel` on a terminal of that width."""
     variables = {name: value for name, value in os.environ.items() if name not in ("COLUMNS", "LINES", "NO_COLOR")}
     variables |= {"TERM": "xterm-256color", "PYTHONIOENCODING": "utf-8"} | environment
     return terminal.run_on_terminal([*COMMAND, *arguments], variables, columns)
 
 
 def agents(*keys: str) -> list[str]:
-    """The options that name agents."""
     return [word for key in keys for word in ("--agent", key)]
 
 
 def copy_in(root: Path, directory: str, name: str = "tarnel") -> Path:
-    """The path of a skill's copy."""
     return root / directory / name / "SKILL.md"
 
 
