@@ -7,7 +7,6 @@ import importlib.metadata
 import shutil
 import subprocess
 import sys
-from collections.abc import Callable
 from typing import Any
 
 import pytest
@@ -18,53 +17,42 @@ from fresh_module import NAME, fresh_module
 from muvad_tarnel.setup import config, skill
 
 
-def fail_at_the_table(patch: pytest.MonkeyPatch) -> None:
-    patch.delattr(config, "AGENT_CONFIG")
-    patch.setattr(config, "__getattr__", lambda _: 1 / 0, raising=False)
+@pytest.mark.parametrize("lacks_module", [False, True])
+def test_the_import_fails_as_the_twins_does_without_a_table(
+    monkeypatch: pytest.MonkeyPatch, *, lacks_module: bool
+) -> None:
+    monkeypatch.delattr(config, "AGENT_CONFIG")
+    monkeypatch.setitem(sys.modules, config.__name__, None if lacks_module else config)
+    details: list[object] = []
+    for module in (skill, plain_skill):
+        with pytest.raises(ImportError) as caught:
+            fresh_module(str(module.__file__))
+        error = caught.value
+        details.append((type(error), str(error), error.name, error.path, error.name_from))
+    assert details[0] == details[1]
 
 
-# Each fails the import in another place.
-HOSTS: dict[str, Callable[[pytest.MonkeyPatch], None]] = {
-    "without the table": lambda patch: patch.delattr(config, "AGENT_CONFIG"),
-    "without the table's module": lambda patch: patch.setitem(sys.modules, config.__name__, None),
-    "that fails": fail_at_the_table,
-}
+def test_the_import_goes_through_the_import_function_that_is_in_place(monkeypatch: pytest.MonkeyPatch) -> None:
+    def note(name: str, namespace: dict[str, object], local_namespace: Any, *rest: Any) -> object:
+        if namespace["__name__"] == NAME:
+            calls.append((name, local_namespace is namespace, *rest))
+        return original(name, namespace, local_namespace, *rest)
+
+    original, calls = builtins.__import__, list[tuple[object, ...]]()
+    monkeypatch.setattr(builtins, "__import__", note)
+    fresh_module(str(plain_skill.__file__))
+    expected, calls = calls, []
+    fresh_module(skill.__file__)
+    assert calls == expected != []
 
 
-class TestImport:
-    @pytest.mark.parametrize("host", HOSTS)
-    def test_fails_as_the_twins_does_in_a_host(self, host: str, monkeypatch: pytest.MonkeyPatch) -> None:
-        errors: list[tuple[object, ...]] = []
-        for module in (skill, plain_skill):
-            with monkeypatch.context() as patch:
-                HOSTS[host](patch)
-                try:
-                    fresh_module(str(module.__file__))
-                except (ImportError, NameError, ZeroDivisionError) as error:
-                    details = [getattr(error, name, None) for name in ("name", "path", "name_from")]
-                    errors.append((type(error), str(error), *details))
-        assert errors[0] == errors[1]
-
-    def test_goes_through_the_import_function_that_is_in_place(self, monkeypatch: pytest.MonkeyPatch) -> None:
-        def note(name: str, namespace: dict[str, object], local_namespace: object, *rest: Any) -> object:
-            if namespace["__name__"] == NAME:
-                calls.append((name, local_namespace is namespace, *rest))
-            return original(name, namespace, local_namespace, *rest)
-
-        original, calls = builtins.__import__, list[tuple[object, ...]]()
-        monkeypatch.setattr(builtins, "__import__", note)
-        fresh_module(str(plain_skill.__file__))
-        expected, calls = calls, []
-        fresh_module(skill.__file__)
-        assert calls == expected != []
-
-    def test_once_more_gives_a_namespace_of_its_own(self) -> None:
-        first, second = (fresh_module(skill.__file__) for _ in range(2))
-        assert first.SkillResult is not second.SkillResult
-        first.SKILL_TEMPLATES["tarnel"] = "first {version}"
-        assert first.render_skill_md("1") == "first 1"
-        assert second.render_skill_md("1") == skill.render_skill_md("1")
-        assert {id(function.__globals__) for function in (second._score, second.install_skill)} == {id(vars(second))}
+def test_importing_once_more_gives_a_namespace_of_its_own() -> None:
+    first, second = (fresh_module(skill.__file__) for _ in range(2))
+    assert first.SkillResult is not second.SkillResult
+    first.SKILL_TEMPLATES["tarnel"] = "first {version}"
+    assert first.render_skill_md("1") == "first 1"
+    assert second.render_skill_md("1") == skill.render_skill_md("1")
+    assert {id(function.__globals__) for function in (second._score, second.install_skill)} == {id(vars(second))}
 
 
 def test_the_documents_are_those_that_were_agreed() -> None:

@@ -27,17 +27,8 @@ UV = {
 def run(*command: str | Path, **environment: str) -> str:
     # Nothing of the machine's own settings but where its programs are.
     path = os.pathsep.join([str(PROGRAMS), os.environ["PATH"]])
-    done = subprocess.run(
-        [str(part) for part in command],
-        env={"PATH": path, "HOME": os.environ["HOME"], "LANG": "C.UTF-8", **environment},
-        stdin=subprocess.DEVNULL,
-        capture_output=True,
-        text=True,
-        check=False,
-        timeout=120,
-    )
-    assert done.returncode == 0, done.stderr
-    return done.stdout
+    clean = {"PATH": path, "HOME": os.environ["HOME"], "LANG": "C.UTF-8", **environment}
+    return subprocess.check_output(command, env=clean, stdin=subprocess.DEVNULL, text=True, timeout=120)
 
 
 def test_uv_installs_the_command_line_as_a_tool_and_takes_it_away(home: Path, project: Path) -> None:

@@ -41,16 +41,6 @@ def test_a_row_reads_without_colour(home: Path) -> None:
     )
 
 
-@pytest.mark.parametrize("columns", [60, 70, 100])
-def test_a_result_stands_beside_its_skill(home: Path, columns: int) -> None:
-    put(home, ".claude/skills")
-    with copy_in(home, ".claude/skills", "tarnel-map").open("a") as edited:
-        edited.write("more")
-    text = run_on_terminal("skill", "remove", "--dry-run", "--color", "never", columns=columns).text
-    before = text[: text.index("\N{BALLOT X}")]
-    assert re.findall(r"tarnel[-\w]*", before)[-1] == "tarnel-map"
-
-
 @pytest.mark.parametrize(
     ("options", "environment", "is_coloured"),
     [
