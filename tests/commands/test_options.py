@@ -22,6 +22,7 @@ def test_the_project_is_found_upward(project: Path, monkeypatch: pytest.MonkeyPa
     result = run("install", "--scope", "project")
     assert holding_all(project / root) == {".claude/skills"}
     assert (str(project / root) in result.stderr) is (git != "absent")
+    assert run("install", "--scope", "project", "--quiet").stderr == ""
 
 
 def test_a_moved_directory_is_installed_into(home: Path, tmp_path: Path) -> None:

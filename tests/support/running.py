@@ -31,7 +31,7 @@ def answer(*arguments: str, exit_code: int = 0) -> dict[str, Any]:
 
 
 def run_process(*arguments: str, **environment: str) -> subprocess.CompletedProcess[str]:
-    return run_in_shell(f"$TARNEL {shlex.join(arguments)}", **environment)
+    return run_in_shell(shlex.join([*COMMAND, *arguments]), **environment)
 
 
 def run_in_shell(line: str, **environment: str) -> subprocess.CompletedProcess[str]:
