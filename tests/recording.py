@@ -1,8 +1,4 @@
-"""Objects that report what is done to them, for comparing two implementations step by step.
-
-Two implementations do the same if, given equal objects, they take equal steps to equal ends. A recorder numbers the
-steps, and can let any of them fail or answer differently.
-"""
+"""Objects that report what is done to them: two implementations do the same if they take equal steps to equal ends."""
 
 import operator
 import os
@@ -39,24 +35,20 @@ class Failure:
 
 
 @dataclass(frozen=True)
-class Watched:
+class Description:
+    value: Any
+
+
+class Watched(Description):
     """A value behind a witness."""
 
-    value: Any
 
-
-@dataclass(frozen=True)
-class Subclassed:
+class Subclassed(Description):
     """A text, tuple, list or dict of a subclass that reports the use of its methods."""
 
-    value: Any
 
-
-@dataclass(frozen=True)
-class OneShot:
+class OneShot(Description):
     """An iterator over the values."""
-
-    values: tuple[Any, ...]
 
 
 @dataclass
@@ -107,7 +99,7 @@ class Recorder:
                 value = REPORTING[type(value.value)](self.build(value.value))
                 value.recorder = self
             case OneShot():
-                value = iter([self.build(item) for item in value.values])
+                value = iter([self.build(item) for item in value.value])
             case SimpleNamespace():
                 value = SimpleNamespace(**self.build(vars(value)))
             case tuple() | list():
@@ -127,9 +119,7 @@ class Witness:
     __slots__ = ("_label", "_recorder", "_target")
 
     def __init__(self, recorder: Recorder, label: str, target: Any) -> None:
-        self._recorder = recorder
-        self._label = label
-        self._target = target
+        self._recorder, self._label, self._target = recorder, label, target
 
     def __getattr__(self, name: str) -> Any:
         return self._recorder.step(f"{self._label}.{name}", (), {}, lambda: getattr(self._target, name), wrap=True)

@@ -1,15 +1,12 @@
-"""The module as a module: how it is imported, what it holds, and what the file that it lies in shows."""
+"""The module as a module: how it is imported, what it holds, and what its file exports."""
 
 import builtins
 import contextlib
 import hashlib
 import importlib.metadata
-import re
 import shutil
 import subprocess
 import sys
-from collections.abc import Callable
-from pathlib import Path
 from typing import Any
 
 import pytest
@@ -19,70 +16,43 @@ import plain_skill
 from fresh_module import NAME, fresh_module
 from muvad_tarnel.setup import config, skill
 
-NATIVE_SOURCES = Path(__file__).parents[1] / "native"
+
+@pytest.mark.parametrize("lacks_module", [False, True])
+def test_the_import_fails_as_the_twins_does_without_a_table(
+    monkeypatch: pytest.MonkeyPatch, *, lacks_module: bool
+) -> None:
+    monkeypatch.delattr(config, "AGENT_CONFIG")
+    monkeypatch.setitem(sys.modules, config.__name__, None if lacks_module else config)
+    details: list[object] = []
+    for module in (skill, plain_skill):
+        with pytest.raises(ImportError) as caught:
+            fresh_module(str(module.__file__))
+        error = caught.value
+        details.append((type(error), str(error), error.name, error.path, error.name_from))
+    assert details[0] == details[1]
 
 
-def have_imports_met(patch: pytest.MonkeyPatch, meet: Callable[..., object]) -> None:
-    """Have `meet` called with all that the module gives to the import function, before each import."""
-
-    def meeting(name: str, namespace: dict[str, object], *rest: Any) -> object:
+def test_the_import_goes_through_the_import_function_that_is_in_place(monkeypatch: pytest.MonkeyPatch) -> None:
+    def note(name: str, namespace: dict[str, object], local_namespace: Any, *rest: Any) -> object:
         if namespace["__name__"] == NAME:
-            meet(name, namespace, *rest)
-        return original(name, namespace, *rest)
-
-    original = builtins.__import__
-    patch.setattr(builtins, "__import__", meeting)
-
-
-def fail_at_the_table(patch: pytest.MonkeyPatch) -> None:
-    patch.delattr(config, "AGENT_CONFIG")
-    patch.setattr(config, "__getattr__", lambda _: 1 / 0, raising=False)
-
-
-# Each fails the import in another place.
-HOSTS: dict[str, Callable[[pytest.MonkeyPatch], None]] = {
-    "without the table": lambda patch: patch.delattr(config, "AGENT_CONFIG"),
-    "without the table's module": lambda patch: patch.setitem(sys.modules, config.__name__, None),
-    "that fails": fail_at_the_table,
-    "that takes names": lambda patch: have_imports_met(patch, lambda _, namespace, *rest: namespace.pop("re", rest)),
-    "that takes the import function": lambda patch: have_imports_met(
-        patch, lambda *_: patch.delattr(builtins, "__import__")
-    ),
-}
-
-
-class TestImport:
-    @pytest.mark.parametrize("host", HOSTS)
-    def test_fails_as_the_twins_does_in_a_host(self, host: str, monkeypatch: pytest.MonkeyPatch) -> None:
-        errors: list[tuple[object, ...]] = []
-        for module in (skill, plain_skill):
-            with monkeypatch.context() as patch:
-                HOSTS[host](patch)
-                try:
-                    fresh_module(str(module.__file__))
-                except (ImportError, NameError, ZeroDivisionError) as error:
-                    details = [getattr(error, name, None) for name in ("name", "path", "name_from")]
-                    errors.append((type(error), str(error), *details))
-        assert errors[0] == errors[1]
-
-    def test_goes_through_the_import_function_that_is_in_place(self, monkeypatch: pytest.MonkeyPatch) -> None:
-        def note(name: str, namespace: object, local_namespace: object, *rest: object) -> None:
             calls.append((name, local_namespace is namespace, *rest))
+        return original(name, namespace, local_namespace, *rest)
 
-        have_imports_met(monkeypatch, note)
-        calls: list[tuple[object, ...]] = []
-        fresh_module(str(plain_skill.__file__))
-        expected, calls = calls, []
-        fresh_module(skill.__file__)
-        assert calls == expected != []
+    original, calls = builtins.__import__, list[tuple[object, ...]]()
+    monkeypatch.setattr(builtins, "__import__", note)
+    fresh_module(str(plain_skill.__file__))
+    expected, calls = calls, []
+    fresh_module(skill.__file__)
+    assert calls == expected != []
 
-    def test_once_more_gives_a_namespace_of_its_own(self) -> None:
-        first, second = (fresh_module(skill.__file__) for _ in range(2))
-        assert first.SkillResult is not second.SkillResult
-        first.SKILL_TEMPLATES["tarnel"] = "first {version}"
-        assert first.render_skill_md("1") == "first 1"
-        assert second.render_skill_md("1") == skill.render_skill_md("1")
-        assert {id(function.__globals__) for function in (second._score, second.install_skill)} == {id(vars(second))}
+
+def test_importing_once_more_gives_a_namespace_of_its_own() -> None:
+    first, second = (fresh_module(skill.__file__) for _ in range(2))
+    assert first.SkillResult is not second.SkillResult
+    first.SKILL_TEMPLATES["tarnel"] = "first {version}"
+    assert first.render_skill_md("1") == "first 1"
+    assert second.render_skill_md("1") == skill.render_skill_md("1")
+    assert {id(function.__globals__) for function in (second._score, second.install_skill)} == {id(vars(second))}
 
 
 def test_the_documents_are_those_that_were_agreed() -> None:
@@ -106,22 +76,3 @@ def test_the_extension_exports_its_entry_alone() -> None:
     command = ["nm", "-D", "--defined-only", skill.__file__]
     listing = subprocess.run(command, capture_output=True, text=True, check=True).stdout
     assert [line.split()[-1] for line in listing.splitlines()] == ["PyInit_skill"]
-
-
-def test_the_native_layers_include_only_what_lies_below_them() -> None:
-    below = {
-        "core": {"core"},
-        "disk": {"disk"},
-        "runtime": {"runtime"},
-        "python": {"python", "runtime", "disk", "core"},
-        "skill": {"skill", "python", "disk", "core"},
-    }
-    sources = [path for path in NATIVE_SOURCES.glob("*/*") if path.suffix in {".cpp", ".hpp"}]
-    assert {path.parent.name for path in sources} >= {"core", "python", "skill"}
-    for source in sources:
-        layer = source.parent.name
-        for opening, name in re.findall(r'^\s*#\s*include\s*([<"])([^">]+)', source.read_text(), re.MULTILINE):
-            if opening == '"' and name != "embedded_documents.inc":  # which the build makes
-                assert name.split("/")[0] in below[layer], f"{layer}/{source.name} includes {name}"
-            elif opening == "<" and layer == "core":
-                assert re.fullmatch(r"\w+", name), f"{layer}/{source.name} needs more than the C++ standard library"

@@ -1,32 +1,42 @@
-"""Imports point downwards only."""
+"""Imports and includes point downwards only."""
 
 import ast
+import re
 from pathlib import Path
 
-import pytest
-
-SOURCE = Path(__file__).resolve().parents[1] / "src/muvad_tarnel"
+ROOT = Path(__file__).resolve().parents[1]
 LAYERS = ["cli", "commands", "hints", "planning", "installed", "roots", "output", "failure", "setup"]
-COMMANDS = {path.stem for path in (SOURCE / "commands").glob("*.py")}
 SHARED = {"changes", "options", "request", "running", "spelling", "wording", "__init__"}
+OUTPUT = {"report": 0, "text": 0, "plain": 1, "terminal": 1, "console": 2}
 
 
-@pytest.mark.parametrize("path", sorted(SOURCE.rglob("*.py")), ids=lambda path: path.relative_to(SOURCE).as_posix())
-def test_imports_point_downwards(path: Path) -> None:
-    own = path.relative_to(SOURCE).with_suffix("").parts
-    if own[0] not in LAYERS:
-        return
-    for node in ast.walk(ast.parse(path.read_text())):
-        module = (node.module or "") if isinstance(node, ast.ImportFrom) else ""
-        parts = module.removeprefix("muvad_tarnel.").split(".")
-        if not module.startswith("muvad_tarnel."):
-            assert own[0] not in ("installed", "hints", "planning") or not module.startswith(("click", "rich"))
-            continue
-        assert LAYERS.index(parts[0]) >= LAYERS.index(own[0])
-        assert own[0] != "output" or parts[0] in ("output", "failure")
-        assert parts[0] != "commands" or len(parts) == 1 or parts[1] in SHARED
-    names = {"console": 2, "plain": 1, "terminal": 1, "report": 0, "text": 0}
-    if own[0] == "output" and own[1] in names:
-        imported = [node.module for node in ast.walk(ast.parse(path.read_text())) if isinstance(node, ast.ImportFrom)]
-        below = [m.rpartition(".")[2] for m in imported if m and m.startswith("muvad_tarnel.output.")]
-        assert all(names[name] < names[own[1]] for name in below)
+def test_imports_point_downwards() -> None:
+    source = ROOT / "src/muvad_tarnel"
+    for path in source.rglob("*.py"):
+        own, *inner = path.relative_to(source).with_suffix("").parts
+        nodes = ast.walk(ast.parse(path.read_text())) if own in LAYERS else []
+        for node in nodes:
+            module = (node.module or "") if isinstance(node, ast.ImportFrom) else ""
+            package, _, rest = module.partition(".")
+            if package != "muvad_tarnel" or not rest:
+                assert own not in ("installed", "hints", "planning") or package not in ("click", "rich"), path
+                continue
+            layer, *names = rest.split(".")
+            assert LAYERS.index(layer) >= LAYERS.index(own), path
+            assert layer != "commands" or not names or names[0] in SHARED, path
+            assert own != "output" or layer in ("output", "failure"), path
+            assert own != layer or own != "output" or OUTPUT[names[0]] < OUTPUT[inner[0]], path
+
+
+def test_native_layers_include_only_what_lies_below_them() -> None:
+    below = {"core": "core", "disk": "disk", "runtime": "runtime", "python": "python runtime disk core"}
+    below["skill"] = "skill python disk core"
+    sources = [path for path in ROOT.glob("native/*/*") if path.suffix in {".cpp", ".hpp"}]
+    assert {path.parent.name for path in sources} == set(below)
+    for source in sources:
+        layer = source.parent.name
+        for opening, name in re.findall(r'^\s*#\s*include\s*([<"])([^">]+)', source.read_text(), re.MULTILINE):
+            if opening == '"' and name != "embedded_documents.inc":  # which the build makes
+                assert name.split("/")[0] in below[layer].split(), f"{layer}/{source.name} includes {name}"
+            elif opening == "<" and layer == "core":
+                assert re.fullmatch(r"\w+", name), f"{layer}/{source.name} needs more than the C++ standard library"

@@ -1,8 +1,4 @@
-"""The wheel in the hands of the programs that people install command lines with.
-
-They find the wheel's requirements in the folder that TARNEL_WHEELHOUSE names, and nothing elsewhere, so that what is
-tested is the wheel and not the network.
-"""
+"""The wheel and the programs that people install command lines with, which find all they need in TARNEL_WHEELHOUSE."""
 
 import os
 import subprocess
@@ -31,17 +27,8 @@ UV = {
 def run(*command: str | Path, **environment: str) -> str:
     # Nothing of the machine's own settings but where its programs are.
     path = os.pathsep.join([str(PROGRAMS), os.environ["PATH"]])
-    done = subprocess.run(
-        [str(part) for part in command],
-        env={"PATH": path, "HOME": os.environ["HOME"], "LANG": "C.UTF-8", **environment},
-        stdin=subprocess.DEVNULL,
-        capture_output=True,
-        text=True,
-        check=False,
-        timeout=120,
-    )
-    assert done.returncode == 0, done.stderr
-    return done.stdout
+    clean = {"PATH": path, "HOME": os.environ["HOME"], "LANG": "C.UTF-8", **environment}
+    return subprocess.check_output(command, env=clean, stdin=subprocess.DEVNULL, text=True, timeout=120)
 
 
 def test_uv_installs_the_command_line_as_a_tool_and_takes_it_away(home: Path, project: Path) -> None:
@@ -49,20 +36,13 @@ def test_uv_installs_the_command_line_as_a_tool_and_takes_it_away(home: Path, pr
     program = home / ".local/bin/muvad-tarnel"
     assert run(program, "--version") == f"muvad-tarnel {__version__}\n"
     run(program, "skill", "install", "--scope", "project", "--project", project)
-    assert sorted(path.parent.name for path in project.glob(".claude/skills/*/SKILL.md")) == [
-        "tarnel",
-        "tarnel-map",
-        "tarnel-wiki",
-    ]
+    assert len([*project.glob(".claude/skills/*/SKILL.md")]) == 3
     run(PROGRAMS / "uv", "tool", "uninstall", "muvad-tarnel", **UV)
     assert not program.exists()
 
 
-def test_uvx_runs_the_command_line_from_the_wheel() -> None:
-    assert run(PROGRAMS / "uvx", "--from", WHEEL, "muvad-tarnel", "--version", **UV) == f"muvad-tarnel {__version__}\n"
-
-
-@pytest.mark.parametrize("backend", ["pip", "uv"])
-def test_pipx_runs_the_command_line_from_the_wheel(backend: str) -> None:
-    pipx = (PROGRAMS / "pipx", "run", "--backend", backend)
-    assert run(*pipx, "--spec", WHEEL, "muvad-tarnel", "--version", **PIP, **UV) == f"muvad-tarnel {__version__}\n"
+@pytest.mark.parametrize("runner", ["uvx --from", "pipx run --backend pip --spec", "pipx run --backend uv --spec"])
+def test_runners_run_the_command_line_from_the_wheel(runner: str) -> None:
+    program, *options = runner.split()
+    shown = run(PROGRAMS / program, *options, WHEEL, "muvad-tarnel", "--version", **PIP, **UV)
+    assert shown == f"muvad-tarnel {__version__}\n"

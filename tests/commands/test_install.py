@@ -8,13 +8,6 @@ from running import agents, answer, copy_in, files, holding_all, put, run
 from muvad_tarnel.setup.skill import SKILL_TEMPLATES
 
 
-def test_a_second_run_changes_nothing(home: Path) -> None:
-    assert run("install").stdout.endswith("3 files written.\n")
-    times = [copy_in(home, ".claude/skills", name).stat().st_mtime_ns for name in SKILL_TEMPLATES]
-    assert "3 copies already up to date." in run("install").stdout
-    assert times == [copy_in(home, ".claude/skills", name).stat().st_mtime_ns for name in SKILL_TEMPLATES]
-
-
 @pytest.mark.parametrize(
     ("there", "asked", "scope", "written"),
     [
@@ -40,7 +33,7 @@ def test_what_is_there_counts(
     assert holding_all(root) - {there} == planned == written
     assert said["advice"] == []
     assert all(len(found["paths"]) == 1 for agent in said["agents"] for found in agent["finds"])
-    assert ("already" in run("install", *ask).stdout) is True
+    assert "already" in run("install", *ask).stdout
 
 
 def test_each_skill_goes_beside_the_others(home: Path) -> None:
@@ -51,26 +44,19 @@ def test_each_skill_goes_beside_the_others(home: Path) -> None:
     assert copy_in(home, ".gemini/skills", "tarnel-map").read_text() == "my own skill\n"
 
 
-def test_those_who_need_nothing_are_told(home: Path) -> None:
-    put(home, ".claude/skills")
-    assert f"Cursor already finds every skill in {home}/.claude/skills." in run("install", *agents("cursor")).stdout
-    places = f"twice: in {home}/.agents/skills and {home}/.claude/skills.\n"
-    assert f"Cursor finds every skill {places}" in run("install", *agents("cursor", "zed")).stdout
-    shown = run("install", *agents("cursor")).stdout
-    assert (f"Cursor already finds every skill {places}" in shown, "to fix" in shown) == (True, False), (
-        "both are needed"
-    )
-
-
 def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> None:
-    old = put(home, ".claude/skills", "outdated", "tarnel")
-    others = put(home, ".gemini/skills", "outdated", "tarnel"), put(project, ".cursor/skills", "outdated", "tarnel")
-    before = [path.read_bytes() for path in others]
+    put(home, ".claude/skills", "outdated", "tarnel")
+    put(home, ".gemini/skills", "outdated", "tarnel")
+    put(project, ".cursor/skills", "outdated", "tarnel")
+
+    def outdated() -> list[str]:
+        rows = answer("status", "--all-agents")["results"]
+        return [row["directory"] for row in rows if row["state"] == "outdated"]
+
     run("install", *agents("cursor"))
-    assert "0.0.1" not in old.read_text()
-    assert [path.read_bytes() for path in others] == before
-    assert answer("update", "--scope", "user")["results"][0]["directory"] == ".gemini/skills"
-    assert [path.read_bytes() == text for path, text in zip(others, before, strict=True)] == [False, True]
+    assert outdated() == [".gemini/skills", ".cursor/skills"]
+    run("update", "--scope", "user")
+    assert outdated() == [".cursor/skills"]
 
 
 def test_a_plan_gives_its_reasons() -> None:
@@ -80,4 +66,3 @@ def test_a_plan_gives_its_reasons() -> None:
         ".windsurf/skills": {"windsurf": "its own directory"},
     }
     assert said["avoided_duplicates"] == ["cursor"]
-    assert "quick" not in run("plan", "--all-agents").stdout.lower()

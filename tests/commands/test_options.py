@@ -1,10 +1,10 @@
 """Agents, scopes, roots, and mistakes in naming them."""
 
-from dataclasses import replace
+import re
 from pathlib import Path
 
 import pytest
-from running import agents, answer, files, holding_all, put, run, run_process
+from running import answer, files, holding_all, put, run, run_process
 
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
@@ -22,32 +22,15 @@ def test_the_project_is_found_upward(project: Path, monkeypatch: pytest.MonkeyPa
     result = run("install", "--scope", "project")
     assert holding_all(project / root) == {".claude/skills"}
     assert (str(project / root) in result.stderr) is (git != "absent")
-
-
-@pytest.mark.parametrize(
-    ("options", "is_project"), [("-C .", True), ("--project .", True), ("-C . --scope user", False), ("", False)]
-)
-def test_naming_a_project_implies_its_scope(home: Path, project: Path, *, options: str, is_project: bool) -> None:
-    assert run("install", *options.split()).exit_code == 0
-    assert (bool(files(project)), bool(files(home))) == (is_project, not is_project)
+    assert run("install", "--scope", "project", "--quiet").stderr == ""
 
 
 def test_a_moved_directory_is_installed_into(home: Path, tmp_path: Path) -> None:
     for moved in (tmp_path / "away", home / "claude"):
         assert run_process("skill", "install", CLAUDE_CONFIG_DIR=str(moved)).returncode == 0
         assert holding_all(moved) == {"skills"}
-        assert run_process("skill", "status", "--check", CLAUDE_CONFIG_DIR=str(moved)).returncode == 0
         assert run_process("skill", "remove", str(moved / "skills"), CLAUDE_CONFIG_DIR=str(moved)).returncode == 0
         assert files(moved) == set()
-
-
-def test_an_agent_without_directories_is_an_error(monkeypatch: pytest.MonkeyPatch) -> None:
-    monkeypatch.setitem(AGENT_CONFIG, "kiro", replace(AGENT_CONFIG["kiro"], skills_user_roots=()))
-    result = run("install", *agents("kiro", "claude"))
-    message = "Error: Kiro has no skills directory at user scope: use the other scope\n"
-    assert (result.exit_code, result.stdout, result.stderr) == (1, "", message)
-    assert run("install", "--all-agents").exit_code == 0
-    assert run("status", "--check", *agents("kiro", "claude"), "--scope", "user").exit_code == 0
 
 
 def test_hints_name_the_project(tmp_path: Path) -> None:
@@ -59,15 +42,9 @@ def test_hints_name_the_project(tmp_path: Path) -> None:
 
 
 def test_agents_in_use_are_detected(home: Path) -> None:
-    for path in (
-        ".cursor/settings",
-        ".codeium/windsurf/memories",
-        ".gemini/skills/x",
-        ".agents/other",
-        ".pi/agent/skills",
-    ):
+    in_use = [".cursor/settings", ".codeium/windsurf/memories"]
+    for path in (*in_use, ".gemini/skills/x", ".agents/other", ".pi/agent/skills", ".deepagents/agent/skills"):
         (home / path).mkdir(parents=True)
-    (home / ".deepagents/agent/skills").mkdir(parents=True)
     result = run("install", "--detect")
     assert result.stderr == "note: detected: Cursor, Windsurf\n"
     assert holding_all(home) == {".cursor/skills", ".codeium/windsurf/skills"}
@@ -76,7 +53,6 @@ def test_agents_in_use_are_detected(home: Path) -> None:
 
 def test_detecting_nobody_is_a_failure() -> None:
     assert answer("install", "--detect", exit_code=1)["results"] == []
-    assert "no agent was detected" in run("status", "--detect").stderr
 
 
 @pytest.mark.parametrize(
@@ -84,13 +60,10 @@ def test_detecting_nobody_is_a_failure() -> None:
     [
         ("install --agent nobody", ["nobody", *AGENT_CONFIG]),
         ("install --all-agents --agent claude", ["--agent", "--all-agents", "--detect"]),
-        ("status --detect --all-agents", ["--agent", "--all-agents", "--detect"]),
         ("install --scope both", ["both", "user", "project"]),
         ("status --project missing", ["missing"]),
-        ("instal", ["Did you mean 'install'?"]),
         ("install --agent coursor", ["Did you mean 'cursor'?"]),
         ("show tarnel-wikki", ["Did you mean 'tarnel-wiki'?"]),
-        ("install --scope projekt", ["Did you mean 'project'?"]),
         ("install --dryrun", ["--dry-run"]),
         ("uninstall", ["Did you mean 'remove'?"]),
         ("install claude", ["Did you mean '--agent claude'?"]),
@@ -109,17 +82,7 @@ def test_mistakes_are_named(home: Path, arguments: str, named: list[str]) -> Non
 def test_an_unusable_home_is_one_line(command: str, value: str) -> None:
     ran = run_process("skill", command, HOME=value)
     assert ran.returncode == 1
-    (line,) = ran.stderr.splitlines()
-    assert line.startswith("Error: ")
-    assert line.endswith(": set HOME to your home directory")
-
-
-def test_without_a_home_the_project_is_looked_at(project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
-    put(project, ".claude/skills")
-    monkeypatch.setenv("HOME", "")
-    said = answer("status", exit_code=1)
-    assert {result["state"] for result in said["results"]} == {"current"}
-    assert run("status", "--scope", "project").exit_code == 0
+    assert re.fullmatch("Error: .*: set HOME to your home directory\n", ran.stderr)
 
 
 def test_a_current_directory_that_is_gone(project: Path) -> None:

@@ -1,13 +1,9 @@
 """`remove`: which directories are meant, and who loses what."""
 
-import errno
-import os
-from collections.abc import Callable
 from pathlib import Path
-from typing import Any
 
 import pytest
-from running import agents, answer, copy_in, files, holding_all, put, run
+from running import files, holding_all, put, run
 
 
 @pytest.mark.parametrize(
@@ -16,13 +12,12 @@ from running import agents, answer, copy_in, files, holding_all, put, run
         (".claude/skills", "home"),
         ("./.claude/skills/", "home"),
         (".claude/skills --scope user", "project"),
-        (".claude/skills --scope project", "home"),
         ("{home}/.claude/skills", "project"),
         ("~/.claude/skills .claude/skills", ""),
         ("../home/.claude/skills", "project"),
         ("", "project"),
         ("-C .", "home"),
-        ("-C . .claude/skills", "home"),
+        ("-C . --scope user", "project"),
     ],
 )
 def test_a_directory_tells_its_scope(home: Path, project: Path, arguments: str, left: str) -> None:
@@ -60,41 +55,11 @@ def test_it_undoes_an_install(home: Path, project: Path) -> None:
     assert holding_all(home) == {".claude/skills"}
 
 
-def test_it_says_who_finds_a_skill_no_more(home: Path) -> None:
+def test_a_directory_out_of_reach_keeps_nothing_else(home: Path) -> None:
     put(home, ".kiro/skills")
-    put(home, ".claude/skills", "current", "tarnel")
-    (home / ".cursor/settings").mkdir(parents=True)
-    shown = run("remove").stdout
-    assert "Kiro no longer finds any skill at user scope." in shown
-    assert "Claude Code and Cursor no longer find tarnel at user scope." in shown
-    assert "Amp" not in shown.partition("3 files")[2]
-    assert "to install again:  muvad-tarnel skill install --scope user --agent claude --agent kiro\n" in shown
-
-
-def test_an_unreadable_neighbour_keeps_nothing_else(home: Path) -> None:
-    put(home, ".claude/skills", "unreadable", "tarnel")
-    put(home, ".claude/skills", "current", "tarnel-map", "tarnel-wiki")
-    said = answer("remove", exit_code=1)
-    assert [row["action"] for row in said["results"]] == ["failed", "remove", "remove"]
-    assert [error["path"] for error in said["errors"]] == [str(copy_in(home, ".claude/skills"))]
-    assert run("install", *agents("claude")).exit_code == 1
-
-
-def test_a_closed_directory_keeps_nothing_else(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
-    closed = put(home, ".claude/skills").parents[1]
-    put(home, ".kiro/skills")
-
-    def refusing(function: Callable[..., Any]) -> Callable[..., Any]:
-        def refuse(path: Any, *arguments: Any, **options: Any) -> Any:
-            if str(path).startswith(f"{closed}/"):
-                raise PermissionError(errno.EACCES, "Permission denied", str(path))
-            return function(path, *arguments, **options)
-
-        return refuse
-
-    for name in ("stat", "lstat"):
-        monkeypatch.setattr(os, name, refusing(getattr(os, name)))
+    (home / ".claude").symlink_to(".claude")
     result = run("remove")
-    monkeypatch.undo()
-    assert (result.exit_code, holding_all(home)) == (1, {".claude/skills"})
-    assert result.stderr == f"Error: {closed}: Permission denied: change its permissions\n"
+    assert (result.exit_code, holding_all(home)) == (1, set())
+    assert result.stderr.startswith(f"Error: {home}/.claude")
+    assert "3 files removed, 3 kept.\nKiro no longer finds any skill at user scope.\n" in result.stdout
+    assert "to install again:  muvad-tarnel skill install --scope user --agent kiro\n" in result.stdout

@@ -5,6 +5,7 @@ from pathlib import Path
 import pytest
 from running import agents, answer, copy_in, files, put, run
 
+from muvad_tarnel.setup.config import AGENT_CONFIG
 from muvad_tarnel.setup.skill import SKILL_TEMPLATES
 
 
@@ -13,7 +14,6 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
     [
         ("", "", 1, "install --scope user --agent claude"),
         ("user .cursor/skills current", "", 0, ""),
-        ("user .cursor/skills current", "--agent cursor", 0, ""),
         ("project .cursor/skills current", "--agent cursor", 0, ""),
         ("project .cursor/skills current", "--agent cursor --scope user", 1, "install --scope user --agent cursor"),
         ("user .cursor/skills current", "--agent claude --agent cursor", 1, "install --scope user --agent claude"),
@@ -45,9 +45,7 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
     assert len(finds["cursor", "tarnel-map"]) == 2
     everyone = {agent["agent"] for agent in answer("status")["agents"]}
-    assert {"claude", "cursor", "amp", "warp"} <= everyone
-    assert "kiro" not in everyone
-    assert "tarnel-map: twice: " in run("status", *agents("cursor")).stdout
+    assert {"claude", "cursor", "amp", "warp"} <= everyone <= {*AGENT_CONFIG} - {"kiro"}
 
 
 @pytest.mark.parametrize(
@@ -83,9 +81,6 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
 
 
 def test_what_stands_in_the_way_is_no_success(home: Path) -> None:
-    (home / ".claude").write_text("a file")
-    assert (run("plan").exit_code, run("install", "--dry-run").exit_code) == (1, 1)
-    (home / ".claude").unlink()
     put(home, ".claude/skills", "unreadable")
     assert "No other installed copy differs" in run("diff").stdout
     assert "not valid UTF-8" in run("update").stdout
@@ -100,22 +95,3 @@ def test_a_project_at_home_counts_once(home: Path, monkeypatch: pytest.MonkeyPat
     result = run("shadowed", "--check", *agents("claude", "cursor"))
     assert (result.exit_code, "is the home directory" in result.stderr) == (0, True)
     assert len(answer("update")["results"]) == len(SKILL_TEMPLATES)
-
-
-def test_the_two_ways_out_are_alternatives(home: Path, project: Path) -> None:
-    put(home, ".claude/skills", "modified", "tarnel")
-    put(project, ".claude/skills", "outdated", "tarnel")
-    (hint,) = answer("shadowed")["advice"]
-    run(*hint["command"][2:])
-    (row,) = answer("shadowed")["results"]
-    assert (row["ways_out"][0]["command"], row["ways_out"][0]["problem"]) == (None, "edited")
-    shown = run("shadowed").stdout
-    assert f"Either remove the user copy:\n    {copy_in(home, '.claude/skills')}: edited" in shown
-    assert "Or remove the project copy (10 agents would lose it in other clones of this repository):\n" in shown
-
-
-def test_detected_agents_count(home: Path) -> None:
-    (home / ".codeium/windsurf/memories").mkdir(parents=True)
-    assert "windsurf" in answer("status")["advice"][0]["command"]
-    put(home, ".kiro/skills")
-    assert "Windsurf  nowhere" in run("status", "--scope", "user").stdout

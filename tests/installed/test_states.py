@@ -36,6 +36,10 @@ def kind(request: pytest.FixtureRequest, home: Path) -> str:
     return str(request.param)
 
 
+def identity(path: Path) -> tuple[int, int] | None:
+    return (path.stat().st_ino, path.stat().st_mtime_ns) if path.exists() else None
+
+
 def test_status_tells_the_state(home: Path, kind: str) -> None:
     state, version, code = CASES[kind][:3]
     asked = ("status", "--scope", "user", "--agent", "claude")
@@ -43,8 +47,7 @@ def test_status_tells_the_state(home: Path, kind: str) -> None:
     assert (first["path"], first["state"], first["version"]) == (str(copy_in(home, ".claude/skills")), state, version)
     assert [other["state"] for other in others] == ["current"] * 2
     assert run(*asked).exit_code == 0
-    nothing_named = kind in ("missing", "current") or code == 0
-    assert answer("status", "--check", exit_code=int(not nothing_named))["results"][0]["state"] == state
+    assert run("status", "--check").exit_code == (0 if kind == "missing" else code)
 
 
 @pytest.mark.parametrize("dry", [["--dry-run"], []], ids=["dry", "real"])
@@ -52,11 +55,12 @@ def test_status_tells_the_state(home: Path, kind: str) -> None:
 def test_install_and_update_do_what_is_needed(home: Path, kind: str, command: str, column: int, dry: list[str]) -> None:
     copy = copy_in(home, ".claude/skills")
     action = str(CASES[kind][column])
+    before = identity(copy)
     result = answer(*command.split(), *dry, exit_code=int(action == "failed"))
     acted = {row["path"]: row for row in result["results"]}.get(str(copy), {"action": "", "kept": None})
     assert acted["action"] == action.rstrip("*")
     if dry or action in ("", "none", "failed"):
-        assert (copy.read_bytes() if copy.exists() else None) == text_of(kind)
+        assert identity(copy) == before
         assert not list(home.rglob("*.bak"))
         return
     assert copy.read_bytes() == text_of("current")
@@ -81,14 +85,6 @@ def test_diff_shows_what_could_be_replaced(home: Path, kind: str) -> None:
     rows = answer("diff", exit_code=int(kind == "unreadable"))["results"]
     assert [row["path"] for row in rows] == [str(copy_in(home, ".claude/skills"))] * bool(CASES[kind][7])
     assert ("\\ No newline at end of file" in run("diff").stdout) is (kind == "outdated, edited")
-
-
-def test_the_module_agrees_on_stamps(home: Path) -> None:
-    for kind, (_, version, *_) in CASES.items():
-        if kind not in ("unreadable", "incomplete, cut in a character"):
-            path = put(home, ".claude/skills", kind, "tarnel")
-            told = skill._installed_version(path) if path.exists() else None
-            assert told == version, kind
 
 
 def test_released_templates_are_known(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:

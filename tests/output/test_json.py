@@ -12,12 +12,10 @@ from muvad_tarnel.commands import COMMANDS
 from muvad_tarnel.output.console import SCHEMA
 
 SCHEMA_FILE = Path(__file__).resolve().parents[2] / "docs/cli.schema.json"
-MISTAKES = ["instal", "install --agent cursr", "status --nothing", "remove nowhere", "show tarnel-nothing"]
 
 
-def checked(said: Any) -> dict[str, Any]:
+def checked(said: Any) -> Any:
     """The object, which the schema describes."""
-    assert isinstance(said, dict)
     jsonschema.validate(said, json.loads(SCHEMA_FILE.read_text()))
     return said
 
@@ -40,12 +38,13 @@ def test_every_command(home: Path, project: Path, monkeypatch: pytest.MonkeyPatc
     said = checked(answer(*arguments, "--verbose", exit_code=expected.exit_code))
     assert (said["command"], said["schema"]) == (command.split(maxsplit=1)[0], SCHEMA)
     assert expected.exit_code in (0, 1)
+    assert expected.stdout == "" or command.startswith(("show", "diff"))
     assert len(expected.stderr.splitlines()) >= len(said["errors"])
     is_one_error = disk == "no home" and command.split(maxsplit=1)[0] in ("install", "plan", "remove")
     assert not is_one_error or [error["problem"] for error in said["errors"]] == ["HOME is empty"]
 
 
-@pytest.mark.parametrize("mistake", MISTAKES)
+@pytest.mark.parametrize("mistake", ["instal", "install --agent cursr", "status --nothing", "remove nowhere"])
 def test_usage_errors(home: Path, mistake: str) -> None:
     result = run(*mistake.split(), "--json")
     assert (result.exit_code, result.stderr.startswith("Usage: ")) == (2, True)

@@ -1,7 +1,6 @@
 """In pipes, files and closed streams; in a hurry."""
 
 import re
-import subprocess
 import sys
 from pathlib import Path
 
@@ -27,7 +26,6 @@ def test_lines_in_a_pipe_are_whole_and_plain(home: Path) -> None:
     [
         ("$TARNEL skill install --all-agents | true; exit ${PIPESTATUS[0]}", 0, ""),
         ("$TARNEL skill status --json | true; exit ${PIPESTATUS[0]}", 0, ""),
-        ("$TARNEL skill install >&-", 0, ""),
         ("$TARNEL skill install >&- 2>&-", 0, ""),
         ("HOME= $TARNEL skill install 2>/dev/full", 1, ""),
         ("$TARNEL skill install >/dev/full", 1, "No space left on device"),
@@ -53,46 +51,17 @@ def test_what_cannot_be_shown_is_replaced(home: Path) -> None:
     assert f"{home}/????end/.claude" in ran.stdout
 
 
+@pytest.mark.parametrize("options", ["", "--json"])
 @pytest.mark.parametrize("command", COMMANDS)
-def test_nothing_heavy_is_loaded(command: str) -> None:
+def test_nothing_heavy_is_loaded(command: str, options: str) -> None:
     script = (
-        "import sys, click, muvad_tarnel.setup.skill; before = set(sys.modules)\n"
-        "from muvad_tarnel.cli import command_line\n"
-        "try: command_line(sys.argv[1:])\n"
-        "except SystemExit: pass\n"
-        "print(*sorted({name.partition('.')[0] for name in set(sys.modules) - before}), file=sys.stderr)"
+        "import atexit, sys, click, muvad_tarnel.setup.skill; before = {*sys.modules}\n"
+        "atexit.register(lambda: print(*{n.partition('.')[0] for n in {*sys.modules} - before}, file=sys.stderr))\n"
+        "from muvad_tarnel.cli import command_line; command_line()"
     )
-    for options in ([], ["--json"]):
-        ran = subprocess.run(
-            [sys.executable, "-c", script, "skill", command, *options],
-            check=True,
-            stdin=subprocess.DEVNULL,
-            capture_output=True,
-            text=True,
-            timeout=60,
-        )
-        allowed = {"muvad_tarnel", "gc", "locale", "_locale", "unicodedata", "stringprep", "fcntl", "shlex"}
-        assert set(ran.stderr.splitlines()[-1].split()) <= allowed | ({"json", "_json"} if options else set())
-
-
-@pytest.mark.parametrize("command", [command for command in COMMANDS if command not in ("show", "diff")])
-def test_quiet_prints_nothing_where_nothing_failed(
-    project: Path, monkeypatch: pytest.MonkeyPatch, command: str
-) -> None:
-    (project / ".git").mkdir()
-    (project / "sub").mkdir()
-    monkeypatch.chdir(project / "sub")
-    result = run(command, "--quiet")
-    assert (result.exit_code, result.stdout, result.stderr) == (0, "", "")
-
-
-@pytest.mark.parametrize("command", COMMANDS)
-def test_help_has_examples_and_exit_codes(command: str) -> None:
-    text = run(command, "-h").stdout
-    assert "Exit codes: 0 success" in text
-    assert max(map(len, text.splitlines())) <= 80
-    assert "muvad-tarnel skill" in text
-    assert "..." not in run("-h").stdout.split("Commands:")[1], "short helps are whole"
+    ran = run_in_shell(f'{sys.executable} -c "{script}" skill {command} {options}')
+    allowed = {"muvad_tarnel", "gc", "locale", "_locale", "unicodedata", "stringprep", "fcntl", "shlex"}
+    assert {*ran.stderr.splitlines()[-1].split()} <= allowed | ({"json", "_json"} if options else set())
 
 
 def test_show_prints_what_install_writes(home: Path) -> None:
@@ -103,8 +72,6 @@ def test_show_prints_what_install_writes(home: Path) -> None:
 
 
 def test_completion() -> None:
-    for shell in ("bash", "zsh", "fish"):
-        assert "_MUVAD_TARNEL_COMPLETE" in run_process("completion", shell).stdout
     for words, expected in [
         ("muvad-tarnel skill install --agent c", {key for key in AGENT_CONFIG if key.startswith("c")}),
         ("muvad-tarnel skill show ", set(SKILL_TEMPLATES)),
@@ -112,7 +79,3 @@ def test_completion() -> None:
         number = str(words.count(" "))
         ran = run_process(_MUVAD_TARNEL_COMPLETE="bash_complete", COMP_WORDS=words, COMP_CWORD=number)
         assert {line.removeprefix("plain,") for line in ran.stdout.splitlines()} == expected
-
-
-def test_the_version() -> None:
-    assert run_process("--version").stdout == f"muvad-tarnel {__version__}\n"

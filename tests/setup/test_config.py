@@ -1,12 +1,12 @@
-"""The agent table keeps its own rules, follows the environment, and good plans come of it."""
+"""The agent table keeps its own rules and follows the environment."""
 
+import re
 from pathlib import Path, PurePosixPath
 
 import pytest
 
 from muvad_tarnel.roots import SCOPES
-from muvad_tarnel.setup import skill
-from muvad_tarnel.setup.config import AGENT_CONFIG, AGENTS, MOVES, resolved
+from muvad_tarnel.setup.config import AGENTS, MOVES, resolved
 
 ROOTS = {(key, scope): record.directories(scope) for key, record in resolved({}).items() for scope in SCOPES}
 
@@ -16,10 +16,8 @@ def test_a_row_is_well_formed(row: tuple[str, ...]) -> None:
     assert row, "every agent can be installed for at both scopes"
     assert len(set(row)) == len(row)
     for directory in row:
-        path = PurePosixPath(directory)
-        assert str(path) == directory, "no trailing or doubled slash"
-        assert not path.is_absolute()
-        assert not {"..", "~", "$"} & set("".join(path.parts)) - {"."}
+        assert str(PurePosixPath(directory)) == directory, "no trailing or doubled slash"
+        assert not re.search(r"^/|\.\.|[~$]", directory)
 
 
 @pytest.mark.parametrize(
@@ -50,24 +48,4 @@ def test_the_environment_moves_directories(
 
 def test_every_variable_moves_something(monkeypatch: pytest.MonkeyPatch) -> None:
     monkeypatch.setenv("HOME", "~nobody")
-    for variable in MOVES:
-        assert resolved({variable: "/srv"}) != resolved({})
-
-
-@pytest.mark.parametrize(
-    ("agents", "scope", "plan"),
-    [
-        ("cursor", "project", {".cursor/skills": "cursor"}),
-        ("claude cursor", "project", {".claude/skills": "claude cursor"}),
-        ("cursor windsurf", "project", {".cursor/skills": "cursor", ".windsurf/skills": "windsurf"}),
-        (
-            "claude cursor copilot windsurf",
-            "user",
-            {".claude/skills": "claude cursor", ".codeium/windsurf/skills": "windsurf", ".copilot/skills": "copilot"},
-        ),
-    ],
-)
-def test_agents_share_rather_than_see_a_skill_twice(agents: str, scope: str, plan: dict[str, str]) -> None:
-    chosen = skill.skill_dir_plan(agents.split(), scope)
-    assert {directory: " ".join(readers) for directory, readers in chosen.items()} == plan
-    assert set(AGENT_CONFIG) == set(skill.skill_capable_agents())
+    assert [variable for variable in MOVES if resolved({variable: "/srv"}) == resolved({})] == []

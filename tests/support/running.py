@@ -2,6 +2,7 @@
 
 import json
 import os
+import shlex
 import subprocess
 import sys
 from pathlib import Path
@@ -11,7 +12,6 @@ from click.testing import CliRunner, Result
 
 import terminal
 from muvad_tarnel.cli import command_line
-from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 from muvad_tarnel.setup.skill import SKILL_TEMPLATES, render_skill_md
 from terminal import Screen
 
@@ -27,40 +27,31 @@ def answer(*arguments: str, exit_code: int = 0) -> dict[str, Any]:
     """What a command says with --json, having exited as expected."""
     result = run(*arguments, "--json")
     assert result.exit_code == exit_code, result.output
-    said = json.loads(result.stdout)
-    assert isinstance(said, dict)
-    return said
+    return dict(json.loads(result.stdout))
 
 
 def run_process(*arguments: str, **environment: str) -> subprocess.CompletedProcess[str]:
-    """Run `muvad-tarnel` as a program, its output in pipes."""
-    return subprocess.run(
-        [*COMMAND, *arguments], check=False, capture_output=True, text=True, timeout=60, env=os.environ | environment
-    )
+    return run_in_shell(shlex.join([*COMMAND, *arguments]), **environment)
 
 
 def run_in_shell(line: str, **environment: str) -> subprocess.CompletedProcess[str]:
     """Run a line of a shell in which `$TARNEL` is the program."""
     variables = os.environ | {"TARNEL": " ".join(COMMAND)} | environment
-    return subprocess.run(
-        ["/bin/bash", "-c", line], check=False, capture_output=True, text=True, timeout=60, env=variables
-    )
+    command = ["/bin/bash", "-c", line]
+    return subprocess.run(command, check=False, capture_output=True, text=True, timeout=60, env=variables)
 
 
 def run_on_terminal(*arguments: str, columns: int = 80, **environment: str) -> Screen:
-    """Run `muvad-tarnel` on a terminal of that width."""
     variables = {name: value for name, value in os.environ.items() if name not in ("COLUMNS", "LINES", "NO_COLOR")}
     variables |= {"TERM": "xterm-256color", "PYTHONIOENCODING": "utf-8"} | environment
     return terminal.run_on_terminal([*COMMAND, *arguments], variables, columns)
 
 
 def agents(*keys: str) -> list[str]:
-    """The options that name agents."""
     return [word for key in keys for word in ("--agent", key)]
 
 
 def copy_in(root: Path, directory: str, name: str = "tarnel") -> Path:
-    """The path of a skill's copy."""
     return root / directory / name / "SKILL.md"
 
 
@@ -87,14 +78,14 @@ def text_of(kind: str, name: str = "tarnel") -> bytes | None:
 
 def put(root: Path, directory: str, kind: str = "current", *names: str) -> Path:
     """Write copies of a kind into a skills directory; the path of the first."""
-    for name in names or tuple(SKILL_TEMPLATES):
-        path = copy_in(root, directory, name)
+    paths = [copy_in(root, directory, name) for name in names or SKILL_TEMPLATES]
+    for path in paths:
         path.parent.mkdir(parents=True, exist_ok=True)
-        content = text_of(kind, name)
         path.unlink(missing_ok=True)
+        content = text_of(kind, path.parent.name)
         if content is not None:
             path.write_bytes(content)
-    return copy_in(root, directory, (names or tuple(SKILL_TEMPLATES))[0])
+    return paths[0]
 
 
 def files(root: Path) -> set[str]:
@@ -104,15 +95,8 @@ def files(root: Path) -> set[str]:
 
 def holding_all(root: Path) -> set[str]:
     """The skills directories below a directory that hold every skill."""
-    found = {document.parent.parent for document in root.rglob("SKILL.md")}
     return {
         folder.relative_to(root).as_posix()
-        for folder in found
+        for folder in root.rglob("skills")
         if all(copy_in(folder, ".", name).is_file() for name in SKILL_TEMPLATES)
     }
-
-
-def known_directories() -> set[str]:
-    """Every directory of the agent table."""
-    scopes: tuple[Scope, ...] = ("user", "project")
-    return {d for record in AGENT_CONFIG.values() for scope in scopes for d in record.directories(scope)}
