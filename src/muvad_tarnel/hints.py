@@ -32,7 +32,7 @@ class Advice(NamedTuple):
 
 
 def advice(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Advice:
-    """What to do at these scopes so that the agents named find every skill, current, and nobody finds one twice."""
+    """What to do at these scopes so that these agents find every skill, current, and nobody finds one twice."""
     hints: list[Hint] = []
     obstacles: list[Obstacle] = []
     for scope in scopes:
@@ -61,6 +61,22 @@ def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Se
         return min(usable, key=lambda s: len(survey.lacking(agent, [s])), default=None)
 
     return [agent for agent in agents if survey.lacking(agent, scopes) and best(agent) == scope]
+
+
+def partly_served(survey: Survey, scopes: Sequence[Scope]) -> list[str]:
+    """The agents that find some skills at the scopes, and lack others at all of them."""
+    return [agent for agent in survey.finders(scopes) if survey.lacking(agent, scopes)]
+
+
+def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Sequence[str]:
+    """One of the agents, if an install for it serves all of them, or else all."""
+    for agent in agents:
+        for scope in scopes:
+            if lacking_at(survey, scope, scopes, [agent]):
+                plan = Plan(survey, scope, [agent], force=False)
+                if not plan.obstacles and not any(plan.after.lacking(other, scopes) for other in agents):
+                    return [agent]
+    return agents
 
 
 def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> Advice:

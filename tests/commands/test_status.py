@@ -24,12 +24,13 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
         ("user .cursor/skills current, user .claude/skills unreadable", "--agent gemini --scope project", 1, None),
         ("user .cursor/skills current, user .agents/skills current", "", 0, "remove .cursor/skills --scope user"),
         ("user .cursor/skills modified, user .agents/skills modified", "", 0, ""),
+        ("project .claude/skills current tarnel", "", 1, "install --scope project --agent claude"),
     ],
 )
 def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, code: int, command: str | None) -> None:
     for words in filter(None, there.split(", ")):
-        scope, directory, kind = words.split()
-        put(home if scope == "user" else project, directory, kind)
+        scope, directory, *content = words.split()
+        put(home if scope == "user" else project, directory, *content)
     said = answer("status", "--check", *asked.split(), exit_code=code)
     hints = [" ".join(hint["command"][2:]) for hint in said["advice"]]
     assert command is None or command in (hints or [""])
