@@ -84,7 +84,11 @@ def why(chosen: Plan, directory: str, agent: str) -> str:
 
 def verdict(chosen: Plan) -> list[Block]:
     """The plan in a sentence or two."""
-    number = len(chosen.directories)
+    if chosen.obstacles:
+        unserved = chosen.unserved
+        loss = f", and {names_of(unserved)} would not find every skill" if unserved else ""
+        return [Line(f"The install would fail{loss}.", Tone.BAD)]
+    number = len({chosen.after.at(chosen.scope, directory)[0].file for directory in chosen.directories})
     text = f"{number} {'directory serves' if number == 1 else 'directories serve'} {names_of(chosen.agents)}"
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
     once = f", and {'each' if len(chosen.agents) > 1 else 'it'} finds every skill once" if is_good else ""
