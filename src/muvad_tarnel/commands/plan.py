@@ -71,7 +71,7 @@ def table(request: Request, chosen: Plan) -> Table:
 
 
 def files_in_words(request: Request, chosen: Plan, directory: str) -> str:
-    """What an install writes into a directory: directly, through the directory that a link makes the same, or nothing."""
+    """What an install writes into a directory, perhaps under the name of one that a link makes the same."""
     if written := written_to(chosen, directory):
         return f"{len(written)} to write"
     files = files_of(chosen, directory)
