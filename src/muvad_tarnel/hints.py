@@ -102,6 +102,7 @@ def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> Advice:
 def removing(survey: Survey, scopes: Sequence[Scope]) -> list[Hint]:
     """The removals of what nobody needs, once nothing is to be written: a hint for each directory."""
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
+    removed = {copy.file for copy in redundant}
     hints = []
     for scope, directory in dict.fromkeys((copy.scope, copy.directory) for copy in redundant):
         copies = [copy for copy in redundant if (copy.scope, copy.directory) == (scope, directory)]
@@ -111,9 +112,16 @@ def removing(survey: Survey, scopes: Sequence[Scope]) -> list[Hint]:
             for agent in readers_of(directory, scope)
             if any(len(survey.finds(agent, scope, name)) > 1 for name in names)
         ]
-        hints.append(
-            Hint(f"{who_find(several)} {skills_of(names)} elsewhere as well", scope, removal_of(survey, copies))
-        )
+        others = {
+            copy.directory: None
+            for agent in several
+            for name in names
+            for copy in survey.finds(agent, scope, name).values()
+            if copy.file not in removed
+        }
+        needless = f"the {'copy' if len(names) == 1 else 'copies'} in {directory} {'is' if len(names) == 1 else 'are'}"
+        reason = f"{who_find(several)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
+        hints.append(Hint(reason, scope, removal_of(survey, copies)))
     return hints
 
 
