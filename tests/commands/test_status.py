@@ -110,9 +110,10 @@ def test_the_two_ways_out_are_alternatives(home: Path, project: Path) -> None:
     (hint,) = answer("shadowed")["advice"]
     run(*hint["command"][2:])
     (row,) = answer("shadowed")["results"]
-    assert (row["ways_out"][0]["command"], row["ways_out"][0]["problem"]) == (None, "edited")
+    assert (row["ways_out"][0]["command"], row["ways_out"][0]["problem"]) == (None, "modified")
     shown = run("shadowed").stdout
-    assert f"Either remove the user copy:\n    {copy_in(home, '.claude/skills')}: edited" in shown
+    assert ".claude/skills --scope user --force\n" in shown
+    assert f"This deletes {copy_in(home, '.claude/skills')} (modified) for good" in shown
     assert "Or remove the project copy (10 agents would lose it in other clones of this repository):\n" in shown
 
 

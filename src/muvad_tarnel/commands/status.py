@@ -46,7 +46,7 @@ def status(request: Request, *, check: bool) -> Report:
       current      this package's version and text
       outdated     an older version
       newer        a newer version than this package's
-      modified     this version, edited
+      modified     this version, with another text
       incomplete   the beginning of a document: an install was cut off
       foreign      no version in it: not written by this package
       unreadable   not UTF-8, a dangling link, or not to be opened

@@ -13,7 +13,7 @@ from muvad_tarnel.planning import replaceable
 
 
 @skill_command("both")
-@click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies.")
+@click.option("--force", is_flag=True, help="Also replace modified, newer and foreign copies.")
 @dry_run_option
 def update(request: Request, *, force: bool) -> Report:
     """Bring every installed copy up to date.
