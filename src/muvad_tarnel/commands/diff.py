@@ -17,7 +17,7 @@ from muvad_tarnel.setup.config import AGENT_CONFIG
 def diff(request: Request) -> Report:
     """Show modified and foreign texts that could be replaced.
 
-    They are those that `install` or `update`, perhaps with --force, would replace and keep as SKILL.md.bak. Each is
+    `install` or `update`, perhaps with --force, would replace these texts and keep them as SKILL.md.bak. Each is
     compared with this package's document. Lines with - are in the copy only, lines with + in the document only. Line
     ends and a byte order mark are no difference.
 

@@ -30,8 +30,8 @@ from muvad_tarnel.setup.config import AGENT_CONFIG
 def shadowed(request: Request, *, check: bool) -> Report:
     """Show skills that another copy may hide.
 
-    They are those that an agent finds for the user as well as in the project. It may use one copy, however old, and
-    never the other. Copies with the same text do no harm; -v lists them. Nothing is written.
+    An agent that finds a skill both for the user and in the project may use one copy, however old, and never the
+    other. Copies with the same text do no harm; -v lists them. Nothing is written.
 
     \b
     Examples:
