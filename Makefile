@@ -35,12 +35,12 @@ help:
 	@echo "make format     apply the formatters and the safe fixes"
 	@echo "make hooks      have git run the quick checks at each commit"
 	@echo "make packages   build and check the source distribution and the wheels; one: sdist, wheel, linux-wheel, mac-wheel"
-	@echo "make clients    have tools and libraries of others use the wheel"
-	@echo "make bench      time the extension against plain Python, Cython, mypyc and the least that could be done"
+	@echo "make clients    test the wheel with third-party tools and libraries"
+	@echo "make bench      time the extension against plain Python, Cython, mypyc and the bare system calls"
 	@echo "make bench-counts  count its system calls and instructions, and hold them to the recorded ceilings"
 	@echo "make fuzz       try random inputs on the core under sanitizers, each against a plain definition of the answer"
 	@echo "make embedding  build the extension by itself and test a host that vendors it"
-	@echo "make clean      remove all that make has made"
+	@echo "make clean      remove everything that make has created"
 
 .PHONY: docs
 docs: $(INSTALLED)

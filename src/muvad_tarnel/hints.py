@@ -32,7 +32,7 @@ class Advice(NamedTuple):
 
 
 def advice(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Advice:
-    """What to do at these scopes so that the agents named find every skill, current, and nobody finds one twice."""
+    """What to do at these scopes so that these agents find every skill, current, and nobody finds one twice."""
     hints: list[Hint] = []
     obstacles: list[Obstacle] = []
     for scope in scopes:
@@ -63,6 +63,22 @@ def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Se
     return [agent for agent in agents if survey.lacking(agent, scopes) and best(agent) == scope]
 
 
+def partly_served(survey: Survey, scopes: Sequence[Scope]) -> list[str]:
+    """The agents that find some skills at the scopes, and lack others at all of them."""
+    return [agent for agent in survey.finders(scopes) if survey.lacking(agent, scopes)]
+
+
+def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Sequence[str]:
+    """One of the agents, if an install for it serves all of them, or else all."""
+    for agent in agents:
+        for scope in scopes:
+            if lacking_at(survey, scope, scopes, [agent]):
+                plan = Plan(survey, scope, [agent], force=False)
+                if not plan.obstacles and not any(plan.after.lacking(other, scopes) for other in agents):
+                    return [agent]
+    return agents
+
+
 def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> Advice:
     """An install for agents that lack a skill: for all of them, or for those without obstacles."""
 
@@ -86,6 +102,7 @@ def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> Advice:
 def removing(survey: Survey, scopes: Sequence[Scope]) -> list[Hint]:
     """The removals of what nobody needs, once nothing is to be written: a hint for each directory."""
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
+    removed = {copy.file for copy in redundant}
     hints = []
     for scope, directory in dict.fromkeys((copy.scope, copy.directory) for copy in redundant):
         copies = [copy for copy in redundant if (copy.scope, copy.directory) == (scope, directory)]
@@ -95,9 +112,16 @@ def removing(survey: Survey, scopes: Sequence[Scope]) -> list[Hint]:
             for agent in readers_of(directory, scope)
             if any(len(survey.finds(agent, scope, name)) > 1 for name in names)
         ]
-        hints.append(
-            Hint(f"{who_find(several)} {skills_of(names)} elsewhere as well", scope, removal_of(survey, copies))
-        )
+        others = {
+            copy.directory: None
+            for agent in several
+            for name in names
+            for copy in survey.finds(agent, scope, name).values()
+            if copy.file not in removed
+        }
+        needless = f"the {'copy' if len(names) == 1 else 'copies'} in {directory} {'is' if len(names) == 1 else 'are'}"
+        reason = f"{who_find(several)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
+        hints.append(Hint(reason, scope, removal_of(survey, copies)))
     return hints
 
 

@@ -100,6 +100,13 @@ class Plan:
         return [obstacle for copy in self.writes if (obstacle := obstacle_to_writing(copy))]
 
     @property
+    def unserved(self) -> list[str]:
+        """The agents that would lack a skill because of obstacles."""
+        written = [copy for copy in self.writes if not obstacle_to_writing(copy)]
+        after = self.survey.changed(State.CURRENT, written)
+        return [agent for agent in self.agents if after.lacking(agent, [self.scope])]
+
+    @property
     def directories(self) -> dict[str, list[str]]:
         """The directories through which the agents find skills afterwards, and which of the agents read each."""
         found = {

@@ -59,10 +59,14 @@ def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> Non
     assert outdated() == [".cursor/skills"]
 
 
-def test_a_plan_gives_its_reasons() -> None:
+def test_a_plan_gives_its_reasons(project: Path) -> None:
     said = answer("plan", *agents("claude", "cursor", "windsurf"), "--scope", "project")
     assert {r["directory"]: {s["agent"]: s["why"] for s in r["serves"]} for r in said["results"]} == {
         ".claude/skills": {"claude": "its own directory", "cursor": "shared, instead of its own"},
         ".windsurf/skills": {"windsurf": "its own directory"},
     }
     assert said["avoided_duplicates"] == ["cursor"]
+    (project / ".agents/skills").mkdir(parents=True)
+    (project / ".claude").symlink_to(".agents")
+    shown = run("plan", *agents("claude", "zed"), "--scope", "project").stdout
+    assert (f"same directory as {project}/.agents/skills" in shown, "1 directory serves" in shown) == (True, True)

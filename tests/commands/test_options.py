@@ -63,6 +63,7 @@ def test_detecting_nobody_is_a_failure() -> None:
         ("install --scope both", ["both", "user", "project"]),
         ("status --project missing", ["missing"]),
         ("install --agent coursor", ["Did you mean 'cursor'?"]),
+        ("install --agent vscode", ["Did you mean 'copilot'?"]),
         ("show tarnel-wikki", ["Did you mean 'tarnel-wiki'?"]),
         ("install --dryrun", ["--dry-run"]),
         ("uninstall", ["Did you mean 'remove'?"]),
@@ -75,6 +76,11 @@ def test_mistakes_are_named(home: Path, arguments: str, named: list[str]) -> Non
     assert (result.exit_code, result.stdout) == (2, "")
     assert all(word in result.stderr.split("Error:")[1] for word in named), result.stderr
     assert list(home.iterdir()) == []
+
+
+def test_a_forgotten_group_is_suggested() -> None:
+    ran = run_process("install", "--scope", "project")
+    assert (ran.returncode, "Did you mean 'skill install'?" in ran.stderr) == (2, True), ran.stderr
 
 
 @pytest.mark.parametrize("command", ["install", "status", "remove"])

@@ -27,6 +27,17 @@ def test_a_directory_tells_its_scope(home: Path, project: Path, arguments: str, 
     assert [name for name, root in (("home", home), ("project", project)) if holding_all(root)] == left.split()
 
 
+def test_a_directory_may_be_relative_to_the_project(home: Path, project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    put(project, ".cursor/skills")
+    monkeypatch.chdir(home)
+    assert run("remove", "-C", str(project), ".cursor/skills", "--skill", "tarnel").exit_code == 0
+    (project / ".git").mkdir()
+    (project / "src").mkdir()
+    monkeypatch.chdir(project / "src")
+    assert run("remove", ".cursor/skills").exit_code == 0
+    assert files(project) == set()
+
+
 def test_unknown_directories_are_usage_errors(home: Path) -> None:
     put(home, ".claude/skills")
     for directory, expected in [

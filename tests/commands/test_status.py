@@ -24,12 +24,13 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
         ("user .cursor/skills current, user .claude/skills unreadable", "--agent gemini --scope project", 1, None),
         ("user .cursor/skills current, user .agents/skills current", "", 0, "remove .cursor/skills --scope user"),
         ("user .cursor/skills modified, user .agents/skills modified", "", 0, ""),
+        ("project .claude/skills current tarnel", "", 1, "install --scope project --agent claude"),
     ],
 )
 def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, code: int, command: str | None) -> None:
     for words in filter(None, there.split(", ")):
-        scope, directory, kind = words.split()
-        put(home if scope == "user" else project, directory, kind)
+        scope, directory, *content = words.split()
+        put(home if scope == "user" else project, directory, *content)
     said = answer("status", "--check", *asked.split(), exit_code=code)
     hints = [" ".join(hint["command"][2:]) for hint in said["advice"]]
     assert command is None or command in (hints or [""])
@@ -81,6 +82,10 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
 
 
 def test_what_stands_in_the_way_is_no_success(home: Path) -> None:
+    (home / ".claude").write_text("a file")
+    assert (run("plan").exit_code, run("install", "--dry-run").exit_code) == (1, 1)
+    assert "would fail, and Claude Code would not find" in run("plan", *agents("claude", "kiro")).stdout
+    (home / ".claude").unlink()
     put(home, ".claude/skills", "unreadable")
     assert "No other installed copy differs" in run("diff").stdout
     assert "not valid UTF-8" in run("update").stdout
@@ -95,3 +100,16 @@ def test_a_project_at_home_counts_once(home: Path, monkeypatch: pytest.MonkeyPat
     result = run("shadowed", "--check", *agents("claude", "cursor"))
     assert (result.exit_code, "is the home directory" in result.stderr) == (0, True)
     assert len(answer("update")["results"]) == len(SKILL_TEMPLATES)
+
+
+def test_the_two_ways_out_are_alternatives(home: Path, project: Path) -> None:
+    put(home, ".claude/skills", "modified", "tarnel")
+    put(project, ".claude/skills", "outdated", "tarnel")
+    (hint,) = answer("shadowed")["advice"]
+    run(*hint["command"][2:])
+    (row,) = answer("shadowed")["results"]
+    assert (row["ways_out"][0]["command"], row["ways_out"][0]["problem"]) == (None, "modified")
+    shown = run("shadowed").stdout
+    assert ".claude/skills --scope user --force\n" in shown
+    assert f"This deletes {copy_in(home, '.claude/skills')} (modified) for good" in shown
+    assert "Or remove the project copy (10 agents would lose it in other clones of this repository):\n" in shown

@@ -75,7 +75,10 @@ def result_cell(outcome: Outcome, *, dry_run: bool) -> Cell:
     if outcome.obstacle:
         return Cell("kept" if action == "remove" else "failed", Tone.BAD)
     if action == "none":
-        return Cell("already up to date" if state is State.CURRENT else f"{state.value}, unchanged", TONES[state])
+        if state is State.CURRENT:
+            return Cell("already up to date", Tone.GOOD)
+        # Leaving a copy alone is no failure, whatever its state.
+        return Cell(f"{state.value}, unchanged", Tone.WARNING if TONES[state] is Tone.BAD else TONES[state])
     return Cell(f"would {action}" if dry_run else _DONE[action], Tone.GOOD)
 
 
@@ -94,7 +97,8 @@ def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
     if failed:
         parts.append(f"{len(failed)} {failing}")
     text = ", ".join(parts)
-    return Line(f"{text[0].upper()}{text[1:]}.", Tone.BAD if failed or State.UNREADABLE in idle else Tone.GOOD)
+    tone = Tone.BAD if failed else Tone.WARNING if State.UNREADABLE in idle else Tone.GOOD
+    return Line(f"{text[0].upper()}{text[1:]}.", tone)
 
 
 def outcome_record(outcome: Outcome) -> Record:

@@ -15,9 +15,9 @@ from muvad_tarnel.setup.config import AGENT_CONFIG
 
 @skill_command("both", agents="all")
 def diff(request: Request) -> Report:
-    """Show edited and foreign texts that could be replaced.
+    """Show modified and foreign texts that could be replaced.
 
-    They are those that `install` or `update`, perhaps with --force, would replace and keep as SKILL.md.bak. Each is
+    `install` or `update`, perhaps with --force, would replace these texts and keep them as SKILL.md.bak. Each is
     compared with this package's document. Lines with - are in the copy only, lines with + in the document only. Line
     ends and a byte order mark are no difference.
 

@@ -14,7 +14,7 @@ from muvad_tarnel.setup import skill
 
 
 @skill_command("one", agents="claude")
-@click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies that the agents read.")
+@click.option("--force", is_flag=True, help="Also replace modified, newer and foreign copies that the agents read.")
 @dry_run_option
 def install(request: Request, *, force: bool) -> Report:
     """Install the skills where the agents look.

@@ -1,5 +1,7 @@
 """`muvad-tarnel skill plan`."""
 
+from pathlib import Path
+
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import advice_records, agent_records
@@ -59,13 +61,27 @@ def table(request: Request, chosen: Plan) -> Table:
     rows: list[tuple[str | Cell, ...]] = [
         (
             request.place(chosen.scope, directory),
-            f"{written} to write" if (written := len(written_to(chosen, directory))) else "installed",
+            files_in_words(request, chosen, directory),
             ", ".join(names),
             Cell(reason, tone),
         )
         for (directory, reason, tone), names in served.items()
     ]
     return Table(f"{chosen.scope.capitalize()} scope: {request.root}", ("Directory", "Files", "Serves", "Why"), rows)
+
+
+def files_in_words(request: Request, chosen: Plan, directory: str) -> str:
+    """What an install writes into a directory, perhaps under the name of one that a link makes the same."""
+    if written := written_to(chosen, directory):
+        return f"{len(written)} to write"
+    files = files_of(chosen, directory)
+    linked = next((copy.directory for copy in chosen.writes if files_of(chosen, copy.directory) == files), None)
+    return f"same directory as {request.place(chosen.scope, linked)}" if linked else "installed"
+
+
+def files_of(chosen: Plan, directory: str) -> frozenset[Path]:
+    """The files of a directory, links resolved: those of linked directories are the same."""
+    return frozenset(copy.file for copy in chosen.after.at(chosen.scope, directory))
 
 
 def written_to(chosen: Plan, directory: str) -> list[str]:
@@ -84,7 +100,11 @@ def why(chosen: Plan, directory: str, agent: str) -> str:
 
 def verdict(chosen: Plan) -> list[Block]:
     """The plan in a sentence or two."""
-    number = len(chosen.directories)
+    if chosen.obstacles:
+        unserved = chosen.unserved
+        loss = f", and {names_of(unserved)} would not find every skill" if unserved else ""
+        return [Line(f"The install would fail{loss}.", Tone.BAD)]
+    number = len({files_of(chosen, directory) for directory in chosen.directories})
     text = f"{number} {'directory serves' if number == 1 else 'directories serve'} {names_of(chosen.agents)}"
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
     once = f", and {'each' if len(chosen.agents) > 1 else 'it'} finds every skill once" if is_good else ""

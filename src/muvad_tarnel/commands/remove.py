@@ -30,7 +30,7 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool) -> Report:
     """Remove installed skills.
 
-    DIRECTORY is a skills directory, such as ~/.claude/skills or, with --scope, .claude/skills. Without one, every copy
+    DIRECTORY is a skills directory, such as ~/.claude/skills or, in a project, .claude/skills. Without one, every copy
     at the scope is removed, at once and without a question; `install` writes them again.
 
     Only texts that this package wrote are removed, each with its own directory if that is then empty. Backups
@@ -59,19 +59,26 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
 
 
 def meant(request: Request, text: str) -> tuple[Scope, str]:
-    """The skills directory that is meant by a path, or in the table's spelling at the scope that was given."""
+    """The skills directory that is meant by a path, or in the table's spelling."""
     if not text:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
-    path = Path(os.path.abspath(Path(text).expanduser()))  # noqa: PTH100 (links stay, unlike with resolve)
-    is_scope_given = request.is_scope_given
+    paths = {
+        parent_resolved(Path(os.path.abspath(base / Path(text).expanduser())))  # noqa: PTH100 (links stay)
+        for base in (Path(), request.project or Path())
+    }
+    is_scope_known = bool(request.is_scope_given or request.project)
     known = {
-        directory if is_scope_given else str(request.roots[scope] / directory): (scope, directory)
-        for scope in (request.scopes if is_scope_given or request.project else request.roots)
+        directory if is_scope_known else str(request.roots[scope] / directory): (scope, directory)
+        for scope in (request.scopes if is_scope_known else request.roots)
         for directory in directories_read(AGENT_CONFIG, scope)
     }
-    for spelling, (scope, directory) in known.items():
-        place = request.roots[scope] / directory
-        if text.rstrip("/") == spelling or path == place or parent_resolved(path) == parent_resolved(place):
+    for scope, directory in known.values():
+        if parent_resolved(request.roots[scope] / directory) in paths:
+            return scope, directory
+    # The table's spelling: at the scope that was given, or in the project when the current directory is below its root.
+    for scope, directory in known.values():
+        is_meant = is_scope_known or (scope == "project" and not os.path.lexists(text))
+        if os.path.normpath(text) == directory and is_meant:
             return scope, directory
     # All directories would fill the screen; those in use are the likely ones.
     in_use = {spelling: place for spelling, place in known.items() if any(c.exists for c in request.survey.at(*place))}
@@ -80,13 +87,13 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     if name in skill.SKILL_TEMPLATES and folder:
         guess = f" Did you mean '{folder} --skill {name}'?"
     else:
-        guess = did_you_mean(text, [directory for _, directory in in_use.values()])
+        guess = did_you_mean(text, {directory for _, directory in in_use.values()} - {os.path.normpath(text)})
     raise click.BadParameter(f"unknown skills directory {text!r}{expected}.{guess}", param_hint="DIRECTORY")
 
 
 def parent_resolved(path: Path) -> Path:
     """The path with links resolved above its last part, whichever way the shell took."""
-    return path.parent.resolve() / path.name
+    return Path(os.path.realpath(path.parent), path.name)  # unlike Path.resolve, never raises for a loop
 
 
 def removed(request: Request, copy: Copy, *, force: bool) -> Outcome:

@@ -19,7 +19,7 @@ from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import Advice, names_of, removal_of, updating
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.survey import Shadow
-from muvad_tarnel.installed.writing import obstacle_to_removing
+from muvad_tarnel.installed.writing import difference, obstacle_to_removing
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Record, Report, Table, Tone
 from muvad_tarnel.roots import SCOPES
 from muvad_tarnel.setup.config import AGENT_CONFIG
@@ -30,8 +30,8 @@ from muvad_tarnel.setup.config import AGENT_CONFIG
 def shadowed(request: Request, *, check: bool) -> Report:
     """Show skills that another copy may hide.
 
-    They are those that an agent finds for the user as well as in the project. It may use one copy, however old, and
-    never the other. Copies with the same text do no harm; -v lists them. Nothing is written.
+    An agent that finds a skill both for the user and in the project may use one copy, however old, and never the
+    other. Copies with the same text do no harm; -v lists them. Nothing is written.
 
     \b
     Examples:
@@ -86,7 +86,10 @@ def effects_of(shadow: Shadow) -> dict[Cell, str]:
 
 
 class WayOut(NamedTuple):
-    """The removal of some copies of one directory, or the obstacle to it, and the agents that would lose something."""
+    """The removal of some copies of one directory, and the agents that would lose something.
+
+    Where there is an obstacle, only people are told a command, with --force, if that removes the copy.
+    """
 
     copy: Copy
     command: list[str] | None
@@ -100,7 +103,8 @@ def ways_out(request: Request, copies: Iterable[Copy]) -> list[WayOut]:
     free: dict[str, list[Copy]] = {}
     for copy in dict.fromkeys(copies):
         if obstacle := obstacle_to_removing(copy, force=False):
-            ways.append(WayOut(copy, None, obstacle, []))
+            losing = [] if obstacle_to_removing(copy, force=True) else list(request.survey.losses([copy], copy.scope))
+            ways.append(WayOut(copy, None, obstacle, losing))
         else:
             free.setdefault(copy.directory, []).append(copy)
     for group in free.values():
@@ -119,7 +123,21 @@ def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
         loss = f" ({names_of(losing)} would lose it {where[scope]})" if losing else ""
         yield Line(f"{'Either' if scope == 'user' else 'Or'} remove the {scope} copy{loss}:")
         for way in ways:
-            yield Command("", command_line(way.command) if way.command else str(way.obstacle))
+            if way.command:
+                yield Command("", command_line(way.command))
+            else:
+                yield from forced(request, way)
+
+
+def forced(request: Request, way: WayOut) -> Iterator[Block]:
+    """The removal of a copy that takes --force, and what is lost by it; or what keeps even that from working."""
+    copy = way.copy
+    if obstacle := obstacle_to_removing(copy, force=True):
+        yield Line(f"{obstacle}.", Tone.BAD)
+        return
+    yield Command("", command_line(request.command(copy.scope, (*removal_of(request.survey, [copy]), "--force"))))
+    if not copy.link:
+        yield Line(f"This deletes {copy.path} ({difference(copy)}) for good: no backup is kept.", Tone.WARNING)
 
 
 def record(request: Request, shadow: Shadow) -> Record:

@@ -4,17 +4,25 @@ from collections.abc import Collection
 
 import click
 
-# What other tools call these commands.
-_SYNONYMS = {"delete": "remove", "list": "status", "rm": "remove", "uninstall": "remove", "upgrade": "update"}
+# What other tools call these commands and agents.
+_SYNONYMS = {
+    "delete": "remove",
+    "github-copilot": "copilot",
+    "list": "status",
+    "rm": "remove",
+    "uninstall": "remove",
+    "upgrade": "update",
+    "vscode": "copilot",
+}
 
 
-def did_you_mean(word: str, known: Collection[str]) -> str:
-    """A suggestion after a space, or nothing if no known word is near."""
+def did_you_mean(word: str, known: Collection[str], prefix: str = "") -> str:
+    """A suggestion after a space, or nothing if no known word is near. The suggested word follows the prefix."""
     from difflib import get_close_matches  # noqa: PLC0415 (needed after a mistake only)
 
     synonym = _SYNONYMS.get(word.lower())
-    near = [synonym] if synonym in known else get_close_matches(word.lower(), known, 1, cutoff=0.7)
-    return f" Did you mean {near[0]!r}?" if near else ""
+    near = [synonym] if synonym and synonym in known else get_close_matches(word.lower(), known, 1, cutoff=0.7)
+    return f" Did you mean {prefix + near[0]!r}?" if near else ""
 
 
 class Choice(click.Choice[str]):

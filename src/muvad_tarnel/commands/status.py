@@ -18,7 +18,7 @@ from muvad_tarnel.commands.wording import (
     obstacle_lines,
     shortlist,
 )
-from muvad_tarnel.hints import Advice, advice, joined, lacking_at, skills_of
+from muvad_tarnel.hints import Advice, advice, joined, lacking_at, partly_served, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
@@ -37,15 +37,16 @@ def status(request: Request, *, check: bool) -> Report:
     Without agents: every copy, and the agents that find one or are in use. With agents: the copies that they read. What
     is wrong comes with the command that fixes it. Nothing is written.
 
-    With --check the exit code is 1 if an agent named lacks a skill, if nothing is installed (no agent named), or if a
-    copy is outdated, incomplete, unreadable or foreign. Modified and newer copies are accepted.
+    With --check the exit code is 1 if a named agent lacks a skill, if a copy is outdated, incomplete, unreadable or
+    foreign, or, without agents, if nothing is installed or an agent finds only some of the skills. Modified and newer
+    copies are accepted.
 
     \b
     States:
       current      this package's version and text
       outdated     an older version
       newer        a newer version than this package's
-      modified     this version, edited
+      modified     this version, with another text
       incomplete   the beginning of a document: an install was cut off
       foreign      no version in it: not written by this package
       unreadable   not UTF-8, a dangling link, or not to be opened
@@ -58,7 +59,9 @@ def status(request: Request, *, check: bool) -> Report:
     """
     survey, scopes, named = request.survey, request.scopes, request.named
     nothing = not any(copy.exists and copy.scope in scopes for copy in survey.copies)
-    hints = advice(survey, scopes, named or ((request.in_use or skill.DEFAULT_AGENTS) if nothing else ()))
+    partly = partly_served(survey, scopes)
+    unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, partly)
+    hints = advice(survey, scopes, named or unnamed)
     copies = list(listed(request))
     finding = survey.finders(scopes)
     agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
@@ -66,7 +69,7 @@ def status(request: Request, *, check: bool) -> Report:
     is_wrong = (
         any(copy.state in _WRONG for copy in copies)
         or any(survey.lacking(agent, scopes) for agent in usable)
-        or (nothing and not named)
+        or (not named and (nothing or bool(partly)))
     )
     return Report(
         blocks(request, copies, agents, hints),

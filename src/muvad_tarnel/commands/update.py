@@ -8,12 +8,12 @@ from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import obstacle_lines
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import each_once
-from muvad_tarnel.output.report import Report
+from muvad_tarnel.output.report import Report, Tone
 from muvad_tarnel.planning import replaceable
 
 
 @skill_command("both")
-@click.option("--force", is_flag=True, help="Also replace edited, newer and foreign copies.")
+@click.option("--force", is_flag=True, help="Also replace modified, newer and foreign copies.")
 @dry_run_option
 def update(request: Request, *, force: bool) -> Report:
     """Bring every installed copy up to date.
@@ -29,4 +29,5 @@ def update(request: Request, *, force: bool) -> Report:
     copies = [copy for copy in request.survey.copies if copy.scope in request.scopes]
     unreadable = each_once(copy for copy in copies if copy.state is State.UNREADABLE)
     outcomes = [*write_all(request, replaceable(copies, force=force)), *map(Outcome, unreadable)]
-    return report_of(request, outcomes, (), nothing="No copy needs an update.", remarks=obstacle_lines(unreadable))
+    remarks = obstacle_lines(unreadable, Tone.WARNING)
+    return report_of(request, outcomes, (), nothing="No copy needs an update.", remarks=remarks)

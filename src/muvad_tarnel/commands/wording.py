@@ -66,10 +66,10 @@ def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Cell]
     return list(tables.values())
 
 
-def obstacle_lines(copies: Iterable[Copy]) -> list[Block]:
+def obstacle_lines(copies: Iterable[Copy], tone: Tone = Tone.BAD) -> list[Block]:
     """Why copies cannot be read, or must not be written: a line for each obstacle."""
     obstacles = [copy.obstacle or (copy.misplaced if copy.exists else None) for copy in copies]
-    return [Line(f"{obstacle}.", Tone.BAD) for obstacle in dict.fromkeys(obstacles) if obstacle]
+    return [Line(f"{obstacle}.", tone) for obstacle in dict.fromkeys(obstacles) if obstacle]
 
 
 def copy_record(copy: Copy) -> Record:

@@ -7,7 +7,7 @@ from muvad_tarnel import __version__
 from muvad_tarnel.setup import skill
 
 # The SHA-256 digests of every template ever released. A template that changes gets a new digest here and keeps the old
-# one, so that copies which an earlier release wrote are not taken for edited ones.
+# one, so that copies which an earlier release wrote are not taken for modified ones.
 RELEASED = {
     "tarnel": frozenset({"bef2522d3677b204b64107eb8f11578357806c23542c454484ecfa92ac5a5f02"}),
     "tarnel-map": frozenset({"79ca54e5f36144a6738a1445f974f83244143c5aee02c5455d262add5d9474ed"}),

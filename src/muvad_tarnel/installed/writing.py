@@ -193,13 +193,13 @@ def reason_to_keep(copy: Copy) -> str:
 def difference(copy: Copy) -> str:
     """How the text of a copy differs from what this package wrote."""
     reasons = {State.FOREIGN: "not written by this package", State.NEWER: "newer than this package"}
-    return reasons.get(copy.state, "edited")
+    return reasons.get(copy.state, "modified")
 
 
 def remove(copy: Copy, *, force: bool) -> None:
     """Remove a copy, and its directory when that is then empty. A link is removed instead of what it leads to.
 
-    Raises `OSError`, also when the file has been edited since it was read.
+    Raises `OSError`, also when the file has been modified since it was read.
     """
     if not force and not as_it_is(copy).is_ours:
         raise OSError(errno.EBUSY, "changed while this command ran")
