@@ -26,8 +26,7 @@ from unittest import mock
 import plain_skill
 from fresh_module import fresh_module
 from muvad_tarnel.setup import config
-from scenarios import CURRENT, ON_FILES, OTHERS, outcome, prepare
-from test_fast_paths import guarded, replaced
+from scenarios import ON_FILES, OTHERS, prepare
 
 FILE, QUESTION, *MORE = sys.argv[1:]
 ROOT = Path.cwd() / str(os.getpid())
@@ -109,53 +108,6 @@ def count_leaks(way: str, most_calls: str) -> dict[str, int]:
             if min(steps) > least or max(steps) < -least:
                 sys.stdout.write(f"{name}, {way}: {kind} per {calls} calls: {steps}\n")
     return {"functions": len(functions) // 2, "cases": len(calls_of), "calls": ROUNDS * sum(calls_of.values())}
-
-
-ended = threading.Event()
-answers, replacements = itertools.count(1), itertools.count()
-
-
-def replace_guarded_names() -> None:
-    """Again and again, each by what does the same."""
-    kinds = (FunctionType, property, classmethod)
-    passing = [place for place in guarded() if isinstance(place[2], kinds) and place[0] is not builtins]
-    passing = [place for place in passing if place[1] != "_buffer_decode"]  # a Python function would be a method
-    for place in itertools.takewhile(lambda _: not ended.is_set(), itertools.cycle(passing)):
-        with replaced(*place):
-            next(replacements)
-
-
-def collect_garbage() -> None:
-    while not ended.is_set():
-        gc.collect()
-
-
-def compare_answers(expected: dict[str, object], calls: dict[str, Callable[[], object]], rounds: int) -> None:
-    for name, call in itertools.chain.from_iterable(itertools.repeat(calls.items(), rounds)):
-        given = outcome(call)
-        if next(answers) and given != expected[name]:
-            sys.stdout.write(f"{name}: {given} in place of {expected[name]}\n")
-
-
-def count_answers(rounds: str) -> dict[str, int]:
-    skill, callers = fresh_module(FILE), []
-    helpers = [threading.Thread(target=task) for task in (replace_guarded_names, collect_garbage)]
-    roots = [ROOT / str(number) for number in range(16)]
-    for root in roots:  # the last one's home is that of all
-        prepare(root, CURRENT)
-    for root in roots:
-        expected = {name: outcome(scenario.bound(plain_skill, root)) for name, scenario in SCENARIOS.items()}
-        calls = {name: scenario.bound(skill, root) for name, scenario in SCENARIOS.items()}
-        callers.append(threading.Thread(target=compare_answers, args=(expected, calls, int(rounds))))
-    sys.setswitchinterval(1e-6)
-    for thread in (*helpers, *callers):
-        thread.start()
-    for thread in callers:
-        thread.join()
-    ended.set()
-    for thread in helpers:
-        thread.join()
-    return {"threads": len(callers), "answers": next(answers) - 1, "replacements": next(replacements)}
 
 
 CONTROL = """
@@ -288,7 +240,6 @@ def end_with_daemons(call: str) -> dict[str, int]:
 
 QUESTIONS: dict[str, Callable[..., dict[str, int] | None]] = {
     "leaks": count_leaks,
-    "threads": count_answers,
     "eight interpreters": use_eight_interpreters,
     "memory": count_memory,
     "imports": count_imports,

@@ -1,4 +1,4 @@
-"""Memory, threads, interpreters, imports and the end: asked of child processes, since what is looked for may crash."""
+"""Memory, interpreters, imports and the end: asked of child processes, since what is looked for may crash."""
 
 import json
 import os
@@ -47,10 +47,6 @@ def test_row_8_calls_leave_nothing_behind(figure: Figure, effort: float) -> None
     ways = {"fast": 10_000, "slow": round(1000 * min(effort, 10))}
     for way, figures in zip(ways, counted_at_once(*(("leaks", *way) for way in ways.items())), strict=True):
         figure(8, f"{way} paths", **figures)
-
-
-def test_row_9_threads_get_the_answers_of_plain_python(figure: Figure, effort: float) -> None:
-    figure(9, **counted("threads", round(20 * effort)))
 
 
 @pytest.mark.parametrize("kind", ["own", "shared"])

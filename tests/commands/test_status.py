@@ -100,16 +100,3 @@ def test_a_project_at_home_counts_once(home: Path, monkeypatch: pytest.MonkeyPat
     result = run("shadowed", "--check", *agents("claude", "cursor"))
     assert (result.exit_code, "is the home directory" in result.stderr) == (0, True)
     assert len(answer("update")["results"]) == len(SKILL_TEMPLATES)
-
-
-def test_the_two_ways_out_are_alternatives(home: Path, project: Path) -> None:
-    put(home, ".claude/skills", "modified", "tarnel")
-    put(project, ".claude/skills", "outdated", "tarnel")
-    (hint,) = answer("shadowed")["advice"]
-    run(*hint["command"][2:])
-    (row,) = answer("shadowed")["results"]
-    assert (row["ways_out"][0]["command"], row["ways_out"][0]["problem"]) == (None, "modified")
-    shown = run("shadowed").stdout
-    assert ".claude/skills --scope user --force\n" in shown
-    assert f"This deletes {copy_in(home, '.claude/skills')} (modified) for good" in shown
-    assert "Or remove the project copy (10 agents would lose it in other clones of this repository):\n" in shown

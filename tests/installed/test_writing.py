@@ -2,7 +2,6 @@
 
 import fcntl
 import os
-import signal
 import subprocess
 from collections.abc import Callable
 from pathlib import Path
@@ -126,22 +125,17 @@ class TestFailures:
         assert set(home.rglob("*")) == before
         assert kind == "missing" or copy_in(home, ".claude/skills").read_bytes() == text_of(kind)
 
-    @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGKILL])
-    def test_a_run_that_ends_early_tears_nothing(self, home: Path, number: int) -> None:
+    def test_ctrl_c_tears_nothing(self, home: Path) -> None:
         put(home, ".claude/skills", "outdated")
         script = (
             "import os, sys; from muvad_tarnel.cli import main\n"
             "import signal; signal.signal(signal.SIGINT, signal.default_int_handler)  # ignored in the background\n"
-            f"os.fsync = lambda _: os.kill(os.getpid(), {int(number)})\n"
+            "os.fsync = lambda _: os.kill(os.getpid(), signal.SIGINT)\n"
             "sys.argv[1:] = ['skill', 'install']; main()"
         )
         ran = subprocess.run([COMMAND[0], "-c", script], check=False, capture_output=True, text=True, timeout=60)
-        assert ran.returncode == (130 if number == signal.SIGINT else -signal.SIGKILL)
-        assert "Traceback" not in ran.stderr
-        assert copy_in(home, ".claude/skills").read_bytes() == text_of("outdated")
-        assert len(files(home)) == len(SKILL_TEMPLATES) + (number == signal.SIGKILL)
-        run("install", *agents("gemini"))
-        assert [name for name in files(home) if name.endswith(".tmp")] == []
+        assert (ran.returncode, "Traceback" in ran.stderr) == (130, False)
+        assert (len(files(home)), copy_in(home, ".claude/skills").read_bytes()) == (3, text_of("outdated"))
 
 
 class TestOthers:

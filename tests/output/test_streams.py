@@ -5,12 +5,10 @@ import sys
 from pathlib import Path
 
 import pytest
-from running import copy_in, put, run, run_in_shell, run_process
+from running import put, run_in_shell, run_process
 
 from muvad_tarnel import __version__
 from muvad_tarnel.commands import COMMANDS
-from muvad_tarnel.setup.config import AGENT_CONFIG
-from muvad_tarnel.setup.skill import SKILL_TEMPLATES
 
 
 def test_lines_in_a_pipe_are_whole_and_plain(home: Path) -> None:
@@ -62,20 +60,3 @@ def test_nothing_heavy_is_loaded(command: str, options: str) -> None:
     ran = run_in_shell(f'{sys.executable} -c "{script}" skill {command} {options}')
     allowed = {"muvad_tarnel", "gc", "locale", "_locale", "unicodedata", "stringprep", "fcntl", "shlex"}
     assert {*ran.stderr.splitlines()[-1].split()} <= allowed | ({"json", "_json"} if options else set())
-
-
-def test_show_prints_what_install_writes(home: Path) -> None:
-    run("install")
-    for name in SKILL_TEMPLATES:
-        assert run("show", name).stdout == copy_in(home, ".claude/skills", name).read_text()
-        assert re.search(rf"^{name} +[A-Z].*\.$", run("show").stdout, re.MULTILINE)
-
-
-def test_completion() -> None:
-    for words, expected in [
-        ("muvad-tarnel skill install --agent c", {key for key in AGENT_CONFIG if key.startswith("c")}),
-        ("muvad-tarnel skill show ", set(SKILL_TEMPLATES)),
-    ]:
-        number = str(words.count(" "))
-        ran = run_process(_MUVAD_TARNEL_COMPLETE="bash_complete", COMP_WORDS=words, COMP_CWORD=number)
-        assert {line.removeprefix("plain,") for line in ran.stdout.splitlines()} == expected

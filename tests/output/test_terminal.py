@@ -5,7 +5,7 @@ from collections import Counter
 from pathlib import Path
 
 import pytest
-from running import copy_in, put, run_on_terminal
+from running import put, run_on_terminal
 
 ESCAPE = "\x1b["
 
@@ -32,15 +32,6 @@ def test_tables_fit_and_lose_nothing(home: Path, project: Path, command: str, co
         assert all(directory in unbroken_text for directory in re.findall(r"\S*/skills\b", wide.text))
 
 
-def test_a_row_reads_without_colour(home: Path) -> None:
-    put(home, ".claude/skills")
-    copy_in(home, ".claude/skills", "tarnel-wiki").unlink()
-    shown = run_on_terminal("skill", "status", "--scope", "user", "--agent", "claude", "--color", "never").text
-    assert re.search(
-        "~/.claude/skills +tarnel, +tarnel-map +\N{CHECK MARK} current .*\n +tarnel-wiki +\N{BALLOT X} missing", shown
-    )
-
-
 @pytest.mark.parametrize(
     ("options", "environment", "is_coloured"),
     [
@@ -57,9 +48,3 @@ def test_colour(home: Path, *, options: str, environment: dict[str, str], is_col
     put(home, ".claude/skills", "modified")
     screen = run_on_terminal("skill", "diff", *options.split(), columns=80, **environment)
     assert (f"{ESCAPE}31m-My own words." in screen.text, ESCAPE in screen.text) == (is_coloured, is_coloured)
-
-
-@pytest.mark.parametrize("encoding", ["ascii", "latin-1"])
-def test_marks_are_ascii_where_others_fail(encoding: str) -> None:
-    screen = run_on_terminal("skill", "install", PYTHONIOENCODING=encoding)
-    assert (screen.exit_code, screen.text.isascii(), "+ installed" in screen.text) == (0, True, True)
