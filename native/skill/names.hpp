@@ -44,23 +44,18 @@
     X(name, get, "get")                                          \
     X(name, group, "group")                                      \
     X(name, home, "home")                                        \
-    X(name, installed, "installed")                              \
     X(name, items, "items")                                      \
     X(name, match, "match")                                      \
-    X(name, message, "message")                                  \
     X(name, mkdir, "mkdir")                                      \
     X(name, parent, "parent")                                    \
     X(name, parents, "parents")                                  \
-    X(name, path, "path")                                        \
     X(name, read_text, "read_text")                              \
-    X(name, scope, "scope")                                      \
     X(name, search, "search")                                    \
     X(name, skill_name, "skill_name")                            \
     X(name, skills_dir, "skills_dir")                            \
     X(name, skills_project_roots, "skills_project_roots")        \
     X(name, skills_user_roots, "skills_user_roots")              \
     X(name, split, "split")                                      \
-    X(name, success, "success")                                  \
     X(name, values, "values")                                    \
     X(name, version, "version")                                  \
     X(name, write_text, "write_text")                            \

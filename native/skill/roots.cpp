@@ -19,8 +19,7 @@ Ref distinct_texts(PyObject* texts) {
     return distinct;
 }
 
-}  // namespace
-
+// Whether the mapping is a plain dict of plain tuples of plain strings: what is asked of it runs no foreign code.
 bool is_plain(PyObject* agent_roots) {
     if (!PyDict_CheckExact(agent_roots)) return false;
     PyObject* key = nullptr;
@@ -29,6 +28,8 @@ bool is_plain(PyObject* agent_roots) {
         if (!is_tuple_of_texts(directories)) return false;
     return true;
 }
+
+}  // namespace
 
 Ref distinct_keys(const CallContext& context, PyObject* agent_keys) {
     if (is_sequence_of_texts(agent_keys)) return distinct_texts(agent_keys);

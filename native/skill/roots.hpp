@@ -5,9 +5,6 @@
 
 namespace tarnel::skill {
 
-// Whether the mapping is a plain dict of plain tuples of plain strings: what is asked of it runs no foreign code.
-[[nodiscard]] bool is_plain(PyObject* agent_roots);
-
 // The keys, each at its first occurrence, as a new dict's keys. Reads all of them.
 [[nodiscard]] python::Ref distinct_keys(const python::CallContext& context, PyObject* agent_keys);
 
