@@ -3,7 +3,7 @@
 #include <opcode.h>
 
 #include <algorithm>
-#include <string>
+#include <array>
 
 #include "python/boundary.hpp"
 #include "python/recursion.hpp"
@@ -15,7 +15,7 @@ namespace {
 
 constexpr char capsule_name[] = "tarnel.native_body";
 constexpr Py_ssize_t constants_of_code = 2;  // the docstring, which functions take from there, and the builtin
-constexpr Py_ssize_t builtin_index = 1;
+constexpr unsigned builtin_index = 1;
 
 // Kept as the capsule's context as well, which is quicker to ask for: no name is compared.
 NativeBody* body_in(PyObject* capsule) noexcept { return static_cast<NativeBody*>(PyCapsule_GetContext(capsule)); }
@@ -39,17 +39,28 @@ PyMethodDef call_body_method = {"body", reinterpret_cast<PyCFunction>(reinterpre
                                 METH_FASTCALL,
                                 "Runs the native body of a function, in the namespace of the code that calls it."};
 
+// The bytes of a code object, at most two for each of its units.
+struct Bytes {
+    std::array<char, 2 * (max_parameters + 8)> content{};
+    std::size_t size = 0;
+
+    constexpr void add(unsigned byte) { content.at(size++) = static_cast<char>(byte); }
+    [[nodiscard]] Ref object() const {
+        return checked(PyBytes_FromStringAndSize(content.data(), static_cast<Py_ssize_t>(size)));
+    }
+};
+
 // RESUME; push the builtin; load the parameters; call; return.
-std::string instructions(int parameters) {
-    std::string code;
-    const auto emit = [&code](int opcode, int argument = 0) {
-        code += static_cast<char>(opcode);
-        code += static_cast<char>(argument);
+constexpr Bytes instructions(unsigned parameters) {
+    Bytes code;
+    const auto emit = [&code](unsigned opcode, unsigned argument = 0) {
+        code.add(opcode);
+        code.add(argument);
     };
     emit(RESUME);
     emit(PUSH_NULL);
     emit(LOAD_CONST, builtin_index);
-    for (int i = 0; i < parameters; i++) emit(LOAD_FAST, i);
+    for (unsigned i = 0; i < parameters; i++) emit(LOAD_FAST, i);
     emit(CALL, parameters);
     constexpr int caches_of_call = 3;
     for (int i = 0; i < caches_of_call; i++) emit(CACHE);
@@ -58,29 +69,25 @@ std::string instructions(int parameters) {
 }
 
 // Line 1 for every code unit: an instruction without a line breaks those who format tracebacks.
-std::string line_table(std::size_t units) {
+constexpr Bytes line_table(std::size_t units) {
     constexpr unsigned start_of_entry = 0x80;
     constexpr unsigned no_columns = 13U << 3U;  // the kind of entry: a change of line, which is 0, and no columns
     constexpr std::size_t longest_run = 8;
-    std::string table;
+    Bytes table;
     while (units > 0) {
         const std::size_t run = std::min(units, longest_run);
-        table += static_cast<char>(start_of_entry | no_columns | static_cast<unsigned>(run - 1));
-        table += '\0';
+        table.add(start_of_entry | no_columns | static_cast<unsigned>(run - 1));
+        table.add(0);
         units -= run;
     }
     return table;
 }
 
-Ref bytes(const std::string& content) {
-    return checked(PyBytes_FromStringAndSize(content.data(), static_cast<Py_ssize_t>(content.size())));
-}
-
-Ref parameter_names(const Parameters& parameters) {
+Ref parameter_names(const Parameters& parameters, Namespace& module) {
     Ref names = checked(PyTuple_New(parameters.size()));
     Py_ssize_t index = 0;
     for (const Parameter& parameter : parameters)
-        PyTuple_SET_ITEM(names.get(), index++, checked(PyUnicode_InternFromString(parameter.name)).release());
+        PyTuple_SET_ITEM(names.get(), index++, Py_NewRef(module.literal(parameter.name)));
     return names;
 }
 
@@ -99,11 +106,12 @@ Ref NativeBody::run(PyObject* globals, PyObject* builtins, std::span<PyObject* c
         PyErr_SetString(PyExc_ImportError, runtime::unwinder_problem);
         return {};
     }
+    shared->strings.ensure_made();
     const RecursiveCall recursive;
     return body(CallContext(globals, builtins, *shared, arguments));
 }
 
-Ref make_code(const Definition& definition, PyObject* file, const std::shared_ptr<Shared>& shared) {
+Ref make_code(const Definition& definition, Namespace& module, const std::shared_ptr<Shared>& shared) {
     const int parameters = definition.parameters.size();
     const int positional = definition.parameters.positional();
     const Ref capsule =
@@ -112,12 +120,13 @@ Ref make_code(const Definition& definition, PyObject* file, const std::shared_pt
     const Ref doc = checked(PyUnicode_FromString(definition.doc));
     const Ref constants = checked(PyTuple_Pack(constants_of_code, doc.get(), builtin.get()));
     const Ref empty = checked(PyTuple_New(0));
-    const Ref variables = parameter_names(definition.parameters);
-    const Ref name = checked(PyUnicode_InternFromString(definition.name));
-    const std::string units = instructions(parameters);
-    const Ref unit_bytes = bytes(units);
-    const Ref lines = bytes(line_table(units.size() / 2));
-    const Ref exceptions = bytes("");
+    const Ref variables = parameter_names(definition.parameters, module);
+    PyObject* name = module.literal(definition.name);
+    const Ref file = module.file();
+    const Bytes units = instructions(static_cast<unsigned>(parameters));
+    const Ref unit_bytes = units.object();
+    const Ref lines = line_table(units.size / 2).object();
+    const Ref exceptions = Bytes{}.object();
 
     constexpr int flags = CO_OPTIMIZED | CO_NEWLOCALS | CO_FUTURE_ANNOTATIONS;
     const int stack_size = parameters + 2;  // the call's null, the builtin and the arguments: less corrupts memory

@@ -10,6 +10,7 @@
 #include <span>
 
 #include "python/definition.hpp"
+#include "python/namespace.hpp"
 
 namespace tarnel::python {
 
@@ -24,8 +25,8 @@ struct NativeBody {
     [[nodiscard]] Ref run(PyObject* globals, PyObject* builtins, std::span<PyObject* const> arguments) const;
 };
 
-// The code object of a definition. `file` is the name that tracebacks show.
-[[nodiscard]] Ref make_code(const Definition& definition, PyObject* file, const std::shared_ptr<Shared>& shared);
+// The code object of a definition in the module.
+[[nodiscard]] Ref make_code(const Definition& definition, Namespace& module, const std::shared_ptr<Shared>& shared);
 
 // The body that `code` runs when it is an object made here, unchanged; else null. Runs no foreign code, sets no error.
 [[nodiscard]] const NativeBody* native_body_of(PyObject* code) noexcept;

@@ -59,7 +59,7 @@ PyObject* call_function(PyObject* function, PyObject* const* arguments, size_t f
     return interpreter_call.load(std::memory_order_relaxed)(function, arguments, flags, keywords);
 }
 
-Ref evaluate(const Default& value, PyObject* globals) {
+Ref evaluate(const Default& value, Namespace& module) {
     switch (value.kind) {
         case Default::Kind::absent:
         case Default::Kind::none:
@@ -69,21 +69,21 @@ Ref evaluate(const Default& value, PyObject* globals) {
         case Default::Kind::empty_tuple:
             return checked(PyTuple_New(0));
         case Default::Kind::literal:
-            return checked(PyUnicode_InternFromString(value.text));
+            return Ref::borrow(module.literal(value.text));
         case Default::Kind::global:
-            return look_up(globals, value.text);
+            return module[value.text];
     }
     throw std::logic_error("a default of an unknown kind");
 }
 
-void set_defaults(PyObject* function, const Parameters& parameters, PyObject* globals) {
+void set_defaults(PyObject* function, const Parameters& parameters, Namespace& module) {
     const Ref positional = checked(PyList_New(0));
     const Ref keyword_only = checked(PyDict_New());
     for (const auto& [name, annotation, default_value, passing] : parameters) {
         if (default_value.kind == Default::Kind::absent) continue;
-        const Ref value = evaluate(default_value, globals);
+        const Ref value = evaluate(default_value, module);
         if (passing == Passing::keyword_only)
-            checked(PyDict_SetItemString(keyword_only, name, value));
+            checked(PyDict_SetItem(keyword_only, module.literal(name), value));
         else
             checked(PyList_Append(positional, value));
     }
@@ -92,15 +92,20 @@ void set_defaults(PyObject* function, const Parameters& parameters, PyObject* gl
     if (PyDict_GET_SIZE(keyword_only.get()) > 0) checked(PyFunction_SetKwDefaults(function, keyword_only));
 }
 
-void set_annotations(PyObject* function, const Definition& definition) {
-    const Ref annotations = checked(PyDict_New());
-    const auto set = [&annotations](const char* name, const char* text) {
-        const Ref annotation = checked(PyUnicode_InternFromString(text));
-        checked(PyDict_SetItemString(annotations, name, annotation));
+// As a `def` statement leaves them: names and texts in turn, of which the function makes a dict when it is asked.
+void set_annotations(PyObject* function, const Definition& definition, Namespace& module) {
+    Ref annotations = checked(PyTuple_New(2 * (Py_ssize_t{definition.parameters.size()} + 1)));
+    Py_ssize_t size = 0;
+    const auto add = [&](const char* literal) {
+        PyTuple_SET_ITEM(annotations.get(), size++, Py_NewRef(module.literal(literal)));
     };
-    for (const Parameter& parameter : definition.parameters) set(parameter.name, parameter.annotation);
-    set("return", definition.returns);
-    checked(PyFunction_SetAnnotations(function, annotations));
+    for (const Parameter& parameter : definition.parameters) {
+        add(parameter.name);
+        add(parameter.annotation);
+    }
+    add("return");
+    add(definition.returns);
+    reinterpret_cast<PyFunctionObject*>(function)->func_annotations = annotations.release();
 }
 
 void use_fast_call(PyObject* object) {
@@ -111,15 +116,14 @@ void use_fast_call(PyObject* object) {
 
 }  // namespace
 
-void define(PyObject* globals, const Definition& definition, const std::shared_ptr<Shared>& shared) {
-    const Ref file = file_of_module(globals);
-    const Ref code = make_code(definition, file, shared);
-    const Ref name = checked(PyUnicode_InternFromString(definition.name));
-    const Ref function = checked(PyFunction_NewWithQualName(code, globals, name));
-    set_defaults(function, definition.parameters, globals);
-    set_annotations(function, definition);
+void define(Namespace& module, const Definition& definition, const std::shared_ptr<Shared>& shared) {
+    const Ref code = make_code(definition, module, shared);
+    PyObject* name = module.literal(definition.name);
+    const Ref function = checked(PyFunction_NewWithQualName(code, module.dict(), name));
+    set_defaults(function, definition.parameters, module);
+    set_annotations(function, definition, module);
     use_fast_call(function);
-    checked(PyDict_SetItem(globals, name, function));
+    module.bind(definition.name, function);
 }
 
 }  // namespace tarnel::python

@@ -4,11 +4,12 @@
 #include <memory>
 
 #include "python/definition.hpp"
+#include "python/namespace.hpp"
 
 namespace tarnel::python {
 
-// Makes the function over `globals`, a module's namespace, with the defaults evaluated now, and binds it there under
-// its name. The function needs nothing of the module but that namespace; it shares `shared` with the others.
-void define(PyObject* globals, const Definition& definition, const std::shared_ptr<Shared>& shared);
+// Makes the function over the module's namespace, with the defaults evaluated now, and binds it there under its name.
+// The function needs nothing of the module but that namespace; it shares `shared` with the others.
+void define(Namespace& module, const Definition& definition, const std::shared_ptr<Shared>& shared);
 
 }  // namespace tarnel::python

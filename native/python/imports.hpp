@@ -1,14 +1,14 @@
 // Import statements, run as those of a Python module are: through `__import__`, with the interpreter's own errors.
 #pragma once
 
-#include "python/reference.hpp"
+#include "python/namespace.hpp"
 
 namespace tarnel::python {
 
-// `import module`, for a top-level module, in the namespace `globals`.
-void import_module(PyObject* globals, const char* module);
+// `import name`, for a top-level module.
+void import_module(Namespace& module, const char* name);
 
-// `from module import name`, absolute, in the namespace `globals`.
-void import_from(PyObject* globals, const char* module, const char* name);
+// `from origin import name`, absolute.
+void import_from(Namespace& module, const char* origin, const char* name);
 
 }  // namespace tarnel::python

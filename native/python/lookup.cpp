@@ -45,9 +45,4 @@ Ref attribute_in_slot(PyObject* object, PyObject* name) {
     return Ref::borrow(value);
 }
 
-Ref look_up(PyObject* globals, const char* name) {
-    const Ref key = checked(PyUnicode_InternFromString(name));
-    return look_up(globals, PyEval_GetBuiltins(), key);
-}
-
 }  // namespace tarnel::python

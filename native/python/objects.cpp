@@ -61,12 +61,6 @@ Ref item_if_any(PyObject* dict, const char* key) {
     return item_if_any(dict, name);
 }
 
-Ref file_of_module(PyObject* globals) {
-    Ref file = item_if_any(globals, "__file__");
-    if (file.get() != nullptr && PyUnicode_Check(file.get())) return file;
-    return checked(PyUnicode_FromString("<extension module>"));  // linked into an executable
-}
-
 std::optional<std::string_view> utf8_of(PyObject* text) {
     if (!PyUnicode_CheckExact(text)) return {};
     Py_ssize_t size = 0;

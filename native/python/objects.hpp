@@ -31,9 +31,6 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
 // The same for a key in UTF-8.
 [[nodiscard]] Ref item_if_any(PyObject* dict, const char* key);
 
-// The file name that tracebacks through a module show, from its namespace.
-[[nodiscard]] Ref file_of_module(PyObject* globals);
-
 // The content of a plain str in UTF-8, which lives as long as the str; nothing for other objects, or a text that has
 // none (lone surrogates).
 [[nodiscard]] std::optional<std::string_view> utf8_of(PyObject* text);

@@ -11,7 +11,7 @@ namespace tarnel::python {
 // Lives as long as any of the functions, which may outlive their module. The collector can't see it: it holds strings
 // and objects of the standard library, and nothing that could lead back to a function or to the module.
 struct Shared {
-    explicit Shared(std::span<const char* const> utf8) : strings(utf8) {}
+    explicit Shared(std::span<const char* const> literals) : strings(literals) {}
 
     Strings strings;
     StandardLibrary standard_library;

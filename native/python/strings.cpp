@@ -1,10 +1,14 @@
 #include "python/strings.hpp"
 
+#include <utility>
+
 namespace tarnel::python {
 
-Strings::Strings(std::span<const char* const> utf8) {
-    strings_.reserve(utf8.size());
-    for (const char* text : utf8) strings_.push_back(checked(PyUnicode_InternFromString(text)));
+void Strings::make() {
+    std::vector<Ref> made;
+    made.reserve(literals_.size());
+    for (const char* literal : literals_) made.push_back(checked(PyUnicode_InternFromString(literal)));
+    strings_ = std::move(made);
 }
 
 }  // namespace tarnel::python

@@ -1,4 +1,4 @@
-// The strings that native bodies use, made once.
+// The strings that native bodies use.
 #pragma once
 
 #include <cstddef>
@@ -12,13 +12,23 @@ namespace tarnel::python {
 // One of the strings (a global name, an attribute, a keyword, a literal), as an index into `Strings`.
 enum class StringId : std::size_t {};
 
-// The strings, interned. They belong to the interpreter that they were made in.
+// The strings, interned. They belong to the interpreter that they were made in, and are made by the first call rather
+// than by the import: many of them are looked up in a large table that no cache holds yet.
 class Strings {
   public:
-    explicit Strings(std::span<const char* const> utf8);
+    // In UTF-8, and at least one.
+    explicit Strings(std::span<const char* const> literals) noexcept : literals_(literals) {}
+
+    // To be called before any of them is used.
+    void ensure_made() {
+        if (strings_.empty()) make();
+    }
     [[nodiscard]] PyObject* operator[](StringId id) const noexcept { return strings_[static_cast<std::size_t>(id)]; }
 
   private:
+    void make();
+
+    std::span<const char* const> literals_;
     std::vector<Ref> strings_;
 };
 

@@ -8,6 +8,7 @@
 #include "python/boundary.hpp"
 #include "python/function.hpp"
 #include "python/imports.hpp"
+#include "python/objects.hpp"
 #include "skill/functions.hpp"
 #include "skill/names.hpp"
 #include "skill/planning.hpp"
@@ -19,6 +20,7 @@ namespace tarnel::skill {
 namespace {
 
 using python::checked;
+using python::Namespace;
 using python::Ref;
 
 constexpr char module_doc[] = R"(Embedded `tarnel` agent skill + installer.
@@ -36,31 +38,15 @@ Version stamping: the front matter carries the package version, and
 nothing has changed leaves every copy as it is.
 )";
 
-// The module's namespace, in the making.
-class Namespace {
-  public:
-    explicit Namespace(PyObject* module) : dict_(PyModule_GetDict(module)) {}
-
-    [[nodiscard]] PyObject* dict() const noexcept { return dict_; }
-    [[nodiscard]] Ref operator[](const char* name) const { return python::look_up(dict_, name); }
-    void bind(const char* name, const Ref& value) const { checked(PyDict_SetItemString(dict_, name, value)); }
-    void bind_text(const char* name, std::string_view utf8) const {
-        bind(name, checked(PyUnicode_FromStringAndSize(utf8.data(), static_cast<Py_ssize_t>(utf8.size()))));
-    }
-
-  private:
-    PyObject* dict_;
-};
-
-void bind_imports(PyObject* globals) {
-    python::import_from(globals, "__future__", "annotations");
-    python::import_module(globals, "itertools");
-    python::import_module(globals, "re");
-    python::import_from(globals, "collections.abc", "Iterable");
-    python::import_from(globals, "dataclasses", "dataclass");
-    python::import_from(globals, "pathlib", "Path");
-    python::import_from(globals, "muvad_tarnel", "__version__");
-    python::import_from(globals, "muvad_tarnel.setup.config", "AGENT_CONFIG");
+void bind_imports(Namespace& module) {
+    python::import_from(module, "__future__", "annotations");
+    python::import_module(module, "itertools");
+    python::import_module(module, "re");
+    python::import_from(module, "collections.abc", "Iterable");
+    python::import_from(module, "dataclasses", "dataclass");
+    python::import_from(module, "pathlib", "Path");
+    python::import_from(module, "muvad_tarnel", "__version__");
+    python::import_from(module, "muvad_tarnel.setup.config", "AGENT_CONFIG");
 }
 
 struct DocumentNames {
@@ -72,51 +58,52 @@ constexpr std::array<DocumentNames, core::document_count> document_names = {
      {"MAP_SKILL_DIR_NAME", "_MAP_SKILL_TEMPLATE"},
      {"WIKI_SKILL_DIR_NAME", "_WIKI_SKILL_TEMPLATE"}}};
 
-void bind_documents(const Namespace& module, PyObject* annotations, std::vector<Ref>& recognized) {
-    for (std::size_t i = 0; i < core::document_count; i++) {
-        module.bind_text(document_names[i].skill_name, core::documents[i].name);
-        module.bind_text(document_names[i].text, core::documents[i].text);
-    }
+void bind_documents(Namespace& module, PyObject* annotations, std::vector<Ref>& recognized) {
     const Ref templates = checked(PyDict_New());
-    for (const auto& [skill_name, text] : document_names) {
-        const Ref key = module[skill_name];
-        const Ref value = module[text];
-        checked(PyDict_SetItem(templates, key, value));
-        recognized.push_back(Ref::borrow(value));
+    for (std::size_t i = 0; i < core::document_count; i++) {
+        const auto& [name, text] = document_names[i];
+        const Ref skill_name = python::text_of(core::documents[i].name);
+        const std::u16string_view characters = core::documents_in_utf16[i];
+        Ref document = checked(PyUnicode_FromKindAndData(PyUnicode_2BYTE_KIND, characters.data(),
+                                                         static_cast<Py_ssize_t>(characters.size())));
+        module.bind(name, skill_name);
+        module.bind(text, document);
+        checked(PyDict_SetItem(templates, skill_name, document));
+        recognized.push_back(std::move(document));
     }
     module.bind("SKILL_TEMPLATES", templates);
-    const Ref annotation = checked(PyUnicode_InternFromString("dict[str, str]"));
-    checked(PyDict_SetItemString(annotations, "SKILL_TEMPLATES", annotation));
+    checked(PyDict_SetItem(annotations, module.literal("SKILL_TEMPLATES"), module.literal("dict[str, str]")));
 }
 
-void execute(const Namespace& module) {
+void execute(Namespace& module) {
     const auto shared = std::make_shared<python::Shared>(std::span<const char* const>(strings));
-    const auto define = [&](const python::Definition& definition) {
-        python::define(module.dict(), definition, shared);
-    };
+    const auto define = [&](const python::Definition& definition) { python::define(module, definition, shared); };
 
     // As when a Python module is executed; creating the data class would put it in the middle.
-    module.bind("__builtins__", Ref::borrow(PyEval_GetBuiltins()));
+    module.bind("__builtins__", PyEval_GetBuiltins());
     const Ref annotations = checked(PyDict_New());
     module.bind("__annotations__", annotations);
-    bind_imports(module.dict());
+    bind_imports(module);
     bind_documents(module, annotations, shared->recognized);
     define(function::render_skill_md);
     define(function::skill_capable_agents);
     define(function::_agent_roots);
-    module.bind("_EXHAUSTIVE_SEARCH_LIMIT", checked(PyLong_FromLong(default_exhaustive_search_limit)));
-    module.bind("_Score", score_alias());
+    const Ref limit = checked(PyLong_FromLong(default_exhaustive_search_limit));
+    module.bind("_EXHAUSTIVE_SEARCH_LIMIT", limit);
+    const Ref alias = score_alias();
+    module.bind("_Score", alias);
     define(function::_score);
     define(function::resolve_skill_dirs);
     define(function::skill_dir_plan);
-    define_skill_result(module.dict());
-    const Ref pattern = compile_version_pattern(module.dict());
+    define_skill_result(module);
+    const Ref pattern = compile_version_pattern(module);
     module.bind("_VERSION_RE", pattern);
     shared->recognized.push_back(recognized_version_pattern(pattern));
-    add_result_keywords(shared->recognized);
+    add_result_keywords(module, shared->recognized);
     define(function::_installed_version);
     define(function::_version_tuple);
-    module.bind("DEFAULT_AGENTS", checked(Py_BuildValue("(s)", "claude")));
+    const Ref agents = checked(PyTuple_Pack(1, module.literal("claude")));
+    module.bind("DEFAULT_AGENTS", agents);
     define(function::_scope_base);
     define(function::skill_target_path);
     define(function::install_skill);
@@ -141,7 +128,8 @@ int execute_slot(PyObject* module) noexcept {
         return -1;
     }
     const Ref done = Ref::steal(python::guarded([module] {
-        execute(Namespace(module));
+        Namespace names(module);
+        execute(names);
         return python::Ref::borrow(Py_None);
     }));
     return done.get() == nullptr ? -1 : 0;

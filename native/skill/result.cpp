@@ -8,6 +8,7 @@ namespace tarnel::skill {
 
 using python::CallContext;
 using python::checked;
+using python::Namespace;
 using python::Ref;
 
 namespace {
@@ -19,38 +20,48 @@ struct Field {
 constexpr Field fields[] = {{"success", "bool"}, {"scope", "str"},      {"path", "str"},
                             {"message", "str"},  {"installed", "bool"}, {"agents", "tuple[str, ...]"}};
 
-void set(PyObject* mapping, const char* key, PyObject* value) { checked(PyDict_SetItemString(mapping, key, value)); }
-
-void set_text(PyObject* mapping, const char* key, const char* text) {
-    const Ref value = checked(PyUnicode_InternFromString(text));
-    set(mapping, key, value);
+// What the class's body would leave: its names in order of their binding.
+Ref class_namespace(Namespace& module) {
+    Ref names = checked(PyDict_New());
+    const auto set = [&](const char* name, PyObject* value) {
+        checked(PyDict_SetItem(names, module.literal(name), value));
+    };
+    const Ref module_name = module["__name__"];
+    set("__module__", module_name);
+    set("__doc__", module.literal("Outcome of a skill install/status operation."));
+    set("__qualname__", module.literal("SkillResult"));
+    const Ref annotations = checked(PyDict_New());
+    for (const auto& [name, annotation] : fields)
+        checked(PyDict_SetItem(annotations, module.literal(name), module.literal(annotation)));
+    set("__annotations__", annotations);
+    set("installed", Py_False);
+    const Ref no_agents = checked(PyTuple_New(0));
+    set("agents", no_agents);
+    return names;
 }
 
-// What the class's body would leave: its names in order of their binding.
-Ref class_namespace(PyObject* globals) {
-    Ref names = checked(PyDict_New());
-    const Ref module_name = python::look_up(globals, "__name__");
-    set(names, "__module__", module_name);
-    set_text(names, "__doc__", "Outcome of a skill install/status operation.");
-    set_text(names, "__qualname__", "SkillResult");
-    const Ref annotations = checked(PyDict_New());
-    for (const auto& [name, annotation] : fields) set_text(annotations, name, annotation);
-    set(names, "__annotations__", annotations);
-    set(names, "installed", Py_False);
-    const Ref no_agents = checked(PyTuple_New(0));
-    set(names, "agents", no_agents);
+// A tuple of strings.
+Ref names_of(Namespace& module, std::initializer_list<const char*> literals) {
+    Ref names = checked(PyTuple_New(static_cast<Py_ssize_t>(literals.size())));
+    Py_ssize_t index = 0;
+    for (const char* literal : literals) PyTuple_SET_ITEM(names.get(), index++, Py_NewRef(module.literal(literal)));
     return names;
 }
 
 }  // namespace
 
-void define_skill_result(PyObject* globals) {
-    const Ref names = class_namespace(globals);
+void define_skill_result(Namespace& module) {
+    const Ref names = class_namespace(module);
     const Ref undecorated =
         checked(PyObject_CallFunction(reinterpret_cast<PyObject*>(&PyType_Type), "s()O", "SkillResult", names.get()));
-    const Ref dataclass = python::look_up(globals, "dataclass");
+    const Ref dataclass = module["dataclass"];
     const Ref decorated = checked(PyObject_CallOneArg(dataclass, undecorated));
-    set(globals, "SkillResult", decorated);
+    module.bind("SkillResult", decorated);
+}
+
+void add_result_keywords(Namespace& module, std::vector<Ref>& recognized) {
+    recognized.push_back(names_of(module, {"success", "scope", "path", "message", "agents"}));
+    recognized.push_back(names_of(module, {"success", "scope", "path", "message", "installed", "agents"}));
 }
 
 Record::Record(const CallContext& context, PyObject* scope, Target& target)
@@ -64,17 +75,6 @@ Ref Record::finish(Outcome outcome, PyObject* message, PyObject* agents) const {
                                     context_[name::init]);
     return python::new_instance(class_, {success, scope_, path_, message, agents},
                                 context_.recognized(recognized::result_keywords), context_[name::init]);
-}
-
-void add_result_keywords(std::vector<Ref>& recognized) {
-    recognized.push_back(checked(Py_BuildValue("(sssss)", "success", "scope", "path", "message", "agents")));
-    recognized.push_back(
-        checked(Py_BuildValue("(ssssss)", "success", "scope", "path", "message", "installed", "agents")));
-    for (const std::size_t index : {recognized::result_keywords, recognized::result_keywords_if_installed}) {
-        PyObject* names = recognized[index];
-        for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(names); i++)
-            PyUnicode_InternInPlace(&reinterpret_cast<PyTupleObject*>(names)->ob_item[i]);
-    }
 }
 
 }  // namespace tarnel::skill

@@ -4,15 +4,16 @@
 #include <vector>
 
 #include "python/call_context.hpp"
+#include "python/namespace.hpp"
 #include "skill/targets.hpp"
 
 namespace tarnel::skill {
 
-// Makes the class, a data class, over `globals`, the module's namespace, and binds it there.
-void define_skill_result(PyObject* globals);
+// Makes the class, a data class, and binds it in the module.
+void define_skill_result(python::Namespace& module);
 
 // Adds the names of its fields, as a record gives them, to the objects that the bodies recognise.
-void add_result_keywords(std::vector<python::Ref>& recognized);
+void add_result_keywords(python::Namespace& module, std::vector<python::Ref>& recognized);
 
 enum class Outcome { failed, unchanged, written };
 

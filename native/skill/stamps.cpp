@@ -16,8 +16,8 @@ constexpr char version_pattern[] = R"(^version:\s*([0-9][\w.\-]*)\s*$)";
 
 }  // namespace
 
-Ref compile_version_pattern(PyObject* globals) {
-    const Ref re = python::look_up(globals, "re");
+Ref compile_version_pattern(python::Namespace& module) {
+    const Ref re = module["re"];
     const Ref compile = checked(PyObject_GetAttrString(re, "compile"));
     const Ref flags = checked(PyObject_GetAttrString(re, "MULTILINE"));
     return checked(PyObject_CallFunction(compile, "sO", version_pattern, flags.get()));

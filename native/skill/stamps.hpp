@@ -2,12 +2,13 @@
 #pragma once
 
 #include "python/call_context.hpp"
+#include "python/namespace.hpp"
 #include "skill/targets.hpp"
 
 namespace tarnel::skill {
 
-// `re.compile(PATTERN, re.MULTILINE)`, in the namespace `globals`: the pattern of a version stamp.
-[[nodiscard]] python::Ref compile_version_pattern(PyObject* globals);
+// `re.compile(PATTERN, re.MULTILINE)`: the pattern of a version stamp.
+[[nodiscard]] python::Ref compile_version_pattern(python::Namespace& module);
 
 // The pattern that was compiled, if it is the interpreter's own and finds what `core::find_stamp` does; else None.
 [[nodiscard]] python::Ref recognized_version_pattern(PyObject* pattern);
