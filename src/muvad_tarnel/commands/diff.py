@@ -3,7 +3,7 @@
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import copy_record
+from muvad_tarnel.commands.wording import copy_record, obstacles_of
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import document, plain
 from muvad_tarnel.installed.survey import each_once
@@ -27,7 +27,7 @@ def diff(request: Request) -> Report:
       muvad-tarnel skill diff --scope project --agent cursor
     """
     copies = each_once(request.survey.read_by(request.named or AGENT_CONFIG, request.scopes))
-    unreadable = [copy.obstacle for copy in copies if copy.obstacle]
+    unreadable = obstacles_of(copy for copy in copies if copy.obstacle)
     differing = [copy for copy in copies if copy.content is not None and not copy.is_ours and not copy.misplaced]
     blocks: list[Block] = [Document("".join(map(unified, differing)), is_diff=True)]
     if not differing:

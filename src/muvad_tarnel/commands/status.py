@@ -15,7 +15,7 @@ from muvad_tarnel.commands.wording import (
     copy_record,
     copy_tables,
     finds_cell,
-    obstacle_lines,
+    obstacles_of,
     shortlist,
 )
 from muvad_tarnel.hints import Advice, advice, joined, lacking_at, partly_served, skills_of, sufficient
@@ -61,7 +61,7 @@ def status(request: Request, *, check: bool) -> Report:
     nothing = not any(copy.exists and copy.scope in scopes for copy in survey.copies)
     partly = partly_served(survey, scopes)
     unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, partly)
-    hints = advice(survey, scopes, named or unnamed)
+    hints = advice(survey, scopes, named or unnamed, about=named or AGENT_CONFIG)
     copies = list(listed(request))
     finding = survey.finders(scopes)
     agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
@@ -77,7 +77,7 @@ def status(request: Request, *, check: bool) -> Report:
         {"roots": {scope: str(request.roots[scope]) for scope in scopes}},
         agents=agent_records(survey, scopes, agents),
         advice=advice_records(request, hints),
-        errors=hints.obstacles,
+        errors=list(dict.fromkeys([*obstacles_of(copies), *hints.obstacles])),
         exit_code=int(check and is_wrong),
     )
 
@@ -120,8 +120,7 @@ def finding_table(request: Request, agents: Sequence[str]) -> Iterator[Block]:
 
 
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
-    """What the tables do not show: unreadable and foreign copies, linked directories, shadowing."""
-    yield from obstacle_lines(copies)
+    """What the tables do not show: foreign copies, linked directories, shadowing."""
     for copy in copies:
         if copy.state is State.FOREIGN:
             yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)

@@ -3,6 +3,7 @@
 from collections.abc import Iterable, Sequence
 
 from muvad_tarnel.commands.request import Request
+from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import Advice, joined
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
@@ -66,10 +67,10 @@ def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Cell]
     return list(tables.values())
 
 
-def obstacle_lines(copies: Iterable[Copy], tone: Tone = Tone.BAD) -> list[Block]:
-    """Why copies cannot be read, or must not be written: a line for each obstacle."""
-    obstacles = [copy.obstacle or (copy.misplaced if copy.exists else None) for copy in copies]
-    return [Line(f"{obstacle}.", tone) for obstacle in dict.fromkeys(obstacles) if obstacle]
+def obstacles_of(copies: Iterable[Copy]) -> list[Obstacle]:
+    """Why copies that are there cannot be read, or must not be written: each obstacle once."""
+    obstacles = (copy.misplaced or copy.obstacle for copy in copies if copy.exists)
+    return list(dict.fromkeys(obstacle for obstacle in obstacles if obstacle))
 
 
 def copy_record(copy: Copy) -> Record:
