@@ -94,8 +94,10 @@ def why(chosen: Plan, directory: str, agent: str) -> str:
     if is_twice(chosen, agent):
         others = [other for other, readers in chosen.directories.items() if agent in readers and other != directory]
         return f"twice: also in {joined(others)}"
-    is_own = directory == AGENT_CONFIG[agent].directories(chosen.scope)[0]
-    return "its own directory" if is_own else "shared, instead of its own"
+    if directory == AGENT_CONFIG[agent].directories(chosen.scope)[0]:
+        return "its own directory"
+    is_used = any(copy.is_found for copy in chosen.survey.at(chosen.scope, directory))
+    return "shared: copies are there already" if is_used else "shared, instead of its own"
 
 
 def verdict(chosen: Plan) -> list[Block]:
