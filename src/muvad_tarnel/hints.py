@@ -5,6 +5,7 @@ order and in part. Followed round after round, they end in a state without hints
 """
 
 from collections.abc import Iterable, Sequence
+from itertools import product
 from typing import NamedTuple
 
 from muvad_tarnel.failure import Obstacle
@@ -128,6 +129,17 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
         reason = f"{who_find(several)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
     return hints
+
+
+def doubled(survey: Survey, scopes: Iterable[Scope], agents: Iterable[str], hints: Sequence[Hint]) -> list[str]:
+    """Why agents find skills several times, or that there will be hints about it."""
+    reasons: dict[str, None] = {}
+    for agent, scope, name in product(agents, scopes, skill.SKILL_TEMPLATES):
+        if len(found := survey.finds(agent, scope, name).values()) > 1:
+            kept = {copy.directory: obstacle_to_removing(copy, force=False) for copy in found}
+            whys = [f"A copy in {place} is kept: {why.problem}." for place, why in kept.items() if why]
+            reasons |= dict.fromkeys(whys or ["Other agents need each of the copies that are found twice."])
+    return ["Afterwards, `status` names the copies that are not needed."] if hints and reasons else list(reasons)
 
 
 def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:

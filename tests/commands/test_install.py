@@ -70,3 +70,14 @@ def test_a_plan_gives_its_reasons(project: Path) -> None:
     (project / ".claude").symlink_to(".agents")
     shown = run("plan", *agents("claude", "zed"), "--scope", "project").stdout
     assert (f"same directory as {project}/.agents/skills" in shown, "1 directory serves" in shown) == (True, True)
+
+
+def test_a_plan_counts_what_is_there(project: Path) -> None:
+    for kind, also, said in (
+        ("current", "zed", "Afterwards, `status` names the copies that are not needed."),
+        ("modified", "zed", "A copy in .windsurf/skills is kept: modified."),
+        ("current", "kiro", "shared: copies are there already"),
+    ):
+        put(project, ".windsurf/skills", kind)
+        assert said in run("plan", *agents("devin", also), "--scope", "project").stdout
+        assert answer("install", "-n", *agents("devin", also), "--scope", "project")["advice"] == []

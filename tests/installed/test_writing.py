@@ -21,18 +21,10 @@ OBSTACLES: dict[str, tuple[str, Callable[[Path], object], str]] = {
     "file for a directory": (".claude", Path.touch, "a file is in the way of a directory: move it away"),
     "directory for a file": (MAP, Path.mkdir, "a directory is in the way: move it away"),
     "pipe": (MAP, os.mkfifo, "not a regular file: move it away"),
-    "dangling link": (
-        ".claude/skills",
-        lambda path: path.symlink_to("nowhere"),
-        "a dangling link to nowhere: remove it",
-    ),
+    "dangling link": (".claude/skills", lambda path: path.symlink_to("nowhere"), "a dangling link to nowhere: "),
     "loop": (MAP, lambda path: path.symlink_to(path.name), ""),
     "too large": (MAP, lambda path: path.write_bytes(bytes(2**20 + 1)), "too large"),
-    "not UTF-8": (
-        MAP,
-        lambda path: path.write_bytes(b"version: \xff\n"),
-        "not valid UTF-8 (at byte 9): correct or remove",
-    ),
+    "not UTF-8": (MAP, lambda path: path.write_bytes(b"version: \xff\n"), "not valid UTF-8 (at byte 9): "),
 }
 
 

@@ -18,7 +18,7 @@ from muvad_tarnel.commands.wording import (
     obstacles_of,
     shortlist,
 )
-from muvad_tarnel.hints import Advice, advice, joined, lacking_at, partly_served, skills_of, sufficient
+from muvad_tarnel.hints import Advice, advice, doubled, joined, lacking_at, partly_served, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
@@ -100,15 +100,15 @@ def blocks(request: Request, copies: list[Copy], agents: Sequence[str], hints: A
     yield from copy_tables(request, "State", zip(copies, states, strict=True))
     if not copies:
         yield Line("No skill is installed.", Tone.WARNING)
-    yield from finding_table(request, agents)
+    shown = shortlist(request, agents)
+    yield from finding_table(request, agents, shown)
     yield from remarks(request, copies)
-    yield from advice_blocks(request, hints)
+    yield from advice_blocks(request, hints, doubled(request.survey, request.scopes, shown, ()))
 
 
-def finding_table(request: Request, agents: Sequence[str]) -> Iterator[Block]:
+def finding_table(request: Request, agents: Sequence[str], shown: Sequence[str]) -> Iterator[Block]:
     """Where each agent finds each skill: a row for an agent, a column for a scope."""
     headings = {"user": "For the user", "project": "In the project"}
-    shown = shortlist(request, agents)
     rows: list[tuple[str | Cell, ...]] = [
         (AGENT_CONFIG[agent].name, *(finds_cell(request, request.survey, agent, scope) for scope in request.scopes))
         for agent in shown

@@ -111,16 +111,14 @@ def advice_records(request: Request, advice: Advice) -> list[Record]:
     return [{"reason": h.reason, "command": request.command(h.scope, h.words)} for h in advice.hints]
 
 
-def advice_blocks(request: Request, advice: Advice) -> list[Block]:
-    """The hints for people."""
-    return [
-        block
-        for hint in advice.hints
-        for block in (
-            Line(f"{hint.reason}.", Tone.WARNING),
-            Command("to fix:", command_line(request.command(hint.scope, hint.words))),
-        )
-    ]
+def advice_blocks(request: Request, advice: Advice, doubles: Iterable[str] = (), label: str = "to fix:") -> list[Block]:
+    """The hints for people, without their commands if these have no label; or else why skills are found twice."""
+    blocks: list[Block] = []
+    for hint in advice.hints:
+        blocks.append(Line(f"{hint.reason}.", Tone.WARNING))
+        if label:
+            blocks.append(Command(label, command_line(request.command(hint.scope, hint.words))))
+    return blocks or [Line(reason) for reason in doubles]
 
 
 def command_line(words: Sequence[str]) -> str:
