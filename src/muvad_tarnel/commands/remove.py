@@ -88,6 +88,11 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     folder, _, name = text.rstrip("/").rpartition("/")
     if name in skill.SKILL_TEMPLATES and folder:
         guess = f" Did you mean '{folder} --skill {name}'?"
+    elif text in AGENT_CONFIG:
+        own = [
+            each for each, (scope, directory) in known.items() if directory == AGENT_CONFIG[text].directories(scope)[0]
+        ]
+        guess = f" Did you mean {next(filter(in_use.get, own), own[0])!r}?"
     else:
         guess = did_you_mean(text, {directory for _, directory in in_use.values()} - {os.path.normpath(text)})
     raise click.BadParameter(f"unknown skills directory {text!r}{expected}.{guess}", param_hint="DIRECTORY")
