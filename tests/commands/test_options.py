@@ -36,7 +36,9 @@ def test_a_moved_directory_is_installed_into(home: Path, tmp_path: Path) -> None
 def test_hints_name_the_project(tmp_path: Path) -> None:
     elsewhere = tmp_path / "else where"
     put(elsewhere, ".claude/skills", "outdated")
-    (hint,) = answer("status", "-C", str(elsewhere))["advice"]
+    (elsewhere / ".git").mkdir()
+    (elsewhere / "src").mkdir()
+    (hint,) = answer("status", "-C", str(elsewhere / "src"))["advice"]
     assert hint["command"][2:] == ["update", "--scope", "project", "-C", str(elsewhere)]
     assert f"-C '{elsewhere}'" in run("status", "-C", str(elsewhere)).stdout
 

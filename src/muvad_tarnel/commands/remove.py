@@ -64,18 +64,15 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     """The skills directory that is meant by a path, or in the table's spelling."""
     if not text:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
-    paths = {
-        parent_resolved(Path(os.path.abspath(base / Path(text).expanduser())))  # noqa: PTH100 (links stay)
-        for base in (Path(), request.project or Path())
-    }
-    is_scope_known = bool(request.is_scope_given or request.project)
+    path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (links stay)
+    is_scope_known = request.is_scope_given or request.is_project_given
     known = {
         directory if is_scope_known else str(request.roots[scope] / directory): (scope, directory)
         for scope in (request.scopes if is_scope_known else request.roots)
         for directory in directories_read(AGENT_CONFIG, scope)
     }
     for scope, directory in known.values():
-        if parent_resolved(request.roots[scope] / directory) in paths:
+        if parent_resolved(request.roots[scope] / directory) == path:
             return scope, directory
     # The table's spelling: at the scope that was given, or in the project when the current directory is below its root.
     for scope, directory in known.values():
