@@ -25,7 +25,9 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 @skill_command("one")
 @click.argument("directories", metavar="[DIRECTORY]...", nargs=-1)
 @skill_option
-@click.option("--force", is_flag=True, help="Also delete texts that this package did not write, without a backup; and links.")
+@click.option(
+    "--force", is_flag=True, help="Also delete texts that this package did not write, without a backup; and links."
+)
 @dry_run_option
 def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool) -> Report:
     """Remove installed skills.
