@@ -138,7 +138,7 @@ def doubled(survey: Survey, scopes: Iterable[Scope], agents: Iterable[str], hint
         if len(found := survey.finds(agent, scope, name).values()) > 1:
             kept = {copy.directory: obstacle_to_removing(copy, force=False) for copy in found}
             whys = [f"A copy in {place} is kept: {why.problem}." for place, why in kept.items() if why]
-            reasons |= dict.fromkeys(whys or ["Other agents need each of the copies that are found twice."])
+            reasons |= dict.fromkeys(whys or ["Nothing needs to be done about skills found twice: other agents need each copy."])
     return ["Afterwards, `status` names the copies that are not needed."] if hints and reasons else list(reasons)
 
 

@@ -69,7 +69,7 @@ def test_a_plan_gives_its_reasons(project: Path) -> None:
     (project / ".agents/skills").mkdir(parents=True)
     (project / ".claude").symlink_to(".agents")
     shown = run("plan", *agents("claude", "zed"), "--scope", "project").stdout
-    assert (f"same directory as {project}/.agents/skills" in shown, "1 directory serves" in shown) == (True, True)
+    assert (f"same directory as {project}/.agents/skills" in shown, "through 1 directory" in shown) == (True, True)
 
 
 def test_a_plan_counts_what_is_there(project: Path) -> None:

@@ -106,10 +106,10 @@ def verdict(chosen: Plan) -> list[Block]:
         loss = f", and {names_of(unserved)} would not find every skill" if unserved else ""
         return [Line(f"The install would fail{loss}.", Tone.BAD)]
     number = len({files_of(chosen, directory) for directory in chosen.directories})
-    text = f"{number} {'directory serves' if number == 1 else 'directories serve'} {names_of(chosen.agents)}"
+    where = "1 directory" if number == 1 else f"{number} directories"
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
-    once = f", and {'each' if len(chosen.agents) > 1 else 'it'} finds every skill once" if is_good else ""
-    lines: list[Block] = [Line(f"{text}{once}.", Tone.GOOD if is_good else Tone.WARNING)]
+    text = f"{who_find(chosen.agents)} every skill{' once' if is_good else ''}, through {where}."
+    lines: list[Block] = [Line(text, Tone.GOOD if is_good else Tone.WARNING)]
     hints = advice(chosen.after, [chosen.scope], chosen.agents).hints
     lines += map(Line, doubled(chosen.after, [chosen.scope], chosen.agents, hints))
     if spared := avoided(chosen):
