@@ -67,11 +67,6 @@ def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Se
     return [agent for agent in agents if survey.lacking(agent, scopes) and best(agent) == scope]
 
 
-def partly_served(survey: Survey, scopes: Sequence[Scope]) -> list[str]:
-    """The agents that find some skills at the scopes, and lack others at all of them."""
-    return [agent for agent in survey.finders(scopes) if survey.lacking(agent, scopes)]
-
-
 def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Sequence[str]:
     """One of the agents, if an install for it serves all of them, or else all."""
     for agent in agents:
@@ -138,7 +133,7 @@ def doubled(survey: Survey, scopes: Iterable[Scope], agents: Iterable[str], hint
         if len(found := survey.finds(agent, scope, name).values()) > 1:
             kept = {copy.directory: obstacle_to_removing(copy, force=False) for copy in found}
             whys = [f"A copy in {place} is kept: {why.problem}." for place, why in kept.items() if why]
-            reasons |= dict.fromkeys(whys or ["Nothing needs to be done about skills found twice: other agents need each copy."])
+            reasons |= dict.fromkeys(whys or ["Skills found twice can stay: other agents need each copy."])
     return ["Afterwards, `status` names the copies that are not needed."] if hints and reasons else list(reasons)
 
 

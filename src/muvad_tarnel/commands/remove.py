@@ -73,14 +73,13 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
         for scope in (request.scopes if is_scope_known else request.roots)
         for directory in directories_read(AGENT_CONFIG, scope)
     }
-    for scope, directory in known.values():
-        if parent_resolved(request.roots[scope] / directory) == path:
-            return scope, directory
+    found = [place for place in known.values() if parent_resolved(request.roots[place[0]] / place[1]) == path]
     # The table's spelling: at the scope that was given, or in the project when the current directory is below its root.
-    for scope, directory in known.values():
-        is_meant = is_scope_known or (scope == "project" and not os.path.lexists(text))
-        if os.path.normpath(text) == directory and is_meant:
-            return scope, directory
+    if is_scope_known or not os.path.lexists(text):
+        spelled = (request.scope if is_scope_known else "project", os.path.normpath(text))
+        found += [place for place in known.values() if place == spelled]
+    if found:
+        return found[0]
     # All directories would fill the screen; those in use are the likely ones.
     in_use = {spelling: place for spelling, place in known.items() if any(c.exists for c in request.survey.at(*place))}
     expected = f"; expected one of {', '.join(in_use)}" if in_use else ", and no skill is installed"

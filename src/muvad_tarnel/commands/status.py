@@ -18,7 +18,7 @@ from muvad_tarnel.commands.wording import (
     obstacles_of,
     shortlist,
 )
-from muvad_tarnel.hints import Advice, advice, doubled, joined, lacking_at, partly_served, skills_of, sufficient
+from muvad_tarnel.hints import Advice, advice, doubled, joined, lacking_at, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
@@ -59,11 +59,11 @@ def status(request: Request, *, check: bool) -> Report:
     """
     survey, scopes, named = request.survey, request.scopes, request.named
     nothing = not any(copy.exists and copy.scope in scopes for copy in survey.copies)
-    partly = partly_served(survey, scopes)
+    finding = survey.finders(scopes)
+    partly = [agent for agent in finding if survey.lacking(agent, scopes)]
     unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, partly)
     hints = advice(survey, scopes, named or unnamed, about=named or AGENT_CONFIG)
     copies = list(listed(request))
-    finding = survey.finders(scopes)
     agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
     usable = [agent for agent in named if any(AGENT_CONFIG[agent].directories(scope) for scope in scopes)]
     is_wrong = (
