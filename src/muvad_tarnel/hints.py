@@ -134,7 +134,7 @@ def doubled(survey: Survey, scopes: Iterable[Scope], agents: Iterable[str], hint
             kept = {copy.directory: obstacle_to_removing(copy, force=False) for copy in found}
             whys = [f"A copy in {place} is kept: {why.problem}." for place, why in kept.items() if why]
             reasons |= dict.fromkeys(whys or ["Skills found twice can stay: other agents need each copy."])
-    return ["Afterwards, `status` names the copies that are not needed."] if hints and reasons else list(reasons)
+    return ["After the install, `status` names the copies that are not needed."] if hints and reasons else list(reasons)
 
 
 def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:
