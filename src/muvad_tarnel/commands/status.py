@@ -21,6 +21,7 @@ from muvad_tarnel.commands.wording import (
 from muvad_tarnel.hints import Advice, advice, doubled, joined, lacking_at, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.survey import grouped
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
 from muvad_tarnel.setup import skill
@@ -124,12 +125,8 @@ def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
     for copy in copies:
         if copy.state is State.FOREIGN:
             yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)
-    linked = {
-        tuple(request.place(c.scope, c.directory) for c in same)
-        for same in request.survey.by_file.values()
-        if len(same) > 1 and any(c in copies and c.exists for c in same)
-    }
-    for places in sorted(linked):
+    files = grouped(copy for copy in copies if copy.exists)
+    for places in sorted({tuple(request.place(c.scope, c.directory) for c in same) for same in files.values()}):
         if len(set(places)) > 1:
             yield Line(f"{joined(places)} lead to the same files, which count once.")
     shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
