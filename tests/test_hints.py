@@ -36,9 +36,8 @@ def disturb(chance: random.Random, roots: dict[Scope, Path]) -> None:
         link = roots["project"] / chance.choice([".cursor", ".qwen", ".claude"]) / "skills"
         link.parent.mkdir(parents=True, exist_ok=True)
         if not link.exists():
-            link.symlink_to(
-                roots[chance.choice(["user", "project"])] / chance.choice([".agents", ".gemini"]) / "skills"
-            )
+            root = roots[chance.choice(["user", "project"])]
+            link.symlink_to(root / chance.choice([".agents", ".gemini"]) / "skills")
 
 
 def finds(survey: Survey) -> set[tuple[str, Scope, str]]:
@@ -62,9 +61,7 @@ def redundant(survey: Survey) -> list[Path]:
 
 
 @pytest.mark.parametrize("seed", range(30))
-def test_obeying_hints_ends_well_and_loses_nothing(
-    home: Path, project: Path, monkeypatch: pytest.MonkeyPatch, seed: int
-) -> None:
+def test_hints_can_be_obeyed(home: Path, project: Path, monkeypatch: pytest.MonkeyPatch, seed: int) -> None:
     chance = random.Random(seed)
     roots: dict[Scope, Path] = {"user": home, "project": home if chance.random() < 0.1 else project}
     monkeypatch.chdir(roots["project"])

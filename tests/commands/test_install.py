@@ -20,9 +20,7 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
         (".config/agents/skills", "copilot", "user", {".copilot/skills"}),
     ],
 )
-def test_what_is_there_counts(
-    home: Path, project: Path, *, there: str, asked: str, scope: str, written: set[str]
-) -> None:
+def test_copies_count(home: Path, project: Path, *, there: str, asked: str, scope: str, written: set[str]) -> None:
     root = home if scope == "user" else project
     if there:
         put(root, there)

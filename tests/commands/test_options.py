@@ -62,8 +62,6 @@ def test_detecting_nobody_is_a_failure() -> None:
     [
         ("install --agent nobody", ["nobody", *AGENT_CONFIG]),
         ("install --all-agents --agent claude", ["--agent", "--all-agents", "--detect"]),
-        ("install --scope both", ["both", "user", "project"]),
-        ("status --project missing", ["missing"]),
         ("install --agent coursor", ["Did you mean 'cursor'?"]),
         ("install --agent vscode", ["Did you mean 'copilot'?"]),
         ("show tarnel-wikki", ["Did you mean 'tarnel-wiki'?"]),
