@@ -125,11 +125,12 @@ def report_of(
     remarks: Iterable[Block] = (),
 ) -> Report:
     """The report on changes for the agents, with remarks after the summary. `nothing` is said without outcomes."""
-    survey, dry_run, after = request.survey, request.dry_run, survey_after(request, outcomes)
+    dry_run, after = request.dry_run, survey_after(request, outcomes)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
     # What has failed is not to be tried at once.
     hints = Advice() if obstacles else advice(after, request.scopes, agents)
-    doubles = doubled(after, request.scopes, (*agents, *request.in_use) if agents else (), hints.hints)
+    finders = (*agents, *request.in_use) if agents and not obstacles else ()
+    doubles = doubled(after, request.scopes, finders, hints.hints)
     if dry_run:  # hints are for what is on the disk
         hints = hints._replace(hints=())
     return Report(
@@ -141,7 +142,7 @@ def report_of(
         ],
         [outcome_record(outcome) for outcome in outcomes],
         {"dry_run": dry_run},
-        agents=agent_records(after, request.scopes, agents or survey.finders(request.scopes)),
+        agents=agent_records(after, request.scopes, agents or request.survey.finders(request.scopes)),
         advice=advice_records(request, hints),
         errors=[*obstacles, *hints.obstacles],
         exit_code=int(bool(obstacles)),
