@@ -5,6 +5,7 @@ order and in part. Followed round after round, they end in a state without hints
 """
 
 from collections.abc import Iterable, Sequence
+from itertools import product
 from typing import NamedTuple
 
 from muvad_tarnel.failure import Obstacle
@@ -31,20 +32,23 @@ class Advice(NamedTuple):
     obstacles: tuple[Obstacle, ...] = ()
 
 
-def advice(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Advice:
-    """What to do at these scopes so that these agents find every skill, current, and nobody finds one twice."""
+def advice(
+    survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], about: Iterable[str] = AGENT_CONFIG
+) -> Advice:
+    """What to do so that the agents find every skill, and those that it is `about` find it current and once."""
     hints: list[Hint] = []
     obstacles: list[Obstacle] = []
     for scope in scopes:
-        for part in (updating(survey, scope), installing(survey, scope, lacking_at(survey, scope, scopes, agents))):
+        lacking = lacking_at(survey, scope, scopes, agents)
+        for part in (updating(survey, scope, about), installing(survey, scope, lacking)):
             hints += part.hints
             obstacles += part.obstacles
-    return Advice(tuple(hints or removing(survey, scopes)), tuple(dict.fromkeys(obstacles)))
+    return Advice(tuple(hints or removing(survey, scopes, about)), tuple(dict.fromkeys(obstacles)))
 
 
-def updating(survey: Survey, scope: Scope) -> Advice:
-    """An update, if a copy at the scope needs one."""
-    stale = replaceable((copy for copy in survey.copies if copy.scope == scope), force=False)
+def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) -> Advice:
+    """An update, if a copy that the agents read at the scope needs one."""
+    stale = replaceable(survey.read_by(about, [scope]), force=False)
     obstacles = tuple(obstacle for copy in stale if (obstacle := obstacle_to_writing(copy)))
     if obstacles or not stale:
         return Advice(obstacles=obstacles)
@@ -61,11 +65,6 @@ def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Se
         return min(usable, key=lambda s: len(survey.lacking(agent, [s])), default=None)
 
     return [agent for agent in agents if survey.lacking(agent, scopes) and best(agent) == scope]
-
-
-def partly_served(survey: Survey, scopes: Sequence[Scope]) -> list[str]:
-    """The agents that find some skills at the scopes, and lack others at all of them."""
-    return [agent for agent in survey.finders(scopes) if survey.lacking(agent, scopes)]
 
 
 def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Sequence[str]:
@@ -99,8 +98,8 @@ def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> Advice:
     return Advice((Hint(reason, scope, ("install", "--scope", scope, *agent_words(agents))),), tuple(obstacles))
 
 
-def removing(survey: Survey, scopes: Sequence[Scope]) -> list[Hint]:
-    """The removals of what nobody needs, once nothing is to be written: a hint for each directory."""
+def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> list[Hint]:
+    """The removals of what nobody needs and the agents find twice, once nothing is to be written, by directory."""
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
     removed = {copy.file for copy in redundant}
     hints = []
@@ -112,6 +111,8 @@ def removing(survey: Survey, scopes: Sequence[Scope]) -> list[Hint]:
             for agent in readers_of(directory, scope)
             if any(len(survey.finds(agent, scope, name)) > 1 for name in names)
         ]
+        if not set(about) & set(several):
+            continue
         others = {
             copy.directory: None
             for agent in several
@@ -123,6 +124,17 @@ def removing(survey: Survey, scopes: Sequence[Scope]) -> list[Hint]:
         reason = f"{who_find(several)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
     return hints
+
+
+def doubled(survey: Survey, scopes: Iterable[Scope], agents: Iterable[str], hints: Sequence[Hint]) -> list[str]:
+    """Why agents find skills several times, or that there will be hints about it."""
+    reasons: dict[str, None] = {}
+    for agent, scope, name in product(agents, scopes, skill.SKILL_TEMPLATES):
+        if len(found := survey.finds(agent, scope, name).values()) > 1:
+            kept = {copy.directory: obstacle_to_removing(copy, force=False) for copy in found}
+            whys = [f"A copy in {place} is kept: {why.problem}." for place, why in kept.items() if why]
+            reasons |= dict.fromkeys(whys or ["Skills found twice can stay: other agents need each copy."])
+    return ["After the install, `status` names the copies that are not needed."] if hints and reasons else list(reasons)
 
 
 def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:

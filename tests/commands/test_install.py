@@ -20,9 +20,7 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
         (".config/agents/skills", "copilot", "user", {".copilot/skills"}),
     ],
 )
-def test_what_is_there_counts(
-    home: Path, project: Path, *, there: str, asked: str, scope: str, written: set[str]
-) -> None:
+def test_copies_count(home: Path, project: Path, *, there: str, asked: str, scope: str, written: set[str]) -> None:
     root = home if scope == "user" else project
     if there:
         put(root, there)
@@ -69,4 +67,15 @@ def test_a_plan_gives_its_reasons(project: Path) -> None:
     (project / ".agents/skills").mkdir(parents=True)
     (project / ".claude").symlink_to(".agents")
     shown = run("plan", *agents("claude", "zed"), "--scope", "project").stdout
-    assert (f"same directory as {project}/.agents/skills" in shown, "1 directory serves" in shown) == (True, True)
+    assert (f"same directory as {project}/.agents/skills" in shown, "through 1 directory" in shown) == (True, True)
+
+
+def test_a_plan_counts_what_is_there(project: Path) -> None:
+    for kind, also, said in (
+        ("current", "zed", "After the install, `status` names the copies that are not needed."),
+        ("modified", "zed", "A copy in .windsurf/skills is kept: modified."),
+        ("current", "kiro", "shared: copies are there already"),
+    ):
+        put(project, ".windsurf/skills", kind)
+        assert said in run("plan", *agents("devin", also), "--scope", "project").stdout
+        assert answer("install", "-n", *agents("devin", also), "--scope", "project")["advice"] == []

@@ -36,7 +36,9 @@ def test_a_moved_directory_is_installed_into(home: Path, tmp_path: Path) -> None
 def test_hints_name_the_project(tmp_path: Path) -> None:
     elsewhere = tmp_path / "else where"
     put(elsewhere, ".claude/skills", "outdated")
-    (hint,) = answer("status", "-C", str(elsewhere))["advice"]
+    (elsewhere / ".git").mkdir()
+    (elsewhere / "src").mkdir()
+    (hint,) = answer("status", "-C", str(elsewhere / "src"))["advice"]
     assert hint["command"][2:] == ["update", "--scope", "project", "-C", str(elsewhere)]
     assert f"-C '{elsewhere}'" in run("status", "-C", str(elsewhere)).stdout
 
@@ -60,12 +62,13 @@ def test_detecting_nobody_is_a_failure() -> None:
     [
         ("install --agent nobody", ["nobody", *AGENT_CONFIG]),
         ("install --all-agents --agent claude", ["--agent", "--all-agents", "--detect"]),
-        ("install --scope both", ["both", "user", "project"]),
-        ("status --project missing", ["missing"]),
         ("install --agent coursor", ["Did you mean 'cursor'?"]),
         ("install --agent vscode", ["Did you mean 'copilot'?"]),
         ("show tarnel-wikki", ["Did you mean 'tarnel-wiki'?"]),
         ("install --dryrun", ["--dry-run"]),
+        ("status --all", ["Did you mean '--all-agents'?"]),
+        ("update --agent cursor", ["Did you mean 'install --agent'?"]),
+        ("remove cursor", ["/.cursor/skills'?"]),
         ("uninstall", ["Did you mean 'remove'?"]),
         ("install claude", ["Did you mean '--agent claude'?"]),
         ("install --agent claude,cursor", ["Repeat the option for each."]),

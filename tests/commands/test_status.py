@@ -18,7 +18,7 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
         ("project .cursor/skills current", "--agent cursor --scope user", 1, "install --scope user --agent cursor"),
         ("user .cursor/skills current", "--agent claude --agent cursor", 1, "install --scope user --agent claude"),
         ("user .gemini/skills outdated", "--agent cursor", 1, "install --scope user --agent cursor"),
-        ("user .cursor/skills current, user .gemini/skills outdated", "--agent cursor", 0, "update --scope user"),
+        ("user .cursor/skills current, user .gemini/skills outdated", "--agent cursor", 0, ""),
         ("user .cursor/skills current, project .gemini/skills outdated", "", 1, "update --scope project"),
         ("user .cursor/skills current, user .claude/skills foreign", "--agent cursor", 1, ""),
         ("user .cursor/skills current, user .claude/skills unreadable", "--agent gemini --scope project", 1, None),
@@ -90,7 +90,7 @@ def test_what_stands_in_the_way_is_no_success(home: Path) -> None:
     assert "No other installed copy differs" in run("diff").stdout
     assert "not valid UTF-8" in run("update").stdout
     (home / ".cursor").symlink_to("nowhere")
-    assert run("status").stdout.count("a dangling link to nowhere") == 1
+    assert run("status", *agents("claude")).output.count("remove it") == len(SKILL_TEMPLATES)
 
 
 def test_a_project_at_home_counts_once(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:

@@ -21,18 +21,10 @@ OBSTACLES: dict[str, tuple[str, Callable[[Path], object], str]] = {
     "file for a directory": (".claude", Path.touch, "a file is in the way of a directory: move it away"),
     "directory for a file": (MAP, Path.mkdir, "a directory is in the way: move it away"),
     "pipe": (MAP, os.mkfifo, "not a regular file: move it away"),
-    "dangling link": (
-        ".claude/skills",
-        lambda path: path.symlink_to("nowhere"),
-        "a dangling link to nowhere: remove it",
-    ),
+    "dangling link": (".claude/skills", lambda path: path.symlink_to("nowhere"), "a dangling link to nowhere: "),
     "loop": (MAP, lambda path: path.symlink_to(path.name), ""),
     "too large": (MAP, lambda path: path.write_bytes(bytes(2**20 + 1)), "too large"),
-    "not UTF-8": (
-        MAP,
-        lambda path: path.write_bytes(b"version: \xff\n"),
-        "not valid UTF-8 (at byte 9): correct or remove",
-    ),
+    "not UTF-8": (MAP, lambda path: path.write_bytes(b"version: \xff\n"), "not valid UTF-8 (at byte 9): "),
 }
 
 
@@ -40,9 +32,7 @@ class TestLinks:
     @pytest.mark.parametrize("command", ["install", "install --force", "update --force", "remove"])
     @pytest.mark.parametrize("link", [".claude/skills/tarnel/SKILL.md", ".claude/skills/tarnel", ".claude"])
     @pytest.mark.parametrize("kind", ["foreign", "outdated", "missing"])
-    def test_one_that_leads_elsewhere_is_refused(
-        self, project: Path, tmp_path: Path, *, command: str, link: str, kind: str
-    ) -> None:
+    def test_others_are_refused(self, project: Path, tmp_path: Path, *, command: str, link: str, kind: str) -> None:
         place, target = project / link, tmp_path / "elsewhere"
         inner = target / copy_in(project, ".claude/skills").relative_to(place)
         content = text_of(kind)
@@ -71,8 +61,10 @@ class TestLinks:
         actual = put(tmp_path, "dotfiles/skills", "outdated", "tarnel")
         link = put(home, ".claude/skills", "missing", "tarnel")
         link.symlink_to(actual)
+        actual.chmod(0o640)
         assert run("install").exit_code == 0
         assert (actual.read_bytes(), link.is_symlink()) == (text_of("current"), True)
+        assert actual.stat().st_mode & 0o777 == 0o640
         assert run("remove").exit_code == 1
         assert actual.exists()
 
@@ -178,9 +170,3 @@ class TestOthers:
         assert str(copy.with_name("SKILL.md.bak3")) in result.stderr
         assert copy.with_name("SKILL.md.bak3").read_bytes() == hard_link.read_bytes() == text_of("modified")
         assert (copy.with_name("SKILL.md.bak2").read_text(), (tmp_path / "nowhere").exists()) == ("first", False)
-
-    def test_the_mode_of_the_old_file_stays(self, home: Path) -> None:
-        copy = put(home, ".claude/skills", "outdated", "tarnel")
-        copy.chmod(0o640)
-        run("install")
-        assert copy.stat().st_mode & 0o777 == 0o640

@@ -35,9 +35,7 @@ def test_a_row_is_well_formed(row: tuple[str, ...]) -> None:
         ("XDG_CONFIG_HOME", "/srv", "devin", ".config/devin/skills"),
     ],
 )
-def test_the_environment_moves_directories(
-    home: Path, *, variable: str, value: str, agent: str, directory: str
-) -> None:
+def test_variables_move_directories(home: Path, *, variable: str, value: str, agent: str, directory: str) -> None:
     table = resolved({variable: value.format(home=home)})
     assert table[agent].skills_user_roots[0] == directory
     moved = {key for key, record in AGENTS.items() if any(f"${variable}/" in row for row in record.skills_user_roots)}

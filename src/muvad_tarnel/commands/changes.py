@@ -15,7 +15,7 @@ from muvad_tarnel.commands.wording import (
     copy_tables,
 )
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import Advice, advice, count
+from muvad_tarnel.hints import Advice, advice, count, doubled
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey
@@ -125,20 +125,24 @@ def report_of(
     remarks: Iterable[Block] = (),
 ) -> Report:
     """The report on changes for the agents, with remarks after the summary. `nothing` is said without outcomes."""
-    survey, dry_run, after = request.survey, request.dry_run, survey_after(request, outcomes)
+    dry_run, after = request.dry_run, survey_after(request, outcomes)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
-    # Hints are for what is on the disk, which a dry run has not changed. What has failed is not to be tried at once.
-    hints = Advice() if obstacles else advice(survey if dry_run else after, request.scopes, agents)
+    # What has failed is not to be tried at once.
+    hints = Advice() if obstacles else advice(after, request.scopes, agents)
+    finders = (*agents, *request.in_use) if agents and not obstacles else ()
+    doubles = doubled(after, request.scopes, finders, hints.hints)
+    if dry_run:  # hints are for what is on the disk
+        hints = hints._replace(hints=())
     return Report(
         [
             *copy_tables(request, "Result", ((o.copy, result_cell(o, dry_run=dry_run)) for o in outcomes)),
             summary(outcomes, dry_run=dry_run) if outcomes else Line(nothing, Tone.GOOD),
             *remarks,
-            *([] if dry_run else advice_blocks(request, hints)),
+            *advice_blocks(request, hints, doubles),
         ],
         [outcome_record(outcome) for outcome in outcomes],
         {"dry_run": dry_run},
-        agents=agent_records(after, request.scopes, agents or survey.finders(request.scopes)),
+        agents=agent_records(after, request.scopes, agents or request.survey.finders(request.scopes)),
         advice=advice_records(request, hints),
         errors=[*obstacles, *hints.obstacles],
         exit_code=int(bool(obstacles)),

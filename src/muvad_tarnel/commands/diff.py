@@ -3,12 +3,12 @@
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import copy_record
+from muvad_tarnel.commands.wording import copy_record, obstacles_of
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import document, plain
 from muvad_tarnel.installed.survey import each_once
 from muvad_tarnel.installed.writing import difference
-from muvad_tarnel.output.report import Block, Document, Line, Report, Tone
+from muvad_tarnel.output.report import Document, Line, Report, Tone
 from muvad_tarnel.output.text import printable
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
@@ -27,17 +27,12 @@ def diff(request: Request) -> Report:
       muvad-tarnel skill diff --scope project --agent cursor
     """
     copies = each_once(request.survey.read_by(request.named or AGENT_CONFIG, request.scopes))
-    unreadable = [copy.obstacle for copy in copies if copy.obstacle]
+    unreadable = obstacles_of(copy for copy in copies if copy.obstacle)
     differing = [copy for copy in copies if copy.content is not None and not copy.is_ours and not copy.misplaced]
-    blocks: list[Block] = [Document("".join(map(unified, differing)), is_diff=True)]
-    if not differing:
-        blocks = [
-            Line("No other installed copy differs from this package's documents.")
-            if unreadable
-            else Line("No installed copy differs from this package's documents.", Tone.GOOD)
-        ]
+    which, tone = ("No other", Tone.NEUTRAL) if unreadable else ("No", Tone.GOOD)
+    nothing = Line(f"{which} installed copy differs from this package's documents.", tone)
     return Report(
-        blocks,
+        [Document("".join(map(unified, differing)), is_diff=True) if differing else nothing],
         [copy_record(copy) | {"difference": difference(copy), "diff": unified(copy)} for copy in differing],
         errors=unreadable,
         exit_code=int(bool(unreadable)),

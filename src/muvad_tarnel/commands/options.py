@@ -35,6 +35,8 @@ _output_options = [
         help="Colours and tables; auto: on a terminal, and as NO_COLOR, FORCE_COLOR and TERM=dumb say.",
     ),
 ]
+# What is meant by --agent with a command that is not about agents.
+_INSTEAD_OF_AGENTS = {"update": "install --agent", "remove": "remove DIRECTORY"}
 
 
 class SkillCommand(click.Command):
@@ -47,8 +49,10 @@ class SkillCommand(click.Command):
             rest = super().parse_args(ctx, args)
         except click.NoSuchOption as error:
             word = error.option_name
-            near = [option for option in error.possibilities or () if did_you_mean(word, [option])]
-            raise click.NoSuchOption(word, possibilities=near, ctx=ctx) from error
+            options = [option for parameter in self.params for option in parameter.opts]
+            instead = _INSTEAD_OF_AGENTS.get(self.name or "") if word == "--agent" else None
+            guess = f" Did you mean {instead!r}?" if instead else did_you_mean(word, options)
+            ctx.fail(f"No such option {word!r}.{guess}")
         if ctx.args and not ctx.resilient_parsing:
             word = ctx.args[0]
             takes_agents = any(parameter.name == "agent_keys" for parameter in self.params)
@@ -134,7 +138,7 @@ def _request_options(scoping: Scoping | None, agents: str) -> list[click.Paramet
         text = f"The home directory (user) or the repository (project).  [default: {default}, or project with -C]"
         options.append(click.Option(["--scope"], type=Choice(SCOPES), help=text))
     if scoping:
-        text = "The project's root.  [default: the nearest folder upward with .git, else the current one]"
+        text = "Run as if started in DIR. The project is the nearest folder upward with .git, else DIR itself."
         folder = click.Path(exists=True, file_okay=False, path_type=Path)
         options.append(click.Option(["-C", "--project"], type=folder, metavar="DIR", help=text))
     return options

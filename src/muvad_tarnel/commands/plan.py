@@ -4,8 +4,8 @@ from pathlib import Path
 
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import advice_records, agent_records
-from muvad_tarnel.hints import advice, joined, names_of, who_find
+from muvad_tarnel.commands.wording import agent_records
+from muvad_tarnel.hints import advice, doubled, joined, names_of, who_find
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
 from muvad_tarnel.planning import Plan
 from muvad_tarnel.setup import skill
@@ -32,7 +32,6 @@ def plan(request: Request) -> Report:
         [record(request, chosen, directory) for directory in chosen.directories],
         {"scope": scope, "root": str(request.root), "avoided_duplicates": avoided(chosen)},
         agents=agent_records(chosen.after, [scope], request.agents),
-        advice=advice_records(request, advice(request.survey, request.scopes, request.agents)),
         errors=chosen.obstacles,
         exit_code=int(bool(chosen.obstacles)),
     )
@@ -94,8 +93,10 @@ def why(chosen: Plan, directory: str, agent: str) -> str:
     if is_twice(chosen, agent):
         others = [other for other, readers in chosen.directories.items() if agent in readers and other != directory]
         return f"twice: also in {joined(others)}"
-    is_own = directory == AGENT_CONFIG[agent].directories(chosen.scope)[0]
-    return "its own directory" if is_own else "shared, instead of its own"
+    if directory == AGENT_CONFIG[agent].directories(chosen.scope)[0]:
+        return "its own directory"
+    is_used = any(copy.is_found for copy in chosen.survey.at(chosen.scope, directory))
+    return "shared: copies are there already" if is_used else "shared, instead of its own"
 
 
 def verdict(chosen: Plan) -> list[Block]:
@@ -105,10 +106,12 @@ def verdict(chosen: Plan) -> list[Block]:
         loss = f", and {names_of(unserved)} would not find every skill" if unserved else ""
         return [Line(f"The install would fail{loss}.", Tone.BAD)]
     number = len({files_of(chosen, directory) for directory in chosen.directories})
-    text = f"{number} {'directory serves' if number == 1 else 'directories serve'} {names_of(chosen.agents)}"
+    where = "1 directory" if number == 1 else f"{number} directories"
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
-    once = f", and {'each' if len(chosen.agents) > 1 else 'it'} finds every skill once" if is_good else ""
-    lines: list[Block] = [Line(f"{text}{once}.", Tone.GOOD if is_good else Tone.WARNING)]
+    text = f"{who_find(chosen.agents)} every skill{' once' if is_good else ''}, through {where}."
+    lines: list[Block] = [Line(text, Tone.GOOD if is_good else Tone.WARNING)]
+    hints = advice(chosen.after, [chosen.scope], chosen.agents).hints
+    lines += map(Line, doubled(chosen.after, [chosen.scope], chosen.agents, hints))
     if spared := avoided(chosen):
         lines.append(Line(f"If each agent used its own directory, {who_find(spared, 'would')} every skill twice."))
     return lines

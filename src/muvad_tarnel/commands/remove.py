@@ -1,7 +1,7 @@
 """`muvad-tarnel skill remove`."""
 
 import os
-from collections.abc import Sequence
+from collections.abc import Iterator, Sequence
 from functools import partial
 from pathlib import Path
 
@@ -11,13 +11,13 @@ from muvad_tarnel.commands.changes import Outcome, attempt, report_of
 from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import did_you_mean
-from muvad_tarnel.commands.wording import command_line
-from muvad_tarnel.hints import agent_words, joined, who_find
+from muvad_tarnel.commands.wording import advice_blocks, advice_records
+from muvad_tarnel.hints import Advice, Hint, agent_words, joined, who_find
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.survey import directories_read, readers_of
+from muvad_tarnel.installed.survey import directories_read
 from muvad_tarnel.installed.writing import clean_up, obstacle_to_removing, reason_to_keep
 from muvad_tarnel.installed.writing import remove as remove_copy
-from muvad_tarnel.output.report import Block, Command, Line, Report, Tone
+from muvad_tarnel.output.report import Report
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -25,7 +25,9 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 @skill_command("one")
 @click.argument("directories", metavar="[DIRECTORY]...", nargs=-1)
 @skill_option
-@click.option("--force", is_flag=True, help="Also remove texts that this package did not write, and links.")
+@click.option(
+    "--force", is_flag=True, help="Also delete texts that this package did not write, without a backup; and links."
+)
 @dry_run_option
 def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool) -> Report:
     """Remove installed skills.
@@ -54,38 +56,41 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
         clean_up(copy for copy in survey.copies if copy.scope in request.scopes)
     outcomes = [removed(request, copy, force=force) for copy in chosen]
     where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
-    losses = loss_lines(request, [outcome.copy for outcome in outcomes if outcome.is_done])
-    return report_of(request, outcomes, (), nothing=f"Nothing to remove {where}.", remarks=losses)
+    losses = Advice(tuple(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done])))
+    remarks = advice_blocks(request, losses, label="" if request.dry_run else "to install again:")
+    report = report_of(request, outcomes, (), nothing=f"Nothing to remove {where}.", remarks=remarks)
+    return report if request.dry_run else report._replace(advice=[*advice_records(request, losses), *report.advice])
 
 
 def meant(request: Request, text: str) -> tuple[Scope, str]:
     """The skills directory that is meant by a path, or in the table's spelling."""
     if not text:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
-    paths = {
-        parent_resolved(Path(os.path.abspath(base / Path(text).expanduser())))  # noqa: PTH100 (links stay)
-        for base in (Path(), request.project or Path())
-    }
-    is_scope_known = bool(request.is_scope_given or request.project)
+    path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (links stay)
+    is_scope_known = request.is_scope_given or request.is_project_given
     known = {
         directory if is_scope_known else str(request.roots[scope] / directory): (scope, directory)
         for scope in (request.scopes if is_scope_known else request.roots)
         for directory in directories_read(AGENT_CONFIG, scope)
     }
-    for scope, directory in known.values():
-        if parent_resolved(request.roots[scope] / directory) in paths:
-            return scope, directory
+    found = [place for place in known.values() if parent_resolved(request.roots[place[0]] / place[1]) == path]
     # The table's spelling: at the scope that was given, or in the project when the current directory is below its root.
-    for scope, directory in known.values():
-        is_meant = is_scope_known or (scope == "project" and not os.path.lexists(text))
-        if os.path.normpath(text) == directory and is_meant:
-            return scope, directory
+    if is_scope_known or not os.path.lexists(text):
+        spelled = (request.scope if is_scope_known else "project", os.path.normpath(text))
+        found += [place for place in known.values() if place == spelled]
+    if found:
+        return found[0]
     # All directories would fill the screen; those in use are the likely ones.
     in_use = {spelling: place for spelling, place in known.items() if any(c.exists for c in request.survey.at(*place))}
     expected = f"; expected one of {', '.join(in_use)}" if in_use else ", and no skill is installed"
     folder, _, name = text.rstrip("/").rpartition("/")
     if name in skill.SKILL_TEMPLATES and folder:
         guess = f" Did you mean '{folder} --skill {name}'?"
+    elif text in AGENT_CONFIG:
+        own = [
+            each for each, (scope, directory) in known.items() if directory == AGENT_CONFIG[text].directories(scope)[0]
+        ]
+        guess = f" Did you mean {next(filter(in_use.get, own), own[0])!r}?"
     else:
         guess = did_you_mean(text, {directory for _, directory in in_use.values()} - {os.path.normpath(text)})
     raise click.BadParameter(f"unknown skills directory {text!r}{expected}.{guess}", param_hint="DIRECTORY")
@@ -107,27 +112,15 @@ def removed(request: Request, copy: Copy, *, force: bool) -> Outcome:
     return outcome
 
 
-def loss_lines(request: Request, copies: Sequence[Copy]) -> list[Block]:
-    """Who no longer finds a skill, among the agents detected and the owners of the directories, and how to undo it."""
-    lines: list[Block] = []
+def lost(request: Request, copies: Sequence[Copy]) -> Iterator[Hint]:
+    """Which of the agents that are detected, or read one directory only, find skills no longer; how to undo it."""
+    how = "would no longer" if request.dry_run else "no longer"
     for scope in request.scopes:
-        losses = request.survey.losses(copies, scope)
-        owners = dict.fromkeys(owner_of(copy.directory, scope) for copy in copies if copy.scope == scope)
         losing: dict[str, list[str]] = {}
-        for agent, names in losses.items():
-            if agent in (*owners, *request.in_use):
-                lost = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
-                losing.setdefault(lost, []).append(agent)
-        for lost, agents in losing.items():
-            how = "would no longer" if request.dry_run else "no longer"
-            lines.append(Line(f"{who_find(agents, how)} {lost} at {scope} scope.", Tone.WARNING))
-        deprived = [agent for agent in owners if agent in losses]
-        if deprived and not request.dry_run:
-            words = request.command(scope, ["install", "--scope", scope, *agent_words(deprived)])
-            lines.append(Command("to install again:", command_line(words)))
-    return lines
-
-
-def owner_of(directory: str, scope: Scope) -> str:
-    """The agent whose own directory it is, or that reads it before others."""
-    return min(readers_of(directory, scope), key=lambda agent: AGENT_CONFIG[agent].directories(scope).index(directory))
+        for agent, names in request.survey.losses(copies, scope).items():
+            if agent in request.in_use or len(AGENT_CONFIG[agent].directories(scope)) == 1:
+                which = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
+                losing.setdefault(which, []).append(agent)
+        for which, agents in losing.items():
+            words = ("install", "--scope", scope, *agent_words(agents))
+            yield Hint(f"{who_find(agents, how)} {which} at {scope} scope", scope, words)

@@ -1,7 +1,6 @@
 """`muvad-tarnel skill shadowed`."""
 
 from collections.abc import Iterable, Iterator, Sequence
-from typing import NamedTuple
 
 import click
 
@@ -15,7 +14,6 @@ from muvad_tarnel.commands.wording import (
     command_line,
     which_skills,
 )
-from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import Advice, names_of, removal_of, updating
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.survey import Shadow
@@ -85,84 +83,56 @@ def effects_of(shadow: Shadow) -> dict[Cell, str]:
     return {effect: ", ".join(names) for effect, names in agents.items()}
 
 
-class WayOut(NamedTuple):
-    """The removal of some copies of one directory, and the agents that would lose something.
-
-    Where there is an obstacle, only people are told a command, with --force, if that removes the copy.
-    """
-
-    copy: Copy
-    command: list[str] | None
-    obstacle: Obstacle | None
-    losing: list[str]
-
-
-def ways_out(request: Request, copies: Iterable[Copy]) -> list[WayOut]:
-    """The removals of copies: one for each directory, or the obstacle to removing one."""
-    ways = []
-    free: dict[str, list[Copy]] = {}
-    for copy in dict.fromkeys(copies):
-        if obstacle := obstacle_to_removing(copy, force=False):
-            losing = [] if obstacle_to_removing(copy, force=True) else list(request.survey.losses([copy], copy.scope))
-            ways.append(WayOut(copy, None, obstacle, losing))
-        else:
-            free.setdefault(copy.directory, []).append(copy)
-    for group in free.values():
-        scope = group[0].scope
-        words = request.command(scope, removal_of(request.survey, group))
-        ways.append(WayOut(group[0], words, None, list(request.survey.losses(group, scope))))
-    return ways
-
-
 def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
     """The two ways out for people: no agent may be left with neither copy, so they are alternatives."""
     where = {"user": "in other repositories", "project": "in other clones of this repository"}
     for scope in SCOPES if shadows else ():
-        ways = ways_out(request, [shadow.user if scope == "user" else shadow.project for shadow in shadows])
-        losing = [agent for agent in AGENT_CONFIG if any(agent in way.losing for way in ways)]
-        loss = f" ({names_of(losing)} would lose it {where[scope]})" if losing else ""
+        copies = dict.fromkeys(shadow.user if scope == "user" else shadow.project for shadow in shadows)
+        obstacles = {copy: obstacle_to_removing(copy, force=True) for copy in copies}
+        losing = request.survey.losses((copy for copy, obstacle in obstacles.items() if not obstacle), scope)
+        loss = f" ({names_of(list(losing))} would lose it {where[scope]})" if losing else ""
         yield Line(f"{'Either' if scope == 'user' else 'Or'} remove the {scope} copy{loss}:")
-        for way in ways:
-            if way.command:
-                yield Command("", command_line(way.command))
-            else:
-                yield from forced(request, way)
+        yield from (Line(f"{obstacle}.", Tone.BAD) for obstacle in dict.fromkeys(obstacles.values()) if obstacle)
+        yield from removals(request, [copy for copy, obstacle in obstacles.items() if not obstacle])
 
 
-def forced(request: Request, way: WayOut) -> Iterator[Block]:
-    """The removal of a copy that takes --force, and what is lost by it; or what keeps even that from working."""
-    copy = way.copy
-    if obstacle := obstacle_to_removing(copy, force=True):
-        yield Line(f"{obstacle}.", Tone.BAD)
-        return
-    yield Command("", command_line(request.command(copy.scope, (*removal_of(request.survey, [copy]), "--force"))))
-    if not copy.link:
-        yield Line(f"This deletes {copy.path} ({difference(copy)}) for good: no backup is kept.", Tone.WARNING)
+def removals(request: Request, copies: Iterable[Copy]) -> Iterator[Block]:
+    """The commands that remove copies of one scope, and what is lost by those that take --force."""
+    groups: dict[tuple[str, bool], list[Copy]] = {}
+    for copy in copies:
+        groups.setdefault((copy.directory, bool(obstacle_to_removing(copy, force=False))), []).append(copy)
+    for (_, is_forced), group in groups.items():
+        words = (*removal_of(request.survey, group), *["--force"] * is_forced)
+        yield Command("", command_line(request.command(group[0].scope, words)))
+        for copy in group if is_forced else ():
+            if not copy.link:
+                text = f"This deletes {copy.path} ({difference(copy)}) for good: no backup is kept."
+                yield Line(text, Tone.WARNING)
 
 
 def record(request: Request, shadow: Shadow) -> Record:
     """Two copies for programs."""
-    ways = [way for copy in (shadow.user, shadow.project) for way in ways_out(request, [copy])]
+    precedences = {agent: AGENT_CONFIG[agent].precedence for agent in shadow.agents}
     return {
         "skill": shadow.user.skill,
         "user_path": str(shadow.user.path),
         "project_path": str(shadow.project.path),
         "different": shadow.is_different,
         "agents": [
-            {
-                "agent": agent,
-                "precedence": (precedence := AGENT_CONFIG[agent].precedence),
-                "effect": EFFECTS[precedence],
-            }
-            for agent in shadow.agents
+            {"agent": agent, "precedence": precedence, "effect": EFFECTS[precedence]}
+            for agent, precedence in precedences.items()
         ],
-        "ways_out": [
-            {
-                "removes": str(way.copy.path),
-                "command": way.command,
-                "problem": way.obstacle and way.obstacle.problem,
-                "loses": way.losing,
-            }
-            for way in ways
-        ],
+        "ways_out": [way_out(request, copy) for copy in (shadow.user, shadow.project)],
+    }
+
+
+def way_out(request: Request, copy: Copy) -> Record:
+    """The removal of a copy for programs: without a command where it takes --force, or fails."""
+    obstacle = obstacle_to_removing(copy, force=False)
+    is_stuck = obstacle and obstacle_to_removing(copy, force=True)
+    return {
+        "removes": str(copy.path),
+        "command": None if obstacle else request.command(copy.scope, removal_of(request.survey, [copy])),
+        "problem": obstacle and obstacle.problem,
+        "loses": [] if is_stuck else list(request.survey.losses([copy], copy.scope)),
     }

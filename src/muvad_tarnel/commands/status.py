@@ -15,12 +15,13 @@ from muvad_tarnel.commands.wording import (
     copy_record,
     copy_tables,
     finds_cell,
-    obstacle_lines,
+    obstacles_of,
     shortlist,
 )
-from muvad_tarnel.hints import Advice, advice, joined, lacking_at, partly_served, skills_of, sufficient
+from muvad_tarnel.hints import Advice, advice, doubled, joined, lacking_at, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.survey import grouped
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
 from muvad_tarnel.setup import skill
@@ -59,11 +60,11 @@ def status(request: Request, *, check: bool) -> Report:
     """
     survey, scopes, named = request.survey, request.scopes, request.named
     nothing = not any(copy.exists and copy.scope in scopes for copy in survey.copies)
-    partly = partly_served(survey, scopes)
-    unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, partly)
-    hints = advice(survey, scopes, named or unnamed)
-    copies = list(listed(request))
     finding = survey.finders(scopes)
+    partly = [agent for agent in finding if survey.lacking(agent, scopes)]
+    unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, partly)
+    hints = advice(survey, scopes, named or unnamed, about=named or AGENT_CONFIG)
+    copies = list(listed(request))
     agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
     usable = [agent for agent in named if any(AGENT_CONFIG[agent].directories(scope) for scope in scopes)]
     is_wrong = (
@@ -77,7 +78,7 @@ def status(request: Request, *, check: bool) -> Report:
         {"roots": {scope: str(request.roots[scope]) for scope in scopes}},
         agents=agent_records(survey, scopes, agents),
         advice=advice_records(request, hints),
-        errors=hints.obstacles,
+        errors=list(dict.fromkeys([*obstacles_of(copies), *hints.obstacles])),
         exit_code=int(check and is_wrong),
     )
 
@@ -100,15 +101,15 @@ def blocks(request: Request, copies: list[Copy], agents: Sequence[str], hints: A
     yield from copy_tables(request, "State", zip(copies, states, strict=True))
     if not copies:
         yield Line("No skill is installed.", Tone.WARNING)
-    yield from finding_table(request, agents)
+    shown = shortlist(request, agents)
+    yield from finding_table(request, agents, shown)
     yield from remarks(request, copies)
-    yield from advice_blocks(request, hints)
+    yield from advice_blocks(request, hints, doubled(request.survey, request.scopes, shown, ()))
 
 
-def finding_table(request: Request, agents: Sequence[str]) -> Iterator[Block]:
+def finding_table(request: Request, agents: Sequence[str], shown: Sequence[str]) -> Iterator[Block]:
     """Where each agent finds each skill: a row for an agent, a column for a scope."""
     headings = {"user": "For the user", "project": "In the project"}
-    shown = shortlist(request, agents)
     rows: list[tuple[str | Cell, ...]] = [
         (AGENT_CONFIG[agent].name, *(finds_cell(request, request.survey, agent, scope) for scope in request.scopes))
         for agent in shown
@@ -120,17 +121,12 @@ def finding_table(request: Request, agents: Sequence[str]) -> Iterator[Block]:
 
 
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
-    """What the tables do not show: unreadable and foreign copies, linked directories, shadowing."""
-    yield from obstacle_lines(copies)
+    """What the tables do not show: foreign copies, linked directories, shadowing."""
     for copy in copies:
         if copy.state is State.FOREIGN:
             yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)
-    linked = {
-        tuple(request.place(c.scope, c.directory) for c in same)
-        for same in request.survey.by_file.values()
-        if len(same) > 1 and any(c in copies and c.exists for c in same)
-    }
-    for places in sorted(linked):
+    files = grouped(copy for copy in copies if copy.exists)
+    for places in sorted({tuple(request.place(c.scope, c.directory) for c in same) for same in files.values()}):
         if len(set(places)) > 1:
             yield Line(f"{joined(places)} lead to the same files, which count once.")
     shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []

@@ -3,6 +3,7 @@
 from collections.abc import Iterable, Sequence
 
 from muvad_tarnel.commands.request import Request
+from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import Advice, joined
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
@@ -66,10 +67,10 @@ def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Cell]
     return list(tables.values())
 
 
-def obstacle_lines(copies: Iterable[Copy], tone: Tone = Tone.BAD) -> list[Block]:
-    """Why copies cannot be read, or must not be written: a line for each obstacle."""
-    obstacles = [copy.obstacle or (copy.misplaced if copy.exists else None) for copy in copies]
-    return [Line(f"{obstacle}.", tone) for obstacle in dict.fromkeys(obstacles) if obstacle]
+def obstacles_of(copies: Iterable[Copy]) -> list[Obstacle]:
+    """Why copies that are there cannot be read, or must not be written: each obstacle once."""
+    obstacles = (copy.misplaced or copy.obstacle for copy in copies if copy.exists)
+    return list(dict.fromkeys(obstacle for obstacle in obstacles if obstacle))
 
 
 def copy_record(copy: Copy) -> Record:
@@ -110,16 +111,14 @@ def advice_records(request: Request, advice: Advice) -> list[Record]:
     return [{"reason": h.reason, "command": request.command(h.scope, h.words)} for h in advice.hints]
 
 
-def advice_blocks(request: Request, advice: Advice) -> list[Block]:
-    """The hints for people."""
-    return [
-        block
-        for hint in advice.hints
-        for block in (
-            Line(f"{hint.reason}.", Tone.WARNING),
-            Command("to fix:", command_line(request.command(hint.scope, hint.words))),
-        )
-    ]
+def advice_blocks(request: Request, advice: Advice, doubles: Iterable[str] = (), label: str = "to fix:") -> list[Block]:
+    """The hints for people, without their commands if these have no label; or else why skills are found twice."""
+    blocks: list[Block] = []
+    for hint in advice.hints:
+        blocks.append(Line(f"{hint.reason}.", Tone.WARNING))
+        if label:
+            blocks.append(Command(label, command_line(request.command(hint.scope, hint.words))))
+    return blocks or [Line(reason) for reason in doubles]
 
 
 def command_line(words: Sequence[str]) -> str:
