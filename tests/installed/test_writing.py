@@ -1,6 +1,5 @@
 """Nothing is lost and nobody harmed: links, failures at any moment, other installers."""
 
-import fcntl
 import os
 import subprocess
 from collections.abc import Callable
@@ -139,15 +138,15 @@ class TestFailures:
 
 
 class TestOthers:
-    def test_an_installer_at_work_keeps_its_temporary_file(self, home: Path) -> None:
-        folder = put(home, ".claude/skills").parent
-        abandoned, in_use = folder / ".SKILL.md.1.tmp", folder / ".SKILL.md.2.tmp"
-        abandoned.touch()
-        (folder / ".SKILL.md.0.tmp").symlink_to(abandoned)
-        with in_use.open("w") as stream:
-            fcntl.flock(stream, fcntl.LOCK_EX)
-            run("install")
-            assert (abandoned.exists(), in_use.exists()) == (False, True)
+    def test_an_installer_at_work_keeps_its_temporary_file(self, home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+        folder = put(home, ".claude/skills", "outdated", "tarnel").parent
+        copy = next(copy for copy in Survey.of({"user": home}).copies if copy.path.parent == folder)
+        (folder / ".SKILL.md.1.tmp").symlink_to("SKILL.md")
+        monkeypatch.setattr(os, "fsync", lambda _: writing.clean_up([copy]))
+        writing.replace(copy)
+        assert files(folder) == {"SKILL.md", ".SKILL.md.1.tmp"}
+        writing.clean_up([copy])
+        assert files(folder) == {"SKILL.md"}
 
     def test_installers_at_once_lose_nothing(self, home: Path) -> None:
         edited = put(home, ".claude/skills", "outdated, edited", "tarnel")
@@ -157,7 +156,7 @@ class TestOthers:
         assert edited.with_name("SKILL.md.bak").read_bytes() == text_of("outdated, edited")
         assert len(files(home)) == len(SKILL_TEMPLATES) + 1
 
-    def test_an_edit_after_the_reading_is_kept(self, home: Path) -> None:
+    def test_an_edit_after_the_reading_is_kept(self, home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
         path = put(home, ".claude/skills", "outdated", "tarnel")
         copy = next(copy for copy in Survey.of({"user": home}).copies if copy.path == path)
         path.write_text("mine")
@@ -166,6 +165,13 @@ class TestOthers:
         kept = writing.replace(copy)
         assert kept is not None
         assert (kept.read_text(), path.read_bytes()) == ("mine", text_of("current"))
+        inode = path.stat().st_ino
+        assert (writing.replace(copy), path.stat().st_ino) == (None, inode), "another installer got there first"
+        path.write_text("mine again")
+        monkeypatch.setattr(os, "replace", lambda *_: path.mkdir())
+        with pytest.raises(FileExistsError):
+            writing.replace(copy)
+        assert files(path.parent) == {"SKILL.md", "SKILL.md.bak"}
 
     def test_backups_are_never_written_over(self, home: Path, tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
         copy = put(home, ".claude/skills", "modified", "tarnel")
