@@ -1,6 +1,7 @@
 """One reading of the disk: every copy of every skill, and who finds it. All reports and hints are views of it."""
 
 from collections.abc import Iterable, Iterator
+from dataclasses import dataclass
 from functools import cached_property
 from itertools import product
 from pathlib import Path
@@ -12,8 +13,6 @@ from muvad_tarnel.installed.documents import State, plain
 from muvad_tarnel.roots import Roots
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
-
-type Finds = dict[Path, Copy]
 
 
 class Shadow(NamedTuple):
@@ -39,39 +38,36 @@ def readers_of(directory: str, scope: Scope, agents: Iterable[str] = AGENT_CONFI
     return [agent for agent in agents if directory in AGENT_CONFIG[agent].directories(scope)]
 
 
-def grouped(copies: Iterable[Copy]) -> dict[Path, list[Copy]]:
-    """The copies by resolved file: those that links make one are together."""
+def grouped(copies: Iterable[Copy]) -> list[list[Copy]]:
+    """The copies by file: those that links make one are together, first one whose path holds no link."""
     files: dict[Path, list[Copy]] = {}
     for copy in copies:
         files.setdefault(copy.file, []).append(copy)
-    return files
+    return [sorted(same, key=lambda copy: copy.path != copy.file) for same in files.values()]
 
 
 def each_once(copies: Iterable[Copy]) -> tuple[Copy, ...]:
-    """The copies without those that are the same file as one before them."""
-    return tuple(same[0] for same in grouped(copies).values())
+    """The copies without those that links make the same file as another."""
+    return tuple(same[0] for same in grouped(copies))
 
 
+@dataclass(frozen=True)
 class Survey:
-    """The copies in every directory of the agent table, at every scope that has a root."""
+    """The copies in every directory of the agent table, at every scope that has a root, in this order."""
 
-    def __init__(self, roots: Roots, copies: Iterable[Copy]) -> None:
-        """Take copies, ordered by scope, directory and skill."""
-        self.roots = roots
-        self.copies = tuple(copies)
+    roots: Roots
+    copies: tuple[Copy, ...]
 
     @classmethod
     def of(cls, roots: Roots) -> "Survey":
         """Read the disk, every file once for each path that leads to it. Raises nothing for what is there."""
-        return cls(
-            roots,
-            (
-                copy
-                for scope, root in roots.items()
-                for directory in directories_read(AGENT_CONFIG, scope)
-                for copy in read_directory(scope, root, directory)
-            ),
+        copies = (
+            copy
+            for scope, root in roots.items()
+            for directory in directories_read(AGENT_CONFIG, scope)
+            for copy in read_directory(scope, root, directory)
         )
+        return cls(roots, tuple(copies))
 
     @cached_property
     def _by_place(self) -> dict[tuple[Scope, str, str], Copy]:
@@ -80,7 +76,7 @@ class Survey:
     @cached_property
     def by_file(self) -> dict[Path, list[Copy]]:
         """What exists, by the file that it is, links resolved."""
-        return grouped(copy for copy in self.copies if copy.exists)
+        return {same[0].file: same for same in grouped(copy for copy in self.copies if copy.exists)}
 
     def at(self, scope: Scope, directory: str) -> list[Copy]:
         """The places of all skills in a directory."""
@@ -91,9 +87,9 @@ class Survey:
         read = {(scope, directory) for scope in scopes for directory in directories_read(agents, scope)}
         return (copy for copy in self.copies if (copy.scope, copy.directory) in read)
 
-    def finds(self, agent: str, scope: Scope, name: str) -> Finds:
+    def finds(self, agent: str, scope: Scope, name: str) -> dict[Path, Copy]:
         """The files through which an agent finds a skill at a scope, in the order of its directories."""
-        found: Finds = {}
+        found: dict[Path, Copy] = {}
         for directory in AGENT_CONFIG[agent].directories(scope) if scope in self.roots else ():
             copy = self._by_place[scope, directory, name]
             if copy.is_found:
@@ -106,8 +102,8 @@ class Survey:
 
     def finders(self, scopes: Iterable[Scope]) -> list[str]:
         """The agents that find any skill at the scopes."""
-        everything = len(skill.SKILL_TEMPLATES)
-        return [agent for agent in AGENT_CONFIG if len(self.lacking(agent, scopes)) < everything]
+        places = list(product(scopes, skill.SKILL_TEMPLATES))
+        return [agent for agent in AGENT_CONFIG if any(self.finds(agent, *place) for place in places)]
 
     def shadows(self, agents: Iterable[str]) -> list[Shadow]:
         """Every two files of a skill that an agent finds at the two scopes; a file found at both does not count."""
@@ -133,9 +129,10 @@ class Survey:
         """The survey as it is once the files of some copies have been written or removed."""
         files = {copy.file for copy in copies}
         version = __version__ if state is State.CURRENT else None
-        after = Copy._field_defaults | {"state": state, "version": version, "is_ours": bool(version)}
-        del after["misplaced"]
         return Survey(
             self.roots,
-            (copy._replace(**after) if copy.file in files else copy for copy in self.copies),
+            tuple(
+                copy.place._replace(state=state, version=version, is_ours=True) if copy.file in files else copy
+                for copy in self.copies
+            ),
         )
