@@ -92,7 +92,7 @@ class Plan:
     @property
     def obstacles(self) -> list[Obstacle]:
         """What would keep the install from succeeding, as far as can be foreseen."""
-        return [obstacle for copy in self.writes if (obstacle := obstacle_to_writing(copy))]
+        return obstacles_to(self.writes)
 
     @property
     def unserved(self) -> list[str]:
@@ -117,3 +117,8 @@ def replaceable(copies: Iterable[Copy], *, force: bool) -> tuple[Copy, ...]:
     """The copies that an update replaces, each file once."""
     forced = (State.MODIFIED, State.NEWER, State.FOREIGN) if force else ()
     return each_once(copy for copy in copies if copy.is_stale or copy.state in forced)
+
+
+def obstacles_to(copies: Iterable[Copy]) -> list[Obstacle]:
+    """What would keep the copies from being written."""
+    return [obstacle for copy in copies if (obstacle := obstacle_to_writing(copy))]
