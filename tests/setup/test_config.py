@@ -29,11 +29,9 @@ def test_a_row_is_well_formed(row: tuple[str, ...]) -> None:
         ("CLAUDE_CONFIG_DIR", "{home}/../ada", "claude", "{home}/../ada/skills"),
         ("CLAUDE_CONFIG_DIR", "", "claude", ".claude/skills"),
         ("CLAUDE_CONFIG_DIR", "relative", "claude", ".claude/skills"),
-        ("CLAUDE_CONFIG_DIR", "/srv", "cursor", ".cursor/skills"),
         ("PI_CODING_AGENT_DIR", "/srv", "pi", "/srv/skills"),
         ("XDG_CONFIG_HOME", "/srv", "amp", "/srv/agents/skills"),
         ("XDG_CONFIG_HOME", "{home}/cfg", "crush", "cfg/crush/skills"),
-        ("XDG_CONFIG_HOME", "/srv", "devin", ".config/devin/skills"),
     ],
 )
 def test_the_environment_moves_directories(
