@@ -46,10 +46,9 @@ def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str]
     places = [copy for copy in survey.copies if (copy.scope, copy.skill) == (scope, name)]
     # Directories that links make one are one candidate.
     actual = {copy.directory: same[0] for same in grouped(places) for copy in same}
-    candidates = {copy.directory: copy for copy in actual.values()}
 
     def preference(directory: str) -> int:
-        copy = candidates[directory]
+        copy = actual[directory]
         if copy.state is State.FOREIGN or obstacle_to_writing(copy):
             return 2
         return directory not in in_use
@@ -57,14 +56,14 @@ def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str]
     def reached(agent: str) -> list[str]:
         return list(dict.fromkeys(actual[directory].directory for directory in AGENT_CONFIG[agent].directories(scope)))
 
-    held = [directory for directory, copy in candidates.items() if copy.is_found]
-    rows = {f"held: {directory}": [directory] for directory in held}
+    held = {copy.directory for copy in actual.values() if copy.is_found}
+    rows = {f"held: {directory}": [directory] for directory in sorted(held)}
     rows |= {agent: sorted(reached(agent), key=preference) for agent in lacking}
     offered = {directory for row in rows.values() for directory in row}
     for agent in AGENT_CONFIG:
         if agent not in lacking and survey.finds(agent, scope, name):
             rows[agent] = [directory for directory in reached(agent) if directory in offered]
-    return [candidates[directory] for directory in choose(rows) if directory not in held]
+    return [actual[directory] for directory in choose(rows) if directory not in held]
 
 
 @dataclass(frozen=True)

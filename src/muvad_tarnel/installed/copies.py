@@ -35,7 +35,7 @@ class Copy(NamedTuple):
     obstacle: Obstacle | None = None
 
     @property
-    def place(self) -> "Copy":
+    def blank(self) -> "Copy":
         """The same place, with nothing known of what is there."""
         return Copy(self.scope, self.root, self.directory, self.skill, self.path, self.file)
 
@@ -87,10 +87,10 @@ def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     return [read_copy(place) for place in places] if is_there else places
 
 
-def read_copy(place: Copy) -> Copy:
+def read_copy(copy: Copy) -> Copy:
     """The copy as it is on the disk now. Raises nothing for what is there."""
-    path, file = place.path, Path(os.path.realpath(place.path))
-    copy = place.place._replace(file=file)
+    path, file = copy.path, Path(os.path.realpath(copy.path))
+    copy = copy.blank._replace(file=file)
     try:
         status = path.stat()
         problem = problem_of(status)

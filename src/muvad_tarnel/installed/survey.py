@@ -110,9 +110,8 @@ class Survey:
         readers: dict[tuple[Copy, Copy], list[str]] = {}
         for name, agent in product(skill.SKILL_TEMPLATES, agents):
             users, projects = self.finds(agent, "user", name), self.finds(agent, "project", name)
-            both = users.keys() & projects.keys()
             for user, project in product(users.values(), projects.values()):
-                if user.file not in both and project.file not in both:
+                if user.file not in projects and project.file not in users:
                     readers.setdefault((user, project), []).append(agent)
         return [Shadow(user, project, found_by) for (user, project), found_by in readers.items()]
 
@@ -132,7 +131,7 @@ class Survey:
         return Survey(
             self.roots,
             tuple(
-                copy.place._replace(state=state, version=version, is_ours=True) if copy.file in files else copy
+                copy.blank._replace(state=state, version=version, is_ours=True) if copy.file in files else copy
                 for copy in self.copies
             ),
         )

@@ -164,7 +164,7 @@ def resolved(environment: Mapping[str, str]) -> dict[str, AgentRecord]:
         moved = Path(environment.get(variable, ""), rest)
         if not moved.is_absolute():
             moved = Path(MOVES[variable], rest)
-        elif home.is_absolute() and moved.is_relative_to(home) and ".." not in moved.parts:
+        elif moved.is_relative_to(home) and ".." not in moved.parts:
             moved = moved.relative_to(home)
         return moved.as_posix()
 
