@@ -89,18 +89,21 @@ def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -
 
 def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint]:
     """An install for agents that lack a skill: one for all of them, or one for those that obstacles don't concern."""
-    groups = [agents]
-    if Plan(survey, scope, agents).obstacles:
+    plans = [Plan(survey, scope, agents)]
+    if plans[0].obstacles:
         blocked = [agent for agent in agents if Plan(survey, scope, [agent]).obstacles]
-        groups = [blocked, [agent for agent in agents if agent not in blocked]]
-    hints = []
-    for group in filter(None, groups):
-        is_none = all(len(survey.lacking(agent, [scope])) == len(skill.SKILL_TEMPLATES) for agent in group)
-        which = "any skill" if is_none else "every skill"
-        reason = f"{names_of(group)} {'does' if len(group) == 1 else 'do'} not find {which}"
-        words = ("install", "--scope", scope, *agent_words(group))
-        hints.append(Hint(reason, scope, words, Plan(survey, scope, group).obstacles))
-    return hints
+        others = [agent for agent in agents if agent not in blocked]
+        plans = [Plan(survey, scope, group) for group in (blocked, others)]
+    return [install_hint(plan) for plan in plans if plan.agents]
+
+
+def install_hint(plan: Plan) -> Hint:
+    """The install that a plan is for."""
+    survey, scope, agents = plan.survey, plan.scope, plan.agents
+    is_none = all(len(survey.lacking(agent, [scope])) == len(skill.SKILL_TEMPLATES) for agent in agents)
+    which = "any skill" if is_none else "every skill"
+    reason = f"{names_of(agents)} {'does' if len(agents) == 1 else 'do'} not find {which}"
+    return Hint(reason, scope, ("install", "--scope", scope, *agent_words(agents)), plan.obstacles)
 
 
 def removing(survey: Survey, scopes: Sequence[Scope]) -> list[Hint]:

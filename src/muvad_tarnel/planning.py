@@ -88,7 +88,7 @@ class Plan:
         """The survey as it would be after the install."""
         return self.survey.changed(State.CURRENT, self.writes)
 
-    @property
+    @cached_property
     def obstacles(self) -> list[Obstacle]:
         """What would keep the install from succeeding, as far as can be foreseen."""
         return obstacles_to(self.writes)

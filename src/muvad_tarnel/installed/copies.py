@@ -80,8 +80,10 @@ class Copy(NamedTuple):
 
 def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
     """Every skill's place in a skills directory, and what is there."""
-    paths = [skill.skill_target_path("project", root, name, directory) for name in skill.SKILL_TEMPLATES]
-    places = [Copy(scope, root, directory, path.parent.name, path, path) for path in paths]
+    places = []
+    for name in skill.SKILL_TEMPLATES:
+        path = skill.skill_target_path("project", root, name, directory)
+        places.append(Copy(scope, root, directory, name, path, path))
     # Most directories of the table are missing from the first part on: resolving all of them takes milliseconds.
     is_there = os.path.lexists(f"{root}/{directory.partition('/')[0]}")
     return [read_copy(place) for place in places] if is_there else places

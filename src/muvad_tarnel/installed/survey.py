@@ -43,7 +43,10 @@ def grouped(copies: Iterable[Copy]) -> list[list[Copy]]:
     files: dict[Path, list[Copy]] = {}
     for copy in copies:
         files.setdefault(copy.file, []).append(copy)
-    return [sorted(same, key=lambda copy: copy.path != copy.file) for same in files.values()]
+    for same in files.values():
+        if len(same) > 1:  # comparing the paths of all the others takes a millisecond
+            same.sort(key=lambda copy: copy.path != copy.file)
+    return list(files.values())
 
 
 def each_once(copies: Iterable[Copy]) -> tuple[Copy, ...]:
