@@ -181,9 +181,8 @@ def test_each_guarded_name_is_seen_when_it_is_replaced() -> None:
     modules: list[Any] = []
     missed: list[tuple[Any, ...]] = []
     for owner, name, value in guarded():
-        can_be_first = owner is not builtins and not name.startswith(
-            "_cache"
-        )  # an import needs some, any cache will do
+        # An import needs some of the builtins, and any cache will do.
+        can_be_first = owner is not builtins and not name.startswith("_cache")
         with replaced(owner, name, value):
             modules.append(fresh_module(skill.__file__) if can_be_first else skill)
             modules[-1].AGENT_CONFIG = AGENTS

@@ -51,12 +51,7 @@ def redundant(survey: Survey) -> list[Path]:
         for file, copies in survey.by_file.items()
         if copies[0].is_found
         and not any(obstacle_to_removing(copy, force=False) for copy in copies)
-        and all(
-            set(survey.finds(agent, copy.scope, copy.skill)) - {file}
-            for copy in copies
-            for agent in AGENTS
-            if file in survey.finds(agent, copy.scope, copy.skill)
-        )
+        and not any(survey.losses(copies, scope) for scope in survey.roots)
     ]
 
 

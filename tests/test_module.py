@@ -14,6 +14,7 @@ import pytest
 import muvad_tarnel
 import plain_skill
 from fresh_module import NAME, fresh_module
+from muvad_tarnel.installed.documents import RELEASED
 from muvad_tarnel.setup import config, skill
 
 
@@ -55,13 +56,9 @@ def test_importing_once_more_gives_a_namespace_of_its_own() -> None:
     assert {id(function.__globals__) for function in (second._score, second.install_skill)} == {id(vars(second))}
 
 
-def test_the_documents_are_those_that_were_agreed() -> None:
-    digests = {name: hashlib.sha256(text.encode()).hexdigest() for name, text in skill.SKILL_TEMPLATES.items()}
-    assert digests == {
-        "tarnel": "bef2522d3677b204b64107eb8f11578357806c23542c454484ecfa92ac5a5f02",
-        "tarnel-map": "79ca54e5f36144a6738a1445f974f83244143c5aee02c5455d262add5d9474ed",
-        "tarnel-wiki": "d96191336437e3021b867994a69db41de6573d507b8eaae8d6c1f2c0c0965a7d",
-    }
+def test_the_documents_are_known_as_released() -> None:
+    for name, text in skill.SKILL_TEMPLATES.items():
+        assert hashlib.sha256(text.encode()).hexdigest() in RELEASED[name]
 
 
 def test_one_version_is_packaged_shown_and_stamped() -> None:

@@ -7,7 +7,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[1]
 LAYERS = ["cli", "commands", "hints", "planning", "installed", "roots", "output", "failure", "setup"]
 SHARED = {"changes", "options", "request", "running", "spelling", "wording", "__init__"}
-OUTPUT = {"report": 0, "text": 0, "plain": 1, "terminal": 1, "console": 2}
+OUTPUT = {"report": 0, "text": 0, "terminal": 1, "console": 2}
 
 
 def test_imports_point_downwards() -> None:

@@ -10,51 +10,59 @@ from typing import NamedTuple
 
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.installed.copies import Copy
+from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey, readers_of
-from muvad_tarnel.installed.writing import obstacle_to_removing, obstacle_to_writing
-from muvad_tarnel.planning import Plan, choose, replaceable
+from muvad_tarnel.installed.writing import obstacle_to_removing
+from muvad_tarnel.planning import Plan, choose, obstacles_to, replaceable
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 
 class Hint(NamedTuple):
-    """A reason, and a command without the program's name and without the project: `install --scope user`."""
+    """A reason, and a command without the program's name and without the project: `install --scope user`.
+
+    The obstacles are those that the command would meet: with any, the hint is not given.
+    """
 
     reason: str
     scope: Scope
     words: tuple[str, ...]
+    obstacles: Sequence[Obstacle] = ()
 
 
 class Advice(NamedTuple):
-    """Hints, and the obstacles that keep other hints from being given."""
+    """What is to be done, whether it can be done or not."""
 
-    hints: tuple[Hint, ...] = ()
-    obstacles: tuple[Obstacle, ...] = ()
+    wanted: Sequence[Hint] = ()
+
+    @property
+    def hints(self) -> list[Hint]:
+        """The hints to be given."""
+        return [hint for hint in self.wanted if not hint.obstacles]
+
+    @property
+    def obstacles(self) -> list[Obstacle]:
+        """What keeps the other hints from being given."""
+        return list(dict.fromkeys(obstacle for hint in self.wanted for obstacle in hint.obstacles))
 
 
 def advice(
     survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], about: Iterable[str] = AGENT_CONFIG
 ) -> Advice:
     """What to do so that the agents find every skill, and those that it is `about` find it current and once."""
-    hints: list[Hint] = []
-    obstacles: list[Obstacle] = []
+    wanted: list[Hint] = []
     for scope in scopes:
-        lacking = lacking_at(survey, scope, scopes, agents)
-        for part in (updating(survey, scope, about), installing(survey, scope, lacking)):
-            hints += part.hints
-            obstacles += part.obstacles
-    return Advice(tuple(hints or removing(survey, scopes, about)), tuple(dict.fromkeys(obstacles)))
+        wanted += updating(survey, scope, about)
+        wanted += installing(survey, scope, lacking_at(survey, scope, scopes, agents))
+    return Advice(wanted if Advice(wanted).hints else [*wanted, *removing(survey, scopes, about)])
 
 
-def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) -> Advice:
+def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) -> list[Hint]:
     """An update, if a copy that the agents read at the scope needs one."""
     stale = replaceable(survey.read_by(about, [scope]), force=False)
-    obstacles = tuple(obstacle for copy in stale if (obstacle := obstacle_to_writing(copy)))
-    if obstacles or not stale:
-        return Advice(obstacles=obstacles)
     places = ", ".join(dict.fromkeys(copy.directory for copy in stale))
     reason = f"{count(len(stale))} at {scope} scope {'is' if len(stale) == 1 else 'are'} not up to date: {places}"
-    return Advice((Hint(reason, scope, ("update", "--scope", scope)),))
+    return [Hint(reason, scope, ("update", "--scope", scope), obstacles_to(stale))] if stale else []
 
 
 def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Sequence[str]) -> list[str]:
@@ -69,59 +77,47 @@ def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Se
 
 def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Sequence[str]:
     """One of the agents, if an install for it serves all of them, or else all."""
-    for agent in agents:
-        for scope in scopes:
-            if lacking_at(survey, scope, scopes, [agent]):
-                plan = Plan(survey, scope, [agent], force=False)
-                if not plan.obstacles and not any(plan.after.lacking(other, scopes) for other in agents):
-                    return [agent]
+    for agent, scope in product(agents, scopes):
+        plan = Plan(survey, scope, lacking_at(survey, scope, scopes, [agent]))
+        if plan.writes and not plan.obstacles and not any(plan.after.lacking(other, scopes) for other in agents):
+            return [agent]
     return agents
 
 
-def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> Advice:
-    """An install for agents that lack a skill: for all of them, or for those without obstacles."""
+def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint]:
+    """An install for agents that lack a skill: one for all of them, or one for those that obstacles don't concern."""
+    plans = [Plan(survey, scope, agents)]
+    if plans[0].obstacles:
+        blocked = [agent for agent in agents if Plan(survey, scope, [agent]).obstacles]
+        others = [agent for agent in agents if agent not in blocked]
+        plans = [Plan(survey, scope, group) for group in (blocked, others)]
+    return [install_hint(plan) for plan in plans if plan.agents]
 
-    def obstacles_to(*keys: str) -> list[Obstacle]:
-        return Plan(survey, scope, keys, force=False).obstacles
 
-    if not agents:
-        return Advice()
-    obstacles: list[Obstacle] = []
-    if obstacles_to(*agents):
-        obstacles = [obstacle for agent in agents for obstacle in obstacles_to(agent)]
-        agents = [agent for agent in agents if not obstacles_to(agent)]
-        if not agents or obstacles_to(*agents):
-            return Advice(obstacles=tuple(obstacles))
+def install_hint(plan: Plan) -> Hint:
+    """The install that a plan is for."""
+    survey, scope, agents = plan.survey, plan.scope, plan.agents
     is_none = all(len(survey.lacking(agent, [scope])) == len(skill.SKILL_TEMPLATES) for agent in agents)
     which = "any skill" if is_none else "every skill"
     reason = f"{names_of(agents)} {'does' if len(agents) == 1 else 'do'} not find {which}"
-    return Advice((Hint(reason, scope, ("install", "--scope", scope, *agent_words(agents))),), tuple(obstacles))
+    return Hint(reason, scope, ("install", "--scope", scope, *agent_words(agents)), plan.obstacles)
 
 
 def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> list[Hint]:
     """The removals of what nobody needs and the agents find twice, once nothing is to be written, by directory."""
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
-    removed = {copy.file for copy in redundant}
+    after = survey.changed(State.MISSING, redundant)
     hints = []
     for scope, directory in dict.fromkeys((copy.scope, copy.directory) for copy in redundant):
         copies = [copy for copy in redundant if (copy.scope, copy.directory) == (scope, directory)]
         names = [copy.skill for copy in copies]
-        several = [
-            agent
-            for agent in readers_of(directory, scope)
-            if any(len(survey.finds(agent, scope, name)) > 1 for name in names)
-        ]
-        if not set(about) & set(several):
+        readers = readers_of(directory, scope)
+        if not set(about) & set(readers):
             continue
-        others = {
-            copy.directory: None
-            for agent in several
-            for name in names
-            for copy in survey.finds(agent, scope, name).values()
-            if copy.file not in removed
-        }
+        found = (after.finds(agent, scope, name) for agent, name in product(readers, names))
+        others = dict.fromkeys(copy.directory for files in found for copy in files.values())
         needless = f"the {'copy' if len(names) == 1 else 'copies'} in {directory} {'is' if len(names) == 1 else 'are'}"
-        reason = f"{who_find(several)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
+        reason = f"{who_find(readers)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
     return hints
 
@@ -151,19 +147,16 @@ def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list
     rows: dict[str, list[str]] = {}
     for file, copies in survey.by_file.items():
         found = [copy for copy in copies if copy.skill == name and copy.is_found]
-        if not found:
-            continue
         at_scopes = [copy for copy in found if copy.scope in scopes]
         if at_scopes and not any(obstacle_to_removing(copy, force=False) for copy in found):
-            removable[str(file)] = min(at_scopes, key=lambda copy: copy.path != file)
-        else:
+            removable[str(file)] = at_scopes[0]
+        elif found:
             rows[f"kept: {file}"] = [str(file)]
     if not removable:
         return []
-    for scope in survey.roots:
-        for agent in AGENT_CONFIG:
-            if files := survey.finds(agent, scope, name):
-                rows[f"{agent} at {scope}"] = list(map(str, files))
+    for agent, scope in product(AGENT_CONFIG, survey.roots):
+        if files := survey.finds(agent, scope, name):
+            rows[f"{agent} at {scope}"] = list(map(str, files))
     kept = choose(rows)
     return [copy for file, copy in removable.items() if file not in kept]
 

@@ -1,7 +1,7 @@
 """Which directories an install writes, given what is there already. The module's planner decides."""
 
-from collections.abc import Iterable, Iterator, Mapping, Sequence
-from contextlib import contextmanager
+from collections.abc import Iterable, Mapping, Sequence
+from dataclasses import dataclass
 from functools import cached_property
 
 from muvad_tarnel.failure import Obstacle
@@ -16,22 +16,15 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, AgentRecord, Scope
 _SEARCH_LIMIT = 256
 
 
-@contextmanager
-def derived_table(rows: Mapping[str, Sequence[str]]) -> Iterator[None]:
-    """Have the module plan for these rows, whatever their number: it looks its table and limit up at each call."""
-    usual = skill.AGENT_CONFIG, skill._EXHAUSTIVE_SEARCH_LIMIT
+def choose(rows: Mapping[str, Sequence[str]]) -> list[str]:
+    """The best set of candidates in which every row has one. The best has the fewest rows with several."""
+    usual = skill.AGENT_CONFIG, skill._EXHAUSTIVE_SEARCH_LIMIT  # which the module looks up at each call
     skill.AGENT_CONFIG = {key: AgentRecord(key, tuple(row), tuple(row), "") for key, row in rows.items()}
     skill._EXHAUSTIVE_SEARCH_LIMIT = _SEARCH_LIMIT
     try:
-        yield
+        return skill.resolve_skill_dirs(list(rows))
     finally:
         skill.AGENT_CONFIG, skill._EXHAUSTIVE_SEARCH_LIMIT = usual
-
-
-def choose(rows: Mapping[str, Sequence[str]]) -> list[str]:
-    """The best set of candidates in which every row has one. The best has the fewest rows with several."""
-    with derived_table(rows):
-        return skill.resolve_skill_dirs(list(rows))
 
 
 def additions(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Copy]:
@@ -39,65 +32,66 @@ def additions(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Copy]
 
     What is there stays, and counts: those who find it already find as little as possible twice.
     """
+    in_use = {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
     added: list[Copy] = []
     for name in skill.SKILL_TEMPLATES:
         lacking = [agent for agent in agents if not survey.finds(agent, scope, name)]
         if lacking:
-            added += additions_of(survey, scope, name, lacking, {copy.directory for copy in added})
+            added += additions_of(survey, scope, name, lacking, in_use | {copy.directory for copy in added})
     return added
 
 
-def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str], added: set[str]) -> list[Copy]:
-    """The places to be written so that the agents, which lack a skill, find it. `added` are directories for others."""
-    places = {copy.directory: copy for copy in survey.copies if (copy.scope, copy.skill) == (scope, name)}
-    # Directories that links make one are one candidate, named after the first that is no link.
-    aliases: dict[str, str] = {}
-    for same in grouped(places.values()).values():
-        first = min(same, key=lambda copy: (copy.path != copy.file, copy.directory)).directory
-        aliases |= dict.fromkeys((copy.directory for copy in same), first)
-    held = {aliases[copy.directory] for copy in places.values() if copy.is_found}
-    in_use = added | {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
+def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str], in_use: set[str]) -> list[Copy]:
+    """The places to be written so that the agents, which lack a skill, find it. `in_use` are preferred directories."""
+    places = [copy for copy in survey.copies if (copy.scope, copy.skill) == (scope, name)]
+    # Directories that links make one are one candidate.
+    actual = {copy.directory: same[0] for same in grouped(places) for copy in same}
 
     def preference(directory: str) -> int:
-        copy = places[directory]
+        copy = actual[directory]
         if copy.state is State.FOREIGN or obstacle_to_writing(copy):
             return 2
         return directory not in in_use
 
-    def row(agent: str) -> list[str]:
-        return list(dict.fromkeys(aliases[d] for d in sorted(AGENT_CONFIG[agent].directories(scope), key=preference)))
+    def reached(agent: str) -> list[str]:
+        return list(dict.fromkeys(actual[directory].directory for directory in AGENT_CONFIG[agent].directories(scope)))
 
+    held = {copy.directory for copy in actual.values() if copy.is_found}
     rows = {f"held: {directory}": [directory] for directory in sorted(held)}
-    rows |= {agent: row(agent) for agent in lacking}
-    candidates = {candidate for candidates in rows.values() for candidate in candidates}
+    rows |= {agent: sorted(reached(agent), key=preference) for agent in lacking}
+    offered = {directory for row in rows.values() for directory in row}
     for agent in AGENT_CONFIG:
         if agent not in lacking and survey.finds(agent, scope, name):
-            reached = dict.fromkeys(aliases[directory] for directory in AGENT_CONFIG[agent].directories(scope))
-            rows[agent] = [candidate for candidate in reached if candidate in candidates]
-    return [places[directory] for directory in choose(rows) if directory not in held]
+            rows[agent] = [directory for directory in reached(agent) if directory in offered]
+    return [actual[directory] for directory in choose(rows) if directory not in held]
 
 
+@dataclass(frozen=True)
 class Plan:
-    """What an install `writes`, in the order of directories and skills: new copies, and those that it replaces."""
+    """An install for agents at a scope."""
 
-    def __init__(self, survey: Survey, scope: Scope, agents: Sequence[str], *, force: bool) -> None:
-        """Plan an install for agents at a scope."""
-        self.survey, self.scope, self.agents = survey, scope, agents
-        added = additions(survey, scope, agents)
-        files = {copy.file for copy in added}
-        read = (copy for copy in survey.read_by(agents, [scope]) if copy.file not in files)
-        chosen = {copy.path for copy in (*added, *replaceable(read, force=force))}
-        self.writes = tuple(copy for copy in survey.copies if copy.scope == scope and copy.path in chosen)
+    survey: Survey
+    scope: Scope
+    agents: Sequence[str]
+    force: bool = False
+
+    @cached_property
+    def writes(self) -> tuple[Copy, ...]:
+        """The new copies, and those to be replaced, in the order of directories and skills."""
+        read = self.survey.read_by(self.agents, [self.scope])
+        wanted = (*additions(self.survey, self.scope, self.agents), *replaceable(read, force=self.force))
+        paths = {copy.path for copy in wanted}
+        return each_once(copy for copy in self.survey.copies if copy.scope == self.scope and copy.path in paths)
 
     @cached_property
     def after(self) -> Survey:
         """The survey as it would be after the install."""
         return self.survey.changed(State.CURRENT, self.writes)
 
-    @property
+    @cached_property
     def obstacles(self) -> list[Obstacle]:
         """What would keep the install from succeeding, as far as can be foreseen."""
-        return [obstacle for copy in self.writes if (obstacle := obstacle_to_writing(copy))]
+        return obstacles_to(self.writes)
 
     @property
     def unserved(self) -> list[str]:
@@ -122,3 +116,8 @@ def replaceable(copies: Iterable[Copy], *, force: bool) -> tuple[Copy, ...]:
     """The copies that an update replaces, each file once."""
     forced = (State.MODIFIED, State.NEWER, State.FOREIGN) if force else ()
     return each_once(copy for copy in copies if copy.is_stale or copy.state in forced)
+
+
+def obstacles_to(copies: Iterable[Copy]) -> list[Obstacle]:
+    """What would keep the copies from being written."""
+    return [obstacle for copy in copies if (obstacle := obstacle_to_writing(copy))]

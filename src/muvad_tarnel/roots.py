@@ -15,16 +15,14 @@ SCOPES: tuple[Scope, ...] = ("user", "project")
 def home_directory() -> Path:
     """The user's home directory. Raises `Failure` if there is none to be used."""
     remedy = "set HOME to your home directory"
+    home = Path(os.path.expanduser("~"))  # noqa: PTH111 (never raises)
     if os.environ.get("HOME") == "":  # which would be taken for the root directory
         raise Failure("HOME is empty", remedy)
+    if not home.is_absolute():
+        raise Failure(f"HOME is not an absolute path ({home})", remedy)
     try:
-        home = Path.home()
-        if not home.is_absolute():
-            raise Failure(f"HOME is not an absolute path ({home})", remedy)
         with suppress(FileNotFoundError):  # an install makes it
             os.stat(f"{home}/.")  # noqa: PTH116 (the dot asks whether it may be searched)
-    except RuntimeError as error:
-        raise Failure("the home directory cannot be found", remedy) from error
     except OSError as error:
         raise Failure(error.strerror or str(error), remedy, home) from error
     return home

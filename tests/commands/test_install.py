@@ -15,7 +15,6 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
         ("", "claude cursor copilot windsurf", "project", {".claude/skills", ".windsurf/skills"}),
         (".claude/skills", "cursor", "user", set()),
         (".augment/skills", "codex", "user", {".agents/skills"}),
-        (".agents/skills", "gemini kilo", "user", set()),
         # Amp finds the skills already, and would find them twice in the directories that Claude Code or Goose read.
         (".config/agents/skills", "copilot", "user", {".copilot/skills"}),
     ],

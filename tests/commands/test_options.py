@@ -44,6 +44,7 @@ def test_hints_name_the_project(tmp_path: Path) -> None:
 
 
 def test_agents_in_use_are_detected(home: Path) -> None:
+    assert answer("install", "--detect", exit_code=1)["results"] == []
     in_use = [".cursor/settings", ".codeium/windsurf/memories"]
     for path in (*in_use, ".gemini/skills/x", ".agents/other", ".pi/agent/skills", ".deepagents/agent/skills"):
         (home / path).mkdir(parents=True)
@@ -51,10 +52,6 @@ def test_agents_in_use_are_detected(home: Path) -> None:
     assert result.stderr == "note: detected: Cursor, Windsurf\n"
     assert holding_all(home) == {".cursor/skills", ".codeium/windsurf/skills"}
     assert [row["key"] for row in answer("agents")["results"] if row["detected"]] == ["cursor", "windsurf"]
-
-
-def test_detecting_nobody_is_a_failure() -> None:
-    assert answer("install", "--detect", exit_code=1)["results"] == []
 
 
 @pytest.mark.parametrize(

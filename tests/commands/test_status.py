@@ -13,7 +13,6 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
     ("there", "asked", "code", "command"),
     [
         ("", "", 1, "install --scope user --agent claude"),
-        ("user .cursor/skills current", "", 0, ""),
         ("project .cursor/skills current", "--agent cursor", 0, ""),
         ("project .cursor/skills current", "--agent cursor --scope user", 1, "install --scope user --agent cursor"),
         ("user .cursor/skills current", "--agent claude --agent cursor", 1, "install --scope user --agent claude"),

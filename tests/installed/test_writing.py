@@ -1,6 +1,5 @@
 """Nothing is lost and nobody harmed: links, failures at any moment, other installers."""
 
-import fcntl
 import os
 import subprocess
 from collections.abc import Callable
@@ -11,7 +10,7 @@ import pytest
 from running import COMMAND, agents, answer, copy_in, files, put, run, run_in_shell, text_of
 
 from muvad_tarnel.installed import writing
-from muvad_tarnel.installed.survey import Survey
+from muvad_tarnel.installed.copies import read_directory
 from muvad_tarnel.setup.skill import SKILL_TEMPLATES
 
 PROJECT = ("--scope", "project")
@@ -21,10 +20,10 @@ OBSTACLES: dict[str, tuple[str, Callable[[Path], object], str]] = {
     "file for a directory": (".claude", Path.touch, "a file is in the way of a directory: move it away"),
     "directory for a file": (MAP, Path.mkdir, "a directory is in the way: move it away"),
     "pipe": (MAP, os.mkfifo, "not a regular file: move it away"),
-    "dangling link": (".claude/skills", lambda path: path.symlink_to("nowhere"), "a dangling link to nowhere: "),
+    "dangling link": (".claude/skills", lambda path: path.symlink_to("nowhere"), "a dangling link to nowhere: remove"),
     "loop": (MAP, lambda path: path.symlink_to(path.name), ""),
     "too large": (MAP, lambda path: path.write_bytes(bytes(2**20 + 1)), "too large"),
-    "not UTF-8": (MAP, lambda path: path.write_bytes(b"version: \xff\n"), "not valid UTF-8 (at byte 9): "),
+    "not UTF-8": (MAP, lambda path: path.write_bytes(b"version: \xff\n"), "not valid UTF-8 (at byte 9): correct or"),
 }
 
 
@@ -131,33 +130,41 @@ class TestFailures:
 
 
 class TestOthers:
-    def test_an_installer_at_work_keeps_its_temporary_file(self, home: Path) -> None:
-        folder = put(home, ".claude/skills").parent
-        abandoned, in_use = folder / ".SKILL.md.1.tmp", folder / ".SKILL.md.2.tmp"
-        abandoned.touch()
-        (folder / ".SKILL.md.0.tmp").symlink_to(abandoned)
-        with in_use.open("w") as stream:
-            fcntl.flock(stream, fcntl.LOCK_EX)
-            run("install")
-            assert (abandoned.exists(), in_use.exists()) == (False, True)
+    def test_an_installer_at_work_keeps_its_temporary_file(self, home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+        folder = put(home, ".claude/skills", "outdated", "tarnel").parent
+        copy = read_directory("user", home, ".claude/skills")[0]
+        (folder / ".SKILL.md.1.tmp").symlink_to("SKILL.md")
+        monkeypatch.setattr(os, "fsync", lambda _: writing.clean_up([copy]))
+        writing.replace(copy)
+        assert files(folder) == {"SKILL.md", ".SKILL.md.1.tmp"}
+        writing.clean_up([copy])
+        assert files(folder) == {"SKILL.md"}
 
     def test_installers_at_once_lose_nothing(self, home: Path) -> None:
         edited = put(home, ".claude/skills", "outdated, edited", "tarnel")
+        edited.chmod(0o640)
         started = [subprocess.Popen([*COMMAND, "skill", "install", "--quiet"]) for _ in range(6)]
         assert [process.wait(60) for process in started] == [0] * 6
-        assert edited.read_bytes() == text_of("current")
+        assert (edited.read_bytes(), edited.stat().st_mode & 0o777) == (text_of("current"), 0o640)
         assert edited.with_name("SKILL.md.bak").read_bytes() == text_of("outdated, edited")
         assert len(files(home)) == len(SKILL_TEMPLATES) + 1
 
-    def test_an_edit_after_the_reading_is_kept(self, home: Path) -> None:
+    def test_an_edit_after_the_reading_is_kept(self, home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
         path = put(home, ".claude/skills", "outdated", "tarnel")
-        copy = next(copy for copy in Survey.of({"user": home}).copies if copy.path == path)
+        copy = read_directory("user", home, ".claude/skills")[0]
         path.write_text("mine")
         with pytest.raises(OSError, match="changed"):
             writing.remove(copy, force=False)
         kept = writing.replace(copy)
         assert kept is not None
         assert (kept.read_text(), path.read_bytes()) == ("mine", text_of("current"))
+        inode = path.stat().st_ino
+        assert (writing.replace(copy), path.stat().st_ino) == (None, inode), "another installer got there first"
+        path.write_text("mine again")
+        monkeypatch.setattr(os, "replace", lambda *_: path.mkdir())
+        with pytest.raises(FileExistsError):
+            writing.replace(copy)
+        assert files(path.parent) == {"SKILL.md", "SKILL.md.bak"}
 
     def test_backups_are_never_written_over(self, home: Path, tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
         copy = put(home, ".claude/skills", "modified", "tarnel")

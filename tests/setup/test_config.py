@@ -26,18 +26,17 @@ def test_a_row_is_well_formed(row: tuple[str, ...]) -> None:
         ("CLAUDE_CONFIG_DIR", "{home}/work/claude", "claude", "work/claude/skills"),
         ("CLAUDE_CONFIG_DIR", "/srv/claude/", "claude", "/srv/claude/skills"),
         ("CLAUDE_CONFIG_DIR", "{home}/.claude", "claude", ".claude/skills"),
+        ("CLAUDE_CONFIG_DIR", "{home}/../ada", "claude", "{home}/../ada/skills"),
         ("CLAUDE_CONFIG_DIR", "", "claude", ".claude/skills"),
         ("CLAUDE_CONFIG_DIR", "relative", "claude", ".claude/skills"),
-        ("CLAUDE_CONFIG_DIR", "/srv", "cursor", ".cursor/skills"),
         ("PI_CODING_AGENT_DIR", "/srv", "pi", "/srv/skills"),
         ("XDG_CONFIG_HOME", "/srv", "amp", "/srv/agents/skills"),
         ("XDG_CONFIG_HOME", "{home}/cfg", "crush", "cfg/crush/skills"),
-        ("XDG_CONFIG_HOME", "/srv", "devin", ".config/devin/skills"),
     ],
 )
 def test_variables_move_directories(home: Path, *, variable: str, value: str, agent: str, directory: str) -> None:
     table = resolved({variable: value.format(home=home)})
-    assert table[agent].skills_user_roots[0] == directory
+    assert table[agent].skills_user_roots[0] == directory.format(home=home)
     moved = {key for key, record in AGENTS.items() if any(f"${variable}/" in row for row in record.skills_user_roots)}
     assert {key for key in table if table[key].directories("user") != ROOTS[key, "user"]} <= moved
     assert ".config/agents/skills" in table["goose"].skills_user_roots

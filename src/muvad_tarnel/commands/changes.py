@@ -132,7 +132,7 @@ def report_of(
     finders = (*agents, *request.in_use) if agents and not obstacles else ()
     doubles = doubled(after, request.scopes, finders, hints.hints)
     if dry_run:  # hints are for what is on the disk
-        hints = hints._replace(hints=())
+        hints = Advice([hint for hint in hints.wanted if hint.obstacles])
     return Report(
         [
             *copy_tables(request, "Result", ((o.copy, result_cell(o, dry_run=dry_run)) for o in outcomes)),

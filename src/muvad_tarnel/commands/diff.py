@@ -26,7 +26,8 @@ def diff(request: Request) -> Report:
       muvad-tarnel skill diff
       muvad-tarnel skill diff --scope project --agent cursor
     """
-    copies = each_once(request.survey.read_by(request.named or AGENT_CONFIG, request.scopes))
+    read = request.survey.read_by(request.named or AGENT_CONFIG, request.scopes)
+    copies = each_once(copy for copy in read if copy.exists)
     unreadable = obstacles_of(copy for copy in copies if copy.obstacle)
     differing = [copy for copy in copies if copy.content is not None and not copy.is_ours and not copy.misplaced]
     which, tone = ("No other", Tone.NEUTRAL) if unreadable else ("No", Tone.GOOD)

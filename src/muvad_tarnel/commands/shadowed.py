@@ -41,7 +41,7 @@ def shadowed(request: Request, *, check: bool) -> Report:
     shadows = sorted(survey.shadows(agents), key=lambda shadow: not shadow.is_different)
     different = [shadow for shadow in shadows if shadow.is_different]
     stale = {copy.scope for shadow in different for copy in (shadow.user, shadow.project) if copy.is_stale}
-    hints = Advice(tuple(hint for scope in SCOPES if scope in stale for hint in updating(survey, scope).hints))
+    hints = Advice([hint for scope in SCOPES if scope in stale for hint in updating(survey, scope)])
     shown = shadows if request.console.verbose else different
     blocks: list[Block] = [table(request, shown)] if shown else []
     if not different:

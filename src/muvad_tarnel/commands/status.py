@@ -126,7 +126,7 @@ def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
         if copy.state is State.FOREIGN:
             yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)
     files = grouped(copy for copy in copies if copy.exists)
-    for places in sorted({tuple(request.place(c.scope, c.directory) for c in same) for same in files.values()}):
+    for places in sorted({tuple(request.place(c.scope, c.directory) for c in same) for same in files}):
         if len(set(places)) > 1:
             yield Line(f"{joined(places)} lead to the same files, which count once.")
     shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []

@@ -13,15 +13,12 @@ from muvad_tarnel.setup.config import Scope
 # No document comes near this many bytes. A repository may hold files that are made to exhaust memory.
 _LARGEST = 2**20
 
-type Identity = tuple[int, int, int, int]
-
 
 class Copy(NamedTuple):
     """One skill's place in one skills directory, and what is there.
 
     `path` leads there from the scope's root, `file` is the same with all links resolved. `obstacle` says why the copy
-    is unreadable; `misplaced` why it must not be written or removed: a link leads to somewhere else. `identity` tells
-    whether the file has changed since it was read (device, inode, size, time).
+    is unreadable. `identity` tells whether the file has changed since it was read (device, inode, size, time).
     """
 
     scope: Scope
@@ -34,9 +31,13 @@ class Copy(NamedTuple):
     version: str | None = None
     is_ours: bool = False
     content: bytes | None = None
-    identity: Identity | None = None
+    identity: tuple[int, ...] | None = None
     obstacle: Obstacle | None = None
-    misplaced: Obstacle | None = None
+
+    @property
+    def blank(self) -> "Copy":
+        """The same place, with nothing known of what is there."""
+        return Copy(self.scope, self.root, self.directory, self.skill, self.path, self.file)
 
     @property
     def exists(self) -> bool:
@@ -63,51 +64,50 @@ class Copy(NamedTuple):
         """Whether a path, its links resolved, lies where the scope allows: a project's must be in the repository."""
         return self.scope == "user" or place.is_relative_to(os.path.realpath(self.root))
 
+    @property
+    def misplaced(self) -> Obstacle | None:
+        """The link that leads to no copy of the skill, or out of the repository, so that nothing must be changed."""
+        if self.file == self.path:
+            return None
+        is_inside = self.may_hold(self.file)
+        if is_inside and self.file.parts[-2:] == self.path.parts[-2:]:
+            return None
+        below_root = [place for place in (self.path, *self.path.parents) if not self.root.is_relative_to(place)]
+        link = next((place for place in below_root if os.path.islink(place)), self.path)  # noqa: PTH114
+        where = "which is no copy of this skill" if is_inside else "outside the repository"
+        return Obstacle(str(link), f"a link to {os.path.realpath(link)}, {where}", "remove the link")
+
 
 def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
-    """Every skill's place in a skills directory. Raises nothing for what is on the disk."""
-    folder = actual = root / directory
-    is_there, obstacle = False, None
-    # Most directories of the table are missing from the first part on: resolving all of them takes milliseconds.
-    if os.path.lexists(f"{root}/{directory.partition('/')[0]}"):
-        actual = Path(os.path.realpath(folder))
-        try:
-            is_there = bool(os.stat(f"{folder}/."))  # noqa: PTH116 (the dot asks whether it may be searched)
-        except (FileNotFoundError, NotADirectoryError):
-            obstacle = dangling(folder)
-        except OSError as error:
-            ways = (place for place in (*reversed(folder.parents), folder) if not os.access(place, os.X_OK))
-            obstacle = obstacle_of(error, next(ways, folder))
-    copies = []
+    """Every skill's place in a skills directory, and what is there."""
+    places = []
     for name in skill.SKILL_TEMPLATES:
         path = skill.skill_target_path("project", root, name, directory)
-        file = path if actual is folder else actual / name / path.name
-        state = State.UNREADABLE if obstacle else State.MISSING
-        copy = Copy(scope, root, directory, name, path, file, state, obstacle=obstacle)
-        copy = read_copy(copy) if is_there else copy
-        reason = misplaced(copy)
-        copies.append(copy._replace(misplaced=reason) if reason else copy)
-    return copies
+        places.append(Copy(scope, root, directory, name, path, path))
+    # Most directories of the table are missing from the first part on: resolving all of them takes milliseconds.
+    is_there = os.path.lexists(f"{root}/{directory.partition('/')[0]}")
+    return [read_copy(place) for place in places] if is_there else places
 
 
 def read_copy(copy: Copy) -> Copy:
-    """The copy as it is on the disk now."""
-    copy = Copy(*copy[:6], misplaced=copy.misplaced)
+    """The copy as it is on the disk now. Raises nothing for what is there."""
+    path, file = copy.path, Path(os.path.realpath(copy.path))
+    copy = copy.blank._replace(file=file)
     try:
-        copy = copy._replace(file=Path(os.path.realpath(copy.path)))
-        status = copy.path.stat()
+        status = path.stat()
         problem = problem_of(status)
         if not problem:
-            content = read(copy.file)
+            content = read(file)
             judgement = judge(copy.skill, content)
             return copy._replace(**judgement._asdict(), content=content, identity=identity_of(status))
-        obstacle: Obstacle | None = Obstacle(str(copy.path), problem, "move it away")
+        obstacle: Obstacle | None = Obstacle(str(path), problem, "move it away")
     except (FileNotFoundError, NotADirectoryError):
-        obstacle = dangling(copy.path)
+        obstacle = dangling(path)
     except OSError as error:
-        obstacle = obstacle_of(error, copy.path)
+        closed = (folder for folder in reversed(path.parents) if not os.access(folder, os.X_OK))
+        obstacle = obstacle_of(error, next(closed, path))
     except UnicodeDecodeError as error:
-        obstacle = Obstacle(str(copy.path), f"not valid UTF-8 (at byte {error.start})", "correct or remove it")
+        obstacle = Obstacle(str(path), f"not valid UTF-8 (at byte {error.start})", "correct or remove it")
     return copy._replace(state=State.UNREADABLE, obstacle=obstacle) if obstacle else copy
 
 
@@ -126,29 +126,14 @@ def read(file: Path) -> bytes:
         return stream.read(_LARGEST)
 
 
-def identity_of(status: os.stat_result) -> Identity:
+def identity_of(status: os.stat_result) -> tuple[int, ...]:
     """What changes when a file is written or replaced."""
     return status.st_dev, status.st_ino, status.st_size, status.st_mtime_ns
 
 
 def dangling(path: Path) -> Obstacle | None:
     """The link that keeps a path from existing, if it is a link."""
-    place = str(path)
-    while not os.path.lexists(place):
-        place = os.path.dirname(place)  # noqa: PTH120 (this runs for every directory of the table)
-    if not os.path.islink(place) or os.path.exists(place):  # noqa: PTH110, PTH114
+    place = next(place for place in (path, *path.parents) if os.path.lexists(place))
+    if not place.is_symlink() or os.path.exists(place):  # noqa: PTH110 (never raises)
         return None
-    return Obstacle(place, f"a dangling link to {Path(place).readlink()}", "remove it, or restore what it leads to")
-
-
-def misplaced(copy: Copy) -> Obstacle | None:
-    """The link that makes a path lead to another file than a copy of the skill, or out of the repository."""
-    if copy.file is copy.path or copy.file == copy.path:
-        return None
-    is_inside = copy.may_hold(copy.file)
-    if is_inside and copy.file.name == copy.path.name and copy.file.parent.name == copy.skill:
-        return None
-    below_root = [place for place in (copy.path, *copy.path.parents) if not copy.root.is_relative_to(place)]
-    link = next((place for place in below_root if os.path.islink(place)), copy.path)  # noqa: PTH114
-    where = "which is no copy of this skill" if is_inside else "outside the repository"
-    return Obstacle(str(link), f"a link to {os.path.realpath(link)}, {where}", "remove the link")
+    return Obstacle(str(place), f"a dangling link to {place.readlink()}", "remove it, or restore what it leads to")

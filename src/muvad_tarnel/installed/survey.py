@@ -1,6 +1,7 @@
 """One reading of the disk: every copy of every skill, and who finds it. All reports and hints are views of it."""
 
 from collections.abc import Iterable, Iterator
+from dataclasses import dataclass
 from functools import cached_property
 from itertools import product
 from pathlib import Path
@@ -12,8 +13,6 @@ from muvad_tarnel.installed.documents import State, plain
 from muvad_tarnel.roots import Roots
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
-
-type Finds = dict[Path, Copy]
 
 
 class Shadow(NamedTuple):
@@ -39,39 +38,39 @@ def readers_of(directory: str, scope: Scope, agents: Iterable[str] = AGENT_CONFI
     return [agent for agent in agents if directory in AGENT_CONFIG[agent].directories(scope)]
 
 
-def grouped(copies: Iterable[Copy]) -> dict[Path, list[Copy]]:
-    """The copies by resolved file: those that links make one are together."""
+def grouped(copies: Iterable[Copy]) -> list[list[Copy]]:
+    """The copies by file: those that links make one are together, first one whose path holds no link."""
     files: dict[Path, list[Copy]] = {}
     for copy in copies:
         files.setdefault(copy.file, []).append(copy)
-    return files
+    for same in files.values():
+        if len(same) > 1:  # comparing the paths of all the others takes a millisecond
+            same.sort(key=lambda copy: copy.path != copy.file)
+    return list(files.values())
 
 
 def each_once(copies: Iterable[Copy]) -> tuple[Copy, ...]:
-    """The copies without those that are the same file as one before them."""
-    return tuple(same[0] for same in grouped(copies).values())
+    """The copies without those that links make the same file as another."""
+    return tuple(same[0] for same in grouped(copies))
 
 
+@dataclass(frozen=True)
 class Survey:
-    """The copies in every directory of the agent table, at every scope that has a root."""
+    """The copies in every directory of the agent table, at every scope that has a root, in this order."""
 
-    def __init__(self, roots: Roots, copies: Iterable[Copy]) -> None:
-        """Take copies, ordered by scope, directory and skill."""
-        self.roots = roots
-        self.copies = tuple(copies)
+    roots: Roots
+    copies: tuple[Copy, ...]
 
     @classmethod
     def of(cls, roots: Roots) -> "Survey":
         """Read the disk, every file once for each path that leads to it. Raises nothing for what is there."""
-        return cls(
-            roots,
-            (
-                copy
-                for scope, root in roots.items()
-                for directory in directories_read(AGENT_CONFIG, scope)
-                for copy in read_directory(scope, root, directory)
-            ),
+        copies = (
+            copy
+            for scope, root in roots.items()
+            for directory in directories_read(AGENT_CONFIG, scope)
+            for copy in read_directory(scope, root, directory)
         )
+        return cls(roots, tuple(copies))
 
     @cached_property
     def _by_place(self) -> dict[tuple[Scope, str, str], Copy]:
@@ -80,7 +79,7 @@ class Survey:
     @cached_property
     def by_file(self) -> dict[Path, list[Copy]]:
         """What exists, by the file that it is, links resolved."""
-        return grouped(copy for copy in self.copies if copy.exists)
+        return {same[0].file: same for same in grouped(copy for copy in self.copies if copy.exists)}
 
     def at(self, scope: Scope, directory: str) -> list[Copy]:
         """The places of all skills in a directory."""
@@ -91,9 +90,9 @@ class Survey:
         read = {(scope, directory) for scope in scopes for directory in directories_read(agents, scope)}
         return (copy for copy in self.copies if (copy.scope, copy.directory) in read)
 
-    def finds(self, agent: str, scope: Scope, name: str) -> Finds:
+    def finds(self, agent: str, scope: Scope, name: str) -> dict[Path, Copy]:
         """The files through which an agent finds a skill at a scope, in the order of its directories."""
-        found: Finds = {}
+        found: dict[Path, Copy] = {}
         for directory in AGENT_CONFIG[agent].directories(scope) if scope in self.roots else ():
             copy = self._by_place[scope, directory, name]
             if copy.is_found:
@@ -106,17 +105,16 @@ class Survey:
 
     def finders(self, scopes: Iterable[Scope]) -> list[str]:
         """The agents that find any skill at the scopes."""
-        everything = len(skill.SKILL_TEMPLATES)
-        return [agent for agent in AGENT_CONFIG if len(self.lacking(agent, scopes)) < everything]
+        places = list(product(scopes, skill.SKILL_TEMPLATES))
+        return [agent for agent in AGENT_CONFIG if any(self.finds(agent, *place) for place in places)]
 
     def shadows(self, agents: Iterable[str]) -> list[Shadow]:
         """Every two files of a skill that an agent finds at the two scopes; a file found at both does not count."""
         readers: dict[tuple[Copy, Copy], list[str]] = {}
         for name, agent in product(skill.SKILL_TEMPLATES, agents):
             users, projects = self.finds(agent, "user", name), self.finds(agent, "project", name)
-            both = users.keys() & projects.keys()
             for user, project in product(users.values(), projects.values()):
-                if user.file not in both and project.file not in both:
+                if user.file not in projects and project.file not in users:
                     readers.setdefault((user, project), []).append(agent)
         return [Shadow(user, project, found_by) for (user, project), found_by in readers.items()]
 
@@ -133,9 +131,10 @@ class Survey:
         """The survey as it is once the files of some copies have been written or removed."""
         files = {copy.file for copy in copies}
         version = __version__ if state is State.CURRENT else None
-        after = Copy._field_defaults | {"state": state, "version": version, "is_ours": bool(version)}
-        del after["misplaced"]
         return Survey(
             self.roots,
-            (copy._replace(**after) if copy.file in files else copy for copy in self.copies),
+            tuple(
+                copy.blank._replace(state=state, version=version, is_ours=True) if copy.file in files else copy
+                for copy in self.copies
+            ),
         )

@@ -1,7 +1,7 @@
 """Replacing and removing copies: whole or not at all, never through a link that leads elsewhere.
 
 The new text is staged in a temporary file beside the old one and renamed over it, so that there is the old file or the
-new one at every moment. A lock on the temporary file tells its owner at work from one that was killed.
+new one at every moment. Meanwhile a shared lock on the directory keeps others from cleaning up.
 """
 
 import errno
@@ -21,10 +21,9 @@ _PREFIX, _SUFFIX = ".SKILL.md.", ".tmp"
 
 def obstacle_to_writing(copy: Copy) -> Obstacle | None:
     """What would keep a copy from being written, as far as it can be foreseen."""
-    obstacle = copy.misplaced or copy.obstacle
-    if obstacle or (copy.exists and (obstacle := denied(copy.file, os.W_OK))):
+    if obstacle := copy.misplaced or copy.obstacle:
         return obstacle
-    return obstacle_to_entries(copy.file.parent)
+    return (denied(copy.file, os.W_OK) if copy.exists else None) or obstacle_to_entries(copy.file.parent)
 
 
 def obstacle_to_entries(folder: Path) -> Obstacle | None:
@@ -66,7 +65,7 @@ def replace(copy: Copy) -> Path | None:
     missing = [place for place in (folder, *folder.parents) if not place.exists()]
     try:
         folder.mkdir(parents=True, exist_ok=True)
-        with staged(folder, document(copy.skill).encode(), copy) as temporary:
+        with locked(folder, fcntl.LOCK_SH), staged(copy) as temporary:
             now = as_it_is(copy)
             if now.state is State.CURRENT:  # another installer got there first
                 return None
@@ -94,34 +93,37 @@ def as_it_is(copy: Copy) -> Copy:
 
 
 @contextmanager
-def staged(folder: Path, content: bytes, like: Copy) -> Iterator[Path]:
-    """A locked temporary file with this content, with the owner and mode of the file that it is to replace."""
-    path, descriptor = open_locked(folder)
+def locked(folder: Path, operation: int) -> Iterator[None]:
+    """Hold a lock on a directory: shared, or exclusive and then raising `OSError` if it cannot be had."""
+    descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
     try:
-        with os.fdopen(descriptor, "wb") as stream:
-            stream.write(content)
+        try:
+            fcntl.flock(descriptor, operation)
+        except OSError:  # if shared, because the file system has no locks
+            if operation != fcntl.LOCK_SH:
+                raise
+        yield
+    finally:
+        os.close(descriptor)
+
+
+@contextmanager
+def staged(copy: Copy) -> Iterator[Path]:
+    """A temporary file with this package's document, and with the owner and mode of the file that it is to replace."""
+    path = copy.file.with_name(f"{_PREFIX}{os.urandom(6).hex()}{_SUFFIX}")
+    try:
+        with path.open("xb") as stream:
+            stream.write(document(copy.skill).encode())
             stream.flush()
-            if like.exists:
-                status = like.file.stat()
+            if copy.exists:
+                status = copy.file.stat()
                 with suppress(OSError):  # only root may change a file's owner
-                    os.fchown(descriptor, status.st_uid, status.st_gid)
-                os.fchmod(descriptor, status.st_mode & 0o777)
-            os.fsync(descriptor)
-            yield path
+                    os.fchown(stream.fileno(), status.st_uid, status.st_gid)
+                os.fchmod(stream.fileno(), status.st_mode & 0o777)
+            os.fsync(stream.fileno())
+        yield path
     finally:
         path.unlink(missing_ok=True)
-
-
-def open_locked(folder: Path) -> tuple[Path, int]:
-    """A new temporary file, open for writing and locked."""
-    while True:
-        path = folder / f"{_PREFIX}{os.urandom(6).hex()}{_SUFFIX}"
-        descriptor = os.open(path, os.O_WRONLY | os.O_CREAT | os.O_EXCL | os.O_CLOEXEC, 0o666)
-        with suppress(OSError):  # the file system has no locks
-            fcntl.flock(descriptor, fcntl.LOCK_EX)
-        if os.fstat(descriptor).st_nlink:
-            return path, descriptor
-        os.close(descriptor)  # a clean-up held the lock first, and has removed the file
 
 
 def keep(file: Path) -> Path:
@@ -149,23 +151,12 @@ def keep(file: Path) -> Path:
 
 
 def clean_up(copies: Iterable[Copy]) -> None:
-    """Remove the temporary files that killed runs have left beside the copies."""
-    # Failing to remove one does not prevent writing.
+    """Remove the temporary files that killed runs have left beside the copies, where no other run is at work."""
     for folder in {copy.file.parent for copy in copies if not copy.misplaced}:
-        with suppress(OSError):
-            for path in list(folder.glob(f"{_PREFIX}*{_SUFFIX}")):
-                with suppress(OSError):
-                    remove_abandoned(path)
-
-
-def remove_abandoned(path: Path) -> None:
-    """Remove a temporary file unless it is in use."""
-    descriptor = os.open(path, os.O_RDONLY | os.O_NOFOLLOW | os.O_NONBLOCK | os.O_CLOEXEC)
-    try:
-        fcntl.flock(descriptor, fcntl.LOCK_EX | fcntl.LOCK_NB)
-        path.unlink()
-    finally:
-        os.close(descriptor)
+        # Failing to remove one does not prevent writing.
+        with suppress(OSError), locked(folder, fcntl.LOCK_EX | fcntl.LOCK_NB):
+            for path in folder.glob(f"{_PREFIX}*{_SUFFIX}"):
+                path.unlink()
 
 
 def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:

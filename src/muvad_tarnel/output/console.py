@@ -6,8 +6,8 @@ from dataclasses import dataclass
 import click
 
 from muvad_tarnel import __version__
-from muvad_tarnel.output.report import Document, Record, Report
-from muvad_tarnel.output.text import Style, output_encoding, printable, silence
+from muvad_tarnel.output.report import Block, Cell, Command, Document, Line, Record, Report, Table
+from muvad_tarnel.output.text import Style, encodable, printable, silence
 
 # The version of the JSON objects' shape: it changes when a reader of the former shape would be misled.
 SCHEMA = 2
@@ -39,11 +39,9 @@ class Console:
         if self.style.is_terminal:
             from muvad_tarnel.output.terminal import drawn  # noqa: PLC0415 (rich takes longer than all the rest)
 
-            self._write(drawn(blocks, self.style))
+            self._write(drawn(blocks, has_colour=self.style.has_colour))
         else:
-            from muvad_tarnel.output.plain import written  # noqa: PLC0415 (not needed for the other ways)
-
-            self._write(written(blocks))
+            self._write(plain_text(blocks))
 
     def _say(self, text: str) -> None:
         try:
@@ -52,14 +50,33 @@ class Console:
             silence(sys.stderr)
 
     def _write(self, text: str) -> None:
-        """Write to standard output, with `?` for what its encoding cannot express."""
-        if not text:
-            return
-        encoding = output_encoding()
         try:
-            click.echo(text.encode(encoding, "replace").decode(encoding), nl=False, color=True)
+            click.echo(encodable(text), nl=False, color=True)
         except BrokenPipeError:  # the reader has left, which is not a failure
             silence(sys.stdout)
+
+
+def plain_text(blocks: list[Block]) -> str:
+    """The blocks for pipes and files: no colours, no marks, every line whole."""
+    lines: list[str] = []
+    for block in blocks:
+        match block:
+            case Table(title, _, rows):
+                lines += [""] * bool(lines) + [printable(title)] * bool(title) + aligned(rows)
+            case Line(text, _):
+                lines.append(printable(text))
+            case Command():
+                lines.append(printable(str(block)))
+            case Document(text, _):
+                lines += text.splitlines()
+    return "".join(line + "\n" for line in lines)
+
+
+def aligned(rows: list[tuple[str | Cell, ...]]) -> list[str]:
+    """A line for every row, in columns."""
+    texts = [[printable(cell.text if isinstance(cell, Cell) else cell) for cell in row] for row in rows]
+    widths = [max(map(len, column)) for column in zip(*texts, strict=True)]
+    return ["  ".join(map(str.ljust, row, widths)).rstrip() for row in texts]
 
 
 def object_text(command: str, report: Report, indent: int | None = None) -> str:

@@ -41,10 +41,14 @@ class Line(NamedTuple):
 
 
 class Command(NamedTuple):
-    """A command line to copy, after what it is for, or a path and what is wrong there. It is never wrapped."""
+    """A command line to copy, after what it is for. It is never wrapped."""
 
     label: str
     text: str
+
+    def __str__(self) -> str:
+        """The indented line."""
+        return "    " + "  ".join(filter(None, self))
 
 
 class Document(NamedTuple):

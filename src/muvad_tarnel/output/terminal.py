@@ -11,21 +11,21 @@ from rich.table import Table as Grid
 from rich.text import Text
 
 from muvad_tarnel.output.report import Block, Cell, Command, Document, Line, Table, Tone
-from muvad_tarnel.output.text import Style, printable
+from muvad_tarnel.output.text import printable
 
 _STYLES = {Tone.GOOD: "green", Tone.WARNING: "yellow", Tone.BAD: "red", Tone.NEUTRAL: ""}
 _MARKS = {Tone.GOOD: "\N{CHECK MARK}", Tone.WARNING: "!", Tone.BAD: "\N{BALLOT X}", Tone.NEUTRAL: ""}
-_ASCII_MARKS = {Tone.GOOD: "+", Tone.WARNING: "!", Tone.BAD: "x", Tone.NEUTRAL: ""}
+_BOX = box.Box("    \n    \n" + "\u2500" * 4 + "\n" + "    \n" * 5)  # a rule below the headings
 # A mark stays on the line of the word that follows it.
 _WORDS = re.compile(r"\S \S+|\S+")
 
 
-def drawn(blocks: list[Block], style: Style) -> str:
-    """The blocks as a terminal of the present width shows them."""
+def drawn(blocks: list[Block], *, has_colour: bool) -> str:
+    """The blocks as a terminal of the present width shows them, tables set apart by an empty line."""
     console = Console(
         force_terminal=True,
-        color_system="standard" if style.has_colour else None,
-        no_color=not style.has_colour,
+        color_system="standard" if has_colour else None,
+        no_color=not has_colour,
         width=get_terminal_size().columns,
         markup=False,
         emoji=False,
@@ -33,35 +33,29 @@ def drawn(blocks: list[Block], style: Style) -> str:
         legacy_windows=False,
     )
     with console.capture() as capture:
-        draw(console, blocks, style)
+        for former, block in zip([None, *blocks], blocks, strict=False):
+            if former and (isinstance(block, Table) or isinstance(former, Table)):
+                console.print()
+            draw(console, block)
     return "".join(line.rstrip(" ") + "\n" for line in capture.get().splitlines())
 
 
-def draw(console: Console, blocks: list[Block], style: Style) -> None:
-    """Draw the blocks on a console, tables set apart by an empty line."""
-    marks = _MARKS if style.has_marks else _ASCII_MARKS
-    former: Block | None = None
-    for block in blocks:
-        if former and (isinstance(block, Table) or isinstance(former, Table)):
-            console.print()
-        match block:
-            case Table(title, columns, rows):
-                if title:
-                    console.print(Text(printable(title), "bold"))
-                texts = [[text_of(cell, marks) for cell in row] for row in rows]
-                if widths := widths_of(columns, texts, console.width):
-                    rule = "\u2500" if style.has_marks else "-"
-                    console.print(grid_of(columns, texts, widths, rule))
-                else:
-                    console.print(stack_of(columns, texts))
-            case Line(text, tone):
-                console.print(text_of(Cell(text, tone), marks))
-            case Command(label, text):
-                console.print(Text(printable(f"    {f'{label}  {text}'.strip()}")), soft_wrap=True)
-            case Document(text, is_diff):
-                for line in text.splitlines():
-                    console.print(Text(line, diff_style(line) if is_diff else ""), soft_wrap=True)
-        former = block
+def draw(console: Console, block: Block) -> None:
+    """Draw one block."""
+    match block:
+        case Table(title, columns, rows):
+            if title:
+                console.print(Text(printable(title), "bold"))
+            texts = [[text_of(cell) for cell in row] for row in rows]
+            widths = widths_of(columns, texts, console.width)
+            console.print(grid_of(columns, texts, widths) if widths else stack_of(columns, texts))
+        case Line(text, tone):
+            console.print(text_of(Cell(text, tone)))
+        case Command():
+            console.print(Text(printable(str(block))), soft_wrap=True)
+        case Document(text, is_diff):
+            for line in text.splitlines():
+                console.print(Text(line, diff_style(line) if is_diff else ""), soft_wrap=True)
 
 
 def diff_style(line: str) -> str:
@@ -84,10 +78,9 @@ def widths_of(columns: Sequence[str], rows: list[list[Text]], available: int) ->
     return widths
 
 
-def grid_of(columns: Sequence[str], rows: list[list[Text]], widths: list[int], rule: str) -> Grid:
+def grid_of(columns: Sequence[str], rows: list[list[Text]], widths: list[int]) -> Grid:
     """The columns side by side. The first cells of a row are left out where they are those of the row above."""
-    lines = box.Box(f"    \n    \n{rule}{rule}{rule}{rule}\n" + "    \n" * 5)
-    grid = Grid(box=lines, header_style="bold", show_edge=False, padding=(0, 1, 0, 0))
+    grid = Grid(box=_BOX, header_style="bold", show_edge=False, padding=(0, 1, 0, 0))
     for column, width in zip(columns, widths, strict=True):
         grid.add_column(column, overflow="fold", width=width)
     for above, row in zip([[], *rows], rows, strict=False):
@@ -98,17 +91,15 @@ def grid_of(columns: Sequence[str], rows: list[list[Text]], widths: list[int], r
 
 def stack_of(columns: Sequence[str], rows: list[list[Text]]) -> Group:
     """The cells of each row below one another, for a terminal that is too narrow for columns."""
-    lines = [
-        Text.assemble((f"{column}: ", "bold"), text) if column else Text()
-        for row in rows
-        for column, text in (("", Text()), *zip(columns, row, strict=True))
-        if text or not column
-    ]
+    lines: list[Text] = []
+    for row in rows:
+        cells = zip(columns, row, strict=True)
+        lines += [Text(), *(Text.assemble((f"{column}: ", "bold"), text) for column, text in cells if text)]
     return Group(*lines[1:])
 
 
-def text_of(cell: str | Cell, marks: dict[Tone, str]) -> Text:
+def text_of(cell: str | Cell) -> Text:
     """The cell after its mark."""
     if not isinstance(cell, Cell):
         return Text(printable(cell))
-    return Text(f"{marks[cell.tone]} {printable(cell.text)}".lstrip(), _STYLES[cell.tone])
+    return Text(f"{_MARKS[cell.tone]} {printable(cell.text)}".lstrip(), _STYLES[cell.tone])

@@ -6,6 +6,8 @@ from collections.abc import Mapping
 from contextlib import suppress
 from typing import NamedTuple, TextIO
 
+_IN_ASCII = str.maketrans("\N{CHECK MARK}\N{BALLOT X}\u2500", "+x-")
+
 
 def printable(text: str) -> str:
     """`text` as one harmless line: what cannot be shown is replaced.
@@ -23,7 +25,6 @@ class Style(NamedTuple):
 
     is_terminal: bool  # tables, short paths; otherwise plain lines with whole paths
     has_colour: bool
-    has_marks: bool  # whether the encoding knows a check mark
 
     @classmethod
     def choose(cls, colour: str, environment: Mapping[str, str]) -> "Style":
@@ -37,22 +38,18 @@ class Style(NamedTuple):
             elif environment.get("TERM") == "dumb":
                 colour = "never"
         is_table = is_terminal or colour == "always"
-        return cls(is_table, is_table and colour != "never", can_encode("\N{CHECK MARK}\N{BALLOT X}\u2500"))
+        return cls(is_table, is_table and colour != "never")
 
 
-def output_encoding() -> str:
-    """The encoding of standard output."""
+def encodable(text: str) -> str:
+    """What standard output can express of `text`: marks and rules become ASCII, and anything else `?`."""
     # A process may be started with standard output closed (None); a stream in memory has no encoding.
-    return getattr(sys.stdout, "encoding", None) or "utf-8"
-
-
-def can_encode(text: str) -> bool:
-    """Whether standard output can express `text`."""
+    encoding = getattr(sys.stdout, "encoding", None) or "utf-8"
     try:
-        text.encode(output_encoding())
+        text.encode(encoding)
     except UnicodeEncodeError:
-        return False
-    return True
+        return text.translate(_IN_ASCII).encode(encoding, "replace").decode(encoding)
+    return text
 
 
 def silence(stream: TextIO | None) -> None:

@@ -70,83 +70,82 @@ CHECKED_ON: Final = "2026-11-23"
 _WARP = ".agents .warp .claude .codex .cursor .gemini .copilot .factory .github .opencode"
 
 
-def _agent(name: str, project: str, user: str, marker: str, precedence: Precedence = "unknown") -> AgentRecord:
-    """A row of the table. Its directories are given without `/skills`, in which they all end."""
+def _agent(
+    name: str, project: str, user: str, precedence: Precedence = "unknown", *, marker: str | None = None
+) -> AgentRecord:
+    """A row of the table. Its directories are given without `/skills`, in which they all end.
+
+    The marker is the first user directory unless it is named.
+    """
     in_project, for_user = (tuple(f"{root}/skills" for root in roots.split()) for roots in (project, user))
+    if marker is None:
+        marker = user.partition(" ")[0]
     return AgentRecord(name, in_project, for_user, marker, precedence)
 
 
 # The rows as they are checked, before the environment moves anything: name, project's directories, user's directories,
-# marker, precedence.
+# precedence, marker.
 AGENTS: Final = {
-    "claude": _agent("Claude Code", ".claude", "$CLAUDE_CONFIG_DIR", "$CLAUDE_CONFIG_DIR", "user"),
+    "claude": _agent("Claude Code", ".claude", "$CLAUDE_CONFIG_DIR", "user"),
     # That both copies are listed was seen; it is not documented.
-    "cursor": _agent("Cursor", ".cursor .claude .agents", ".cursor .claude .agents", ".cursor", "both"),
+    "cursor": _agent("Cursor", ".cursor .claude .agents", ".cursor .claude .agents", "both"),
     # Copilot itself searches `.agents/skills` before `.claude/skills`; here the order of the two only breaks ties.
     # Of its user directories `~/.claude/skills` is left out: VS Code reads it, the command line no longer does.
-    "copilot": _agent("GitHub Copilot", ".github .claude .agents", "$COPILOT_HOME .agents", "$COPILOT_HOME", "project"),
+    "copilot": _agent("GitHub Copilot", ".github .claude .agents", "$COPILOT_HOME .agents", "project"),
     # Windsurf reads `.claude/skills` only behind a setting that is off by default, and `~/.windsurf/skills` never.
-    "windsurf": _agent("Windsurf", ".windsurf .agents", ".codeium/windsurf .agents", ".codeium/windsurf"),
-    "codex": _agent("Codex", ".agents", ".agents", "$CODEX_HOME", "both"),
-    "gemini": _agent("Gemini CLI", ".gemini .agents", ".gemini .agents", ".gemini", "project"),
-    "opencode": _agent(
-        "OpenCode",
-        ".opencode .claude .agents",
-        "$XDG_CONFIG_HOME/opencode .opencode .claude .agents",
-        "$XDG_CONFIG_HOME/opencode",
-    ),
+    "windsurf": _agent("Windsurf", ".windsurf .agents", ".codeium/windsurf .agents"),
+    "codex": _agent("Codex", ".agents", ".agents", "both", marker="$CODEX_HOME"),
+    "gemini": _agent("Gemini CLI", ".gemini .agents", ".gemini .agents", "project"),
+    "opencode": _agent("OpenCode", ".opencode .claude .agents", "$XDG_CONFIG_HOME/opencode .opencode .claude .agents"),
     # `.config/agents` is literal here: XDG_CONFIG_HOME moves Goose's own directory only.
     "goose": _agent(
         "Goose",
         ".agents .goose .claude",
         ".agents $XDG_CONFIG_HOME/goose .claude .config/agents",
-        "$XDG_CONFIG_HOME/goose",
         "project",
+        marker="$XDG_CONFIG_HOME/goose",
     ),
-    "zed": _agent("Zed", ".agents", ".agents", "$XDG_CONFIG_HOME/zed", "project"),
+    "zed": _agent("Zed", ".agents", ".agents", "project", marker="$XDG_CONFIG_HOME/zed"),
     "amp": _agent(
         "Amp",
         ".agents .claude",
         "$XDG_CONFIG_HOME/agents .agents $XDG_CONFIG_HOME/amp .claude",
-        "$XDG_CONFIG_HOME/amp",
         "user",
+        marker="$XDG_CONFIG_HOME/amp",
     ),
     # Its extension reads the project's `.claude/skills` as well, its command line does not.
-    "cline": _agent("Cline", ".cline .agents", ".cline .agents", ".cline", "user"),
+    "cline": _agent("Cline", ".cline .agents", ".cline .agents", "user"),
     "kilo": _agent(
-        "Kilo Code", ".kilo .agents", ".kilo $XDG_CONFIG_HOME/kilo .agents", "$XDG_CONFIG_HOME/kilo", "project"
+        "Kilo Code", ".kilo .agents", ".kilo $XDG_CONFIG_HOME/kilo .agents", "project", marker="$XDG_CONFIG_HOME/kilo"
     ),
-    "qwen": _agent("Qwen Code", ".qwen .agents", "$QWEN_HOME .agents", "$QWEN_HOME", "project"),
-    "kimi": _agent("Kimi Code CLI", ".kimi-code .agents", "$KIMI_CODE_HOME .agents", "$KIMI_CODE_HOME", "project"),
+    "qwen": _agent("Qwen Code", ".qwen .agents", "$QWEN_HOME .agents", "project"),
+    "kimi": _agent("Kimi Code CLI", ".kimi-code .agents", "$KIMI_CODE_HOME .agents", "project"),
     # Its project directory `.agent/skills` is a singular.
-    "droid": _agent("Factory Droid", ".factory .agent", ".factory", ".factory"),
-    "kiro": _agent("Kiro", ".kiro", ".kiro", ".kiro", "project"),
-    "warp": _agent("Warp", _WARP, _WARP, ".warp", "both"),
-    "augment": _agent("Augment", ".augment .claude", ".augment .claude", ".augment"),
+    "droid": _agent("Factory Droid", ".factory .agent", ".factory"),
+    "kiro": _agent("Kiro", ".kiro", ".kiro", "project"),
+    "warp": _agent("Warp", _WARP, _WARP, "both", marker=".warp"),
+    "augment": _agent("Augment", ".augment .claude", ".augment .claude"),
     "crush": _agent(
-        "Crush",
-        ".crush .agents .claude .cursor",
-        "$XDG_CONFIG_HOME/crush $XDG_CONFIG_HOME/agents .agents .claude",
-        "$XDG_CONFIG_HOME/crush",
+        "Crush", ".crush .agents .claude .cursor", "$XDG_CONFIG_HOME/crush $XDG_CONFIG_HOME/agents .agents .claude"
     ),
-    "openhands": _agent("OpenHands", ".agents .openhands", ".agents .openhands", ".openhands", "project"),
-    "pi": _agent("Pi", ".pi .agents", "$PI_CODING_AGENT_DIR .agents", "$PI_CODING_AGENT_DIR", "project"),
-    "vibe": _agent("Mistral Vibe", ".vibe .agents", "$VIBE_HOME .agents", "$VIBE_HOME", "project"),
-    "letta": _agent("Letta Code", ".agents", ".letta", ".letta", "project"),
-    "rovodev": _agent("Rovo Dev CLI", ".rovodev .agents", ".rovodev .agents", ".rovodev", "user"),
+    "openhands": _agent("OpenHands", ".agents .openhands", ".agents .openhands", "project", marker=".openhands"),
+    "pi": _agent("Pi", ".pi .agents", "$PI_CODING_AGENT_DIR .agents", "project"),
+    "vibe": _agent("Mistral Vibe", ".vibe .agents", "$VIBE_HOME .agents", "project"),
+    "letta": _agent("Letta Code", ".agents", ".letta", "project"),
+    "rovodev": _agent("Rovo Dev CLI", ".rovodev .agents", ".rovodev .agents", "user"),
     # The user directory is that of its default agent, which is called `agent`.
     "deepagents": _agent(
-        "Deep Agents Code", ".deepagents .agents", ".deepagents/agent .agents", ".deepagents", "project"
+        "Deep Agents Code", ".deepagents .agents", ".deepagents/agent .agents", "project", marker=".deepagents"
     ),
-    "xum": _agent("Xum", ".xum .agents", "$XUM_ROOT .agents", "$XUM_ROOT", "project"),
-    "pochi": _agent("Pochi", ".pochi .agents", ".pochi .agents", ".pochi", "project"),
-    "neovate": _agent("Neovate Code", ".neovate", ".neovate", ".neovate", "project"),
-    "firebender": _agent("Firebender", ".firebender", ".firebender", ".firebender", "project"),
-    "qoder": _agent("Qoder", ".qoder", ".qoder", ".qoder", "project"),
-    "codebuddy": _agent("CodeBuddy", ".codebuddy", ".codebuddy", ".codebuddy"),
-    "codebuff": _agent("Codebuff", ".agents .claude", ".agents .claude", "", "project"),
-    "devin": _agent("Devin", ".devin .agents .windsurf", ".config/devin .agents .codeium/windsurf", ".config/devin"),
-    "deepcode": _agent("Deep Code", ".deepcode .agents", ".deepcode .agents", ".deepcode", "project"),
+    "xum": _agent("Xum", ".xum .agents", "$XUM_ROOT .agents", "project"),
+    "pochi": _agent("Pochi", ".pochi .agents", ".pochi .agents", "project"),
+    "neovate": _agent("Neovate Code", ".neovate", ".neovate", "project"),
+    "firebender": _agent("Firebender", ".firebender", ".firebender", "project"),
+    "qoder": _agent("Qoder", ".qoder", ".qoder", "project"),
+    "codebuddy": _agent("CodeBuddy", ".codebuddy", ".codebuddy"),
+    "codebuff": _agent("Codebuff", ".agents .claude", ".agents .claude", "project", marker=""),
+    "devin": _agent("Devin", ".devin .agents .windsurf", ".config/devin .agents .codeium/windsurf"),
+    "deepcode": _agent("Deep Code", ".deepcode .agents", ".deepcode .agents", "project"),
 }
 
 
@@ -156,10 +155,7 @@ def resolved(environment: Mapping[str, str]) -> dict[str, AgentRecord]:
     A moved directory is relative if it lies under the home directory, else absolute. An empty or relative value of a
     variable is ignored. Raises nothing.
     """
-    try:
-        home = Path.home()
-    except (RuntimeError, OSError):
-        home = None
+    home = Path(os.path.expanduser("~"))  # noqa: PTH111 (never raises)
 
     def place(template: str) -> str:
         if not template.startswith("$"):
@@ -168,7 +164,7 @@ def resolved(environment: Mapping[str, str]) -> dict[str, AgentRecord]:
         moved = Path(environment.get(variable, ""), rest)
         if not moved.is_absolute():
             moved = Path(MOVES[variable], rest)
-        elif home and home.is_absolute() and moved.is_relative_to(home) and ".." not in moved.parts:
+        elif moved.is_relative_to(home) and ".." not in moved.parts:
             moved = moved.relative_to(home)
         return moved.as_posix()
 
