@@ -29,15 +29,19 @@ def home_directory() -> Path:
 
 
 def find_project_root() -> Path:
-    """The nearest folder, from the current directory upward, that holds `.git`; without one, the current directory.
-
-    `.git` is a file in worktrees and submodules and counts as well. Raises `Failure` when there is no current
-    directory. A folder that may not be searched holds no `.git` as far as anyone can tell.
-    """
+    """The repository around the current directory. Raises `Failure` when there is no current directory."""
     try:
-        start = Path.cwd()
+        return repository_around(Path.cwd())
     except OSError as error:
         raise Failure(f"no current directory ({error.strerror})", "name the project with -C DIR") from error
+
+
+def repository_around(start: Path) -> Path:
+    """The nearest folder, from an absolute path upward, that holds `.git`; without one, the path itself.
+
+    `.git` is a file in worktrees and submodules and counts as well. A folder that may not be searched holds no `.git`
+    as far as anyone can tell.
+    """
     folders = (start, *start.parents)
     return next((folder for folder in folders if os.path.exists(folder / ".git")), start)  # noqa: PTH110 (never raises)
 

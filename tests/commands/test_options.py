@@ -36,11 +36,12 @@ def test_a_moved_directory_is_installed_into(home: Path, tmp_path: Path) -> None
 def test_hints_name_the_project(tmp_path: Path) -> None:
     elsewhere = tmp_path / "else where"
     put(elsewhere, ".claude/skills", "outdated")
-    (elsewhere / ".git").mkdir()
-    (elsewhere / "src").mkdir()
-    (hint,) = answer("status", "-C", str(elsewhere / "src"))["advice"]
+    (hint,) = answer("status", "-C", str(elsewhere))["advice"]
     assert hint["command"][2:] == ["update", "--scope", "project", "-C", str(elsewhere)]
-    assert f"-C '{elsewhere}'" in run("status", "-C", str(elsewhere)).stdout
+    (tmp_path / ".git").mkdir()
+    ran = run("status", "-C", str(elsewhere))
+    assert f"-C '{elsewhere}'" in ran.stdout
+    assert f"a folder of the repository {tmp_path}" in ran.stderr
 
 
 def test_agents_in_use_are_detected(home: Path) -> None:

@@ -138,7 +138,7 @@ def _request_options(scoping: Scoping | None, agents: str) -> list[click.Paramet
         text = f"The home directory (user) or the repository (project).  [default: {default}, or project with -C]"
         options.append(click.Option(["--scope"], type=Choice(SCOPES), help=text))
     if scoping:
-        text = "Run as if started in DIR. The project is the nearest folder upward with .git, else DIR itself."
+        text = "The project's root.  [default: the nearest folder upward with .git, else the current one]"
         folder = click.Path(exists=True, file_okay=False, path_type=Path)
         options.append(click.Option(["-C", "--project"], type=folder, metavar="DIR", help=text))
     return options

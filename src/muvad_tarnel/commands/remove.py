@@ -66,14 +66,17 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     """The skills directory that is meant by a path, or in the table's spelling."""
     if not text:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
-    path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (links stay)
-    is_scope_known = request.is_scope_given or request.is_project_given
+    paths = {
+        parent_resolved(Path(os.path.abspath(base / Path(text).expanduser())))  # noqa: PTH100 (links stay)
+        for base in (Path(), request.project or Path())
+    }
+    is_scope_known = bool(request.is_scope_given or request.project)
     known = {
         directory if is_scope_known else str(request.roots[scope] / directory): (scope, directory)
         for scope in (request.scopes if is_scope_known else request.roots)
         for directory in directories_read(AGENT_CONFIG, scope)
     }
-    found = [place for place in known.values() if parent_resolved(request.roots[place[0]] / place[1]) == path]
+    found = [place for place in known.values() if parent_resolved(request.roots[place[0]] / place[1]) in paths]
     # The table's spelling: at the scope that was given, or in the project when the current directory is below its root.
     if is_scope_known or not os.path.lexists(text):
         spelled = (request.scope if is_scope_known else "project", os.path.normpath(text))

@@ -1,6 +1,5 @@
 """The subject of a command: agents, scopes, and the survey of the disk."""
 
-import os
 from collections.abc import Sequence
 from functools import cached_property
 from pathlib import Path
@@ -11,7 +10,7 @@ import click
 from muvad_tarnel.failure import Failure, Obstacle
 from muvad_tarnel.installed.survey import Survey
 from muvad_tarnel.output.console import Console
-from muvad_tarnel.roots import SCOPES, Roots, agents_in_use, find_project_root, home_directory
+from muvad_tarnel.roots import SCOPES, Roots, agents_in_use, find_project_root, home_directory, repository_around
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -40,12 +39,10 @@ class Request:
         self.console = console
         self.dry_run = dry_run
         self.is_scope_given = scope is not None
-        self.is_project_given = project is not None
-        if project:  # as git's -C: paths are relative to it, and the project's root may lie above it
-            os.chdir(project)
+        self.project = project and project.absolute()
         # Why a scope that was asked for has no root. The command continues with the other one.
         self.obstacles: list[Obstacle] = []
-        if scope is None and self.is_project_given and scoping != "pair":
+        if scope is None and project and scoping != "pair":
             scope = "project"
         scopes = (scope,) if scope else ("user",) if scoping == "one" else SCOPES
         self.roots = self._roots(scopes)
@@ -93,22 +90,24 @@ class Request:
 
     def command(self, scope: Scope | None, words: Sequence[str]) -> list[str]:
         """A command for the same project, as a program would start it."""
-        located = ["-C", str(self.roots["project"])] if self.is_project_given and scope != "user" else []
+        located = ["-C", str(self.project)] if self.project and scope != "user" else []
         return ["muvad-tarnel", "skill", *words, *located]
 
     def _roots(self, scopes: tuple[Scope, ...]) -> Roots:
         roots: Roots = {}
         for scope in SCOPES:
             try:
-                roots[scope] = home_directory() if scope == "user" else find_project_root()
+                roots[scope] = home_directory() if scope == "user" else self.project or find_project_root()
             except Failure as failure:
                 if scope in scopes:
                     self.obstacles.append(failure.obstacle)
                     if len(self.obstacles) == len(scopes):
                         raise
         if "project" in scopes and (root := roots.get("project")):
-            if root != Path.cwd():
+            if not self.project and root != Path.cwd():
                 self.console.note(f"the project is {root}, the nearest folder upward with .git")
+            if (repository := repository_around(root.resolve())) != root.resolve():
+                self.console.note(f"the project is {root}, a folder of the repository {repository}")
             if "user" in roots and root.resolve() == roots["user"].resolve():
                 self.console.note("the project is the home directory: both scopes are the same place")
         return roots
