@@ -95,16 +95,18 @@ def as_it_is(copy: Copy) -> Copy:
 @contextmanager
 def locked(folder: Path, operation: int) -> Iterator[None]:
     """Hold a lock on a directory: shared, or exclusive and then raising `OSError` if it cannot be had."""
-    descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
+    descriptor = None
     try:
         try:
+            descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
             fcntl.flock(descriptor, operation)
-        except OSError:  # if shared, because the file system has no locks
+        except OSError:  # if shared: the directory may not be listed, or the file system has no locks
             if operation != fcntl.LOCK_SH:
                 raise
         yield
     finally:
-        os.close(descriptor)
+        if descriptor is not None:
+            os.close(descriptor)
 
 
 @contextmanager
