@@ -20,6 +20,7 @@ void PathText::join(std::string_view component) {
     if (component.starts_with(separator)) {
         root_ = length_of_root(component);
         text_.assign(component, 0, root_);
+        size_ = 0;
     }
     for (std::size_t start = 0; start < component.size();) {
         const std::size_t end = std::min(component.find(separator, start), component.size());
@@ -28,6 +29,7 @@ void PathText::join(std::string_view component) {
         if (name.empty() || name == ".") continue;
         if (text_.size() > root_) text_ += separator;
         text_ += name;
+        size_++;
     }
 }
 

@@ -19,11 +19,15 @@ class PathText {
     // The text; "." if nothing is left.
     [[nodiscard]] std::string_view text() const { return text_.empty() ? std::string_view(".") : text_; }
 
+    // How many names it has, besides the root.
+    [[nodiscard]] std::size_t size() const noexcept { return size_; }
+
   private:
     static constexpr std::size_t usual_length = 127;
 
     std::string text_;
     std::size_t root_ = 0;  // slashes at the front
+    std::size_t size_ = 0;
 };
 
 // The parent of such a text, as another one: "." for a single relative component, and the root's parent is the root.

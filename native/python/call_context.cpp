@@ -6,13 +6,6 @@
 
 namespace tarnel::python {
 
-PyObject* CallContext::global_if_plain(StringId name) const {
-    if (!PyDict_CheckExact(globals_)) return nullptr;
-    PyObject* value = PyDict_GetItemWithError(globals_, shared_.strings[name]);
-    if (value == nullptr && PyErr_Occurred() != nullptr) throw PythonError{};
-    return value;
-}
-
 bool CallContext::is_own(PyObject* value, Body body) const {
     if (!PyFunction_Check(value)) return false;
     const auto* function = reinterpret_cast<PyFunctionObject*>(value);

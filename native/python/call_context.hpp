@@ -42,7 +42,10 @@ class CallContext {
 
     [[nodiscard]] PyObject* operator[](StringId id) const noexcept { return shared_.strings[id]; }
 
-    [[nodiscard]] Ref global(StringId name) const { return look_up(globals_, builtins_, shared_.strings[name]); }
+    [[nodiscard]] Ref global(StringId name) const {
+        PyObject* value = global_if_plain(name);
+        return value != nullptr ? Ref::borrow(value) : look_up(globals_, builtins_, shared_.strings[name]);
+    }
 
     // Whether a global name stands for the function with that body which was made here, over the same namespace: then
     // a fast path may do at once what a call would lead to. Neither it nor the next runs foreign code.
@@ -53,7 +56,9 @@ class CallContext {
     [[nodiscard]] bool is_own(PyObject* value, Body body) const;
 
     // The value of a global name, borrowed; null if it takes more than a look into the namespace to find it.
-    [[nodiscard]] PyObject* global_if_plain(StringId name) const;
+    [[nodiscard]] PyObject* global_if_plain(StringId name) const {
+        return PyDict_CheckExact(globals_) ? shared_.globals.find(globals_, shared_.strings, name) : nullptr;
+    }
 
     [[nodiscard]] StandardLibrary& standard_library() const noexcept { return shared_.standard_library; }
     [[nodiscard]] PyObject* recognized(std::size_t index) const noexcept { return shared_.recognized[index]; }

@@ -3,6 +3,8 @@
 
 #include <vector>
 
+#include "python/dict_watcher.hpp"
+#include "python/global_names.hpp"
 #include "python/standard_library.hpp"
 #include "python/strings.hpp"
 
@@ -14,7 +16,9 @@ struct Shared {
     explicit Shared(std::span<const char* const> literals) : strings(literals) {}
 
     Strings strings;
-    StandardLibrary standard_library;
+    DictWatcher watcher;
+    GlobalNames globals{watcher};
+    StandardLibrary standard_library{watcher};
     std::vector<Ref> recognized;  // objects that the module's bodies know what to do with, as the module lists them
 };
 

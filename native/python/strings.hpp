@@ -23,6 +23,7 @@ class Strings {
     void ensure_made() {
         if (strings_.empty()) make();
     }
+    [[nodiscard]] std::size_t size() const noexcept { return strings_.size(); }
     [[nodiscard]] PyObject* operator[](StringId id) const noexcept { return strings_[static_cast<std::size_t>(id)]; }
 
   private:

@@ -1,7 +1,5 @@
 #include "skill/targets.hpp"
 
-#include <algorithm>
-
 #include "core/paths.hpp"
 #include "core/utf8.hpp"
 #include "skill/body.hpp"
@@ -70,7 +68,7 @@ std::optional<Base> plain_base(const CallContext& context, PyObject* scope, PyOb
 }
 
 // A path with so many components, and files to be created, makes Python's recursion end in an error.
-constexpr std::ptrdiff_t most_components = 200;
+constexpr std::size_t most_components = 200;
 
 std::optional<python::SystemPath> plain_path(const CallContext& context, PyObject* scope, PyObject* project_root,
                                              PyObject* skill_name, PyObject* skills_dir) {
@@ -81,7 +79,7 @@ std::optional<python::SystemPath> plain_path(const CallContext& context, PyObjec
     if (!base) return {};
     for (PyObject* component : {skills_dir, skill_name, context[literal::document_file]})
         if (!join(base->text, component)) return {};
-    if (std::ranges::count(base->text.text(), '/') > most_components) return {};
+    if (base->text.size() > most_components) return {};
     return python::SystemPath::of(base->text.text());
 }
 

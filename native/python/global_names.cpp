@@ -1,0 +1,20 @@
+#include "python/global_names.hpp"
+
+namespace tarnel::python {
+
+void GlobalNames::forget(PyObject* dict, std::size_t count) {
+    dict_ = nullptr;  // should one of these throw
+    values_.assign(count, nullptr);
+    watcher_.watch(dict);
+    seen_changes_ = DictWatcher::changes();
+    dict_ = dict;
+}
+
+PyObject* GlobalNames::look_up(const Strings& strings, StringId name) {
+    PyObject* value = PyDict_GetItemWithError(dict_, strings[name]);
+    if (value == nullptr && PyErr_Occurred() != nullptr) throw PythonError{};
+    if (watcher_.is_active()) values_[static_cast<std::size_t>(name)] = value;
+    return value;
+}
+
+}  // namespace tarnel::python
