@@ -1,21 +1,18 @@
 #include "python/dict_watcher.hpp"
 
-#include <atomic>
-
 namespace tarnel::python {
 
-namespace {
-
-std::atomic<unsigned long> change_count = 0;
-
-int count_change(PyDict_WatchEvent /*event*/, PyObject* /*dict*/, PyObject* /*key*/, PyObject* /*value*/) noexcept {
-    change_count.fetch_add(1, std::memory_order_relaxed);
+template <DictWatcher::Subject subject>
+int DictWatcher::count(PyDict_WatchEvent /*event*/, PyObject* /*dict*/, PyObject* /*key*/,
+                       PyObject* /*value*/) noexcept {
+    counts_[static_cast<std::size_t>(subject)].fetch_add(1, std::memory_order_relaxed);
     return 0;
 }
 
-}  // namespace
-
-DictWatcher::DictWatcher() noexcept : id_(PyDict_AddWatcher(count_change)) {
+DictWatcher::DictWatcher(Subject subject) noexcept
+    : subject_(subject),
+      id_(PyDict_AddWatcher(subject == Subject::own_globals ? count<Subject::own_globals>
+                                                            : count<Subject::standard_library>)) {
     if (id_ < 0) PyErr_Clear();
 }
 
@@ -29,7 +26,5 @@ DictWatcher::~DictWatcher() {
 void DictWatcher::watch(PyObject* dict) const {
     if (id_ >= 0) checked(PyDict_Watch(id_, dict));
 }
-
-unsigned long DictWatcher::changes() noexcept { return change_count.load(std::memory_order_relaxed); }
 
 }  // namespace tarnel::python

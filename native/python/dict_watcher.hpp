@@ -1,6 +1,10 @@
 // Notice of changes to dictionaries.
 #pragma once
 
+#include <array>
+#include <atomic>
+#include <cstddef>
+
 #include "python/reference.hpp"
 
 namespace tarnel::python {
@@ -9,7 +13,10 @@ namespace tarnel::python {
 // destroyed with the GIL held.
 class DictWatcher {
   public:
-    DictWatcher() noexcept;
+    // What the dictionaries are. Changes are counted for each by itself, for all interpreters.
+    enum class Subject : std::size_t { standard_library, own_globals };
+
+    explicit DictWatcher(Subject subject) noexcept;
     DictWatcher(const DictWatcher&) = delete;
     DictWatcher(DictWatcher&&) = delete;
     DictWatcher& operator=(const DictWatcher&) = delete;
@@ -21,10 +28,19 @@ class DictWatcher {
 
     void watch(PyObject* dict) const;
 
-    // Grows with each change to a watched dictionary. All interpreters share the count, so it may grow for no reason.
-    [[nodiscard]] static unsigned long changes() noexcept;
+    // Grows with each change to a watched dictionary, and may grow for no reason.
+    [[nodiscard]] unsigned long changes() const noexcept {
+        return counts_[static_cast<std::size_t>(subject_)].load(std::memory_order_relaxed);
+    }
 
   private:
+    // The interpreter passes a watcher nothing of its own: there is one for each subject.
+    template <Subject subject>
+    static int count(PyDict_WatchEvent event, PyObject* dict, PyObject* key, PyObject* value) noexcept;
+
+    inline static constinit std::array<std::atomic<unsigned long>, 2> counts_ = {};
+
+    Subject subject_;
     int id_;
 };
 

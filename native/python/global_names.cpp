@@ -6,7 +6,7 @@ void GlobalNames::forget(PyObject* dict, std::size_t count) {
     dict_ = nullptr;  // should one of these throw
     values_.assign(count, nullptr);
     watcher_.watch(dict);
-    seen_changes_ = DictWatcher::changes();
+    seen_changes_ = watcher_.changes();
     dict_ = dict;
 }
 

@@ -12,11 +12,9 @@ namespace tarnel::python {
 // as it is, so do its values.
 class GlobalNames {
   public:
-    explicit GlobalNames(const DictWatcher& watcher) noexcept : watcher_(watcher) {}
-
     // The value of a name in a plain dict, borrowed; null if it has none. Throws when out of memory.
     [[nodiscard]] PyObject* find(PyObject* dict, const Strings& strings, StringId name) {
-        if (dict != dict_ || seen_changes_ != DictWatcher::changes()) forget(dict, strings.size());
+        if (dict != dict_ || seen_changes_ != watcher_.changes()) forget(dict, strings.size());
         PyObject* known = values_[static_cast<std::size_t>(name)];
         return known != nullptr ? known : look_up(strings, name);
     }
@@ -25,7 +23,7 @@ class GlobalNames {
     void forget(PyObject* dict, std::size_t count);
     PyObject* look_up(const Strings& strings, StringId name);
 
-    const DictWatcher& watcher_;
+    DictWatcher watcher_{DictWatcher::Subject::own_globals};
     PyObject* dict_ = nullptr;
     unsigned long seen_changes_ = 0;
     std::vector<PyObject*> values_;  // by StringId; null: not known

@@ -216,7 +216,7 @@ bool Originals::hold() {
     if (!is_found_) return false;
     if (has_changed()) {
         entries_hold_ = false;  // should the comparison throw
-        seen_changes_ = DictWatcher::changes();
+        seen_changes_ = watcher_.changes();
         for (Attributes& attributes : attributes_) attributes.tag();
         entries_hold_ = compare();
     }
@@ -224,7 +224,7 @@ bool Originals::hold() {
 }
 
 bool Originals::has_changed() const noexcept {
-    return !watcher_.is_active() || seen_changes_ != DictWatcher::changes() ||
+    return !watcher_.is_active() || seen_changes_ != watcher_.changes() ||
            !std::ranges::all_of(attributes_, [](const Attributes& attributes) { return attributes.is_tagged(); });
 }
 
@@ -253,7 +253,7 @@ bool Originals::find() {
         if (is_first_of_module && !find_no_hidden_builtins(name.module)) return false;
     }
     for (const Entry& entry : entries_) watcher_.watch(entry.dict);
-    seen_changes_ = DictWatcher::changes() - 1;  // so that the next look compares
+    seen_changes_ = watcher_.changes() - 1;  // so that the next look compares
     return true;
 }
 

@@ -3,7 +3,6 @@
 
 #include <vector>
 
-#include "python/dict_watcher.hpp"
 #include "python/global_names.hpp"
 #include "python/standard_library.hpp"
 #include "python/strings.hpp"
@@ -16,9 +15,8 @@ struct Shared {
     explicit Shared(std::span<const char* const> literals) : strings(literals) {}
 
     Strings strings;
-    DictWatcher watcher;
-    GlobalNames globals{watcher};
-    StandardLibrary standard_library{watcher};
+    GlobalNames globals;
+    StandardLibrary standard_library;
     std::vector<Ref> recognized;  // objects that the module's bodies know what to do with, as the module lists them
 };
 

@@ -9,8 +9,6 @@ namespace tarnel::python {
 // foreign code, and throws when out of memory.
 class StandardLibrary {
   public:
-    explicit StandardLibrary(const DictWatcher& watcher) noexcept : watcher_(watcher) {}
-
     // Whether `module.combinations` is that of itertools.
     [[nodiscard]] bool has_original_combinations(PyObject* module) {
         return combinations_.hold() && combinations_.are_of(module);
@@ -39,7 +37,7 @@ class StandardLibrary {
     void find_environment();
     void find_codec();
 
-    const DictWatcher& watcher_;
+    DictWatcher watcher_{DictWatcher::Subject::standard_library};
     Originals combinations_{watcher_, standard_library::of_planning};
     Originals matching_{watcher_, standard_library::of_matching, standard_library::builtins};
     Originals files_{watcher_, standard_library::of_files, standard_library::builtins, standard_library::classes};
