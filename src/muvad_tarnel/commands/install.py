@@ -14,7 +14,12 @@ from muvad_tarnel.setup import skill
 
 
 @skill_command("one", agents="claude")
-@click.option("--force", is_flag=True, help="Also replace modified, newer and foreign copies that the agents read.")
+@click.option(
+    "--force",
+    is_flag=True,
+    help="Also replace modified, newer and foreign copies that the agents read. Without it, a foreign copy is replaced "
+    "only where no other directory serves the agent.",
+)
 @dry_run_option
 def install(request: Request, *, force: bool) -> Report:
     """Install the skills where the agents look.
