@@ -50,7 +50,7 @@ def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> Non
         rows = answer("status", "--all-agents")["results"]
         return [row["directory"] for row in rows if row["state"] == "outdated"]
 
-    run("install", *agents("cursor"))
+    assert "already finds" not in run("install", *agents("cursor")).stdout
     assert outdated() == [".gemini/skills", ".cursor/skills"]
     run("update", "--scope", "user")
     assert outdated() == [".cursor/skills"]

@@ -1,5 +1,8 @@
 """`muvad-tarnel skill install`."""
 
+from collections.abc import Container
+from pathlib import Path
+
 import click
 
 from muvad_tarnel.commands.changes import Outcome, report_of, survey_after, write_all
@@ -43,20 +46,21 @@ def install(request: Request, *, force: bool) -> Report:
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 
-    remarks = finding_lines(request, survey_after(request, outcomes))
+    remarks = finding_lines(request, survey_after(request, outcomes), writes)
     report = report_of(request, outcomes, request.agents, remarks=remarks)
     return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.root)})
 
 
-def finding_lines(request: Request, after: Survey) -> list[Block]:
-    """Which agents need nothing new, and which find a skill several times: a line for the same places."""
+def finding_lines(request: Request, after: Survey, writes: Container[Path]) -> list[Block]:
+    """Which agents need nothing written, and which find a skill several times: a line for the same places."""
     agents: dict[tuple[str, tuple[str, ...], tuple[str, ...]], list[str]] = {}
     for agent in dict.fromkeys((*request.agents, *request.in_use)):
         skills: dict[tuple[str, tuple[str, ...]], list[str]] = {}
+        is_idle = not any(copy.file in writes for copy in request.survey.read_by([agent], [request.scope]))
         for name in skill.SKILL_TEMPLATES:
             before, now = (survey.finds(agent, request.scope, name) for survey in (request.survey, after))
             is_old = before.keys() == now.keys()
-            if len(now) > 1 or (now and is_old and agent in request.agents):
+            if len(now) > 1 or (now and is_idle and agent in request.agents):
                 places = tuple(sorted(request.place(request.scope, copy.directory) for copy in now.values()))
                 skills.setdefault(("already" if is_old else "would" if request.dry_run else "", places), []).append(
                     name
