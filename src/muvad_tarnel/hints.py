@@ -122,15 +122,16 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
     return hints
 
 
-def doubled(survey: Survey, scopes: Iterable[Scope], agents: Iterable[str], hints: Sequence[Hint]) -> list[str]:
-    """Why agents find skills several times, or that there will be hints about it."""
+def doubled(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], when: str = "") -> list[str]:
+    """Which copies that make agents find skills several times are not needed, and when; or why all of them stay."""
     reasons: dict[str, None] = {}
     for agent, scope, name in product(agents, scopes, skill.SKILL_TEMPLATES):
         if len(found := survey.finds(agent, scope, name).values()) > 1:
             kept = {copy.directory: obstacle_to_removing(copy, force=False) for copy in found}
             whys = [f"A copy in {place} is kept: {why.problem}." for place, why in kept.items() if why]
             reasons |= dict.fromkeys(whys or ["Skills found twice can stay: other agents need each copy."])
-    return ["After the install, `status` names the copies that are not needed."] if hints and reasons else list(reasons)
+    needless = removing(survey, scopes, agents) if reasons else []
+    return [f"{when}{hint.reason}." for hint in needless] or list(reasons)
 
 
 def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:

@@ -71,7 +71,11 @@ def test_a_plan_gives_its_reasons(project: Path) -> None:
 
 def test_a_plan_counts_what_is_there(project: Path) -> None:
     for kind, also, said in (
-        ("current", "zed", "After the install, `status` names the copies that are not needed."),
+        (
+            "current",
+            "zed",
+            "After the install, Windsurf and Devin find every skill in .agents/skills too; the copies in",
+        ),
         ("modified", "zed", "A copy in .windsurf/skills is kept: modified."),
         ("current", "kiro", "shared: copies are there already"),
     ):

@@ -132,7 +132,7 @@ def report_of(
     # What has failed is not to be tried at once.
     hints = Advice() if obstacles else advice(after, request.scopes, agents)
     finders = (*agents, *request.in_use) if agents and not obstacles else ()
-    doubles = doubled(after, request.scopes, finders, hints.hints)
+    doubles = doubled(after, request.scopes, finders, "After the install, " if dry_run else "")
     if dry_run:  # hints are for what is on the disk
         hints = Advice([hint for hint in hints.wanted if hint.obstacles])
     return Report(

@@ -5,7 +5,7 @@ from pathlib import Path
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import agent_records
-from muvad_tarnel.hints import advice, doubled, joined, names_of, who_find
+from muvad_tarnel.hints import doubled, joined, names_of, who_find
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
 from muvad_tarnel.planning import Plan
 from muvad_tarnel.setup import skill
@@ -110,8 +110,8 @@ def verdict(chosen: Plan) -> list[Block]:
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
     text = f"{who_find(chosen.agents)} every skill{' once' if is_good else ''}, through {where}."
     lines: list[Block] = [Line(text, Tone.GOOD if is_good else Tone.WARNING)]
-    hints = advice(chosen.after, [chosen.scope], chosen.agents).hints
-    lines += map(Line, doubled(chosen.after, [chosen.scope], chosen.agents, hints))
+    when = "After the install, " if chosen.writes else ""
+    lines += map(Line, doubled(chosen.after, [chosen.scope], chosen.agents, when))
     if spared := avoided(chosen):
         lines.append(Line(f"If each agent used its own directory, {who_find(spared, 'would')} every skill twice."))
     return lines
