@@ -70,15 +70,13 @@ def test_a_plan_gives_its_reasons(project: Path) -> None:
 
 
 def test_a_plan_counts_what_is_there(project: Path) -> None:
-    for kind, also, said in (
-        (
-            "current",
-            "zed",
-            "After the install, Windsurf and Devin find every skill in .agents/skills too; the copies in",
-        ),
-        ("modified", "zed", "A copy in .windsurf/skills is kept: modified."),
-        ("current", "kiro", "shared: copies are there already"),
+    for there, asked, said in (
+        (".windsurf/skills current", "devin zed", "After the install, Windsurf and Devin find every skill in .agents"),
+        (".windsurf/skills modified", "devin zed", "A copy in .windsurf/skills is kept: modified."),
+        (".windsurf/skills current", "devin kiro", "shared: copies are there already"),
+        (".claude/skills current", "droid", "instead of its own, where others would find skills twice"),
+        (".factory/skills foreign", "droid", "instead of its own, which holds another text"),
     ):
-        put(project, ".windsurf/skills", kind)
-        assert said in run("plan", *agents("devin", also), "--scope", "project").stdout
-        assert answer("install", "-n", *agents("devin", also), "--scope", "project")["advice"] == []
+        put(project, *there.split())
+        assert said in run("plan", *agents(*asked.split()), "--scope", "project").stdout
+        assert answer("install", "-n", *agents(*asked.split()), "--scope", "project")["advice"] == []
