@@ -6,10 +6,8 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import agent_records
 from muvad_tarnel.hints import doubled, joined, names_of, who_find
-from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.writing import obstacle_to_writing
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
-from muvad_tarnel.planning import Plan
+from muvad_tarnel.planning import Plan, obstacles_to
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
@@ -103,8 +101,8 @@ def why(chosen: Plan, directory: str, agent: str) -> str:
     if len(chosen.directories[directory]) > 1:
         return "shared, instead of its own"
     places = chosen.survey.at(chosen.scope, own)
-    is_free = not any(copy.state is State.FOREIGN or obstacle_to_writing(copy) for copy in places)
-    problem = "where others would find skills twice" if is_free else "which holds another text or cannot be written"
+    is_taken = obstacles_to(places) or any(copy.exists for copy in places)
+    problem = "which holds another text or cannot be written" if is_taken else "where others would find skills twice"
     return f"instead of its own, {problem}"
 
 
