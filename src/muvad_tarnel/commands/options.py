@@ -56,7 +56,7 @@ class SkillCommand(click.Command):
         if ctx.args and not ctx.resilient_parsing:
             word = ctx.args[0]
             takes_agents = any(parameter.name == "agent_keys" for parameter in self.params)
-            guess = f" Did you mean '--agent {word}'?" if takes_agents and word in AGENT_CONFIG else ""
+            guess = did_you_mean(word, AGENT_CONFIG, "--agent ") if takes_agents else ""
             ctx.fail(f"Unexpected argument {word!r}.{guess}")
         return rest
 
@@ -125,6 +125,7 @@ def _request_options(scoping: Scoping | None, agents: str) -> list[click.Paramet
     options: list[click.Parameter] = []
     if agents:
         key = Choice(list(AGENT_CONFIG), case_sensitive=False)
+        key.listed_by = "muvad-tarnel skill agents"
         text = f"An agent, as `agents` lists them; repeatable.  [default: {agents}]"
         options = [
             click.Option(["--agent", "agent_keys"], multiple=True, type=key, metavar="KEY", help=text),
