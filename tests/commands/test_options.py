@@ -80,6 +80,7 @@ def test_mistakes_are_named(home: Path, arguments: str, named: list[str]) -> Non
 def test_a_forgotten_group_is_suggested() -> None:
     ran = run_process("install", "--scope", "project")
     assert (ran.returncode, "Did you mean 'skill install'?" in ran.stderr) == (2, True), ran.stderr
+    assert "belongs to the host" in run_process("query", "--json").stderr
 
 
 @pytest.mark.parametrize("command", ["install", "status", "remove"])
