@@ -56,9 +56,8 @@ def finding_lines(request: Request, outcomes: list[Outcome]) -> list[Block]:
             is_old = before.keys() == now.keys()
             if len(now) > 1 or (now and is_idle and agent in request.agents):
                 places = tuple(sorted(request.place(request.scope, copy.directory) for copy in now.values()))
-                skills.setdefault(("already" if is_old else "would" if request.dry_run else "", places), []).append(
-                    name
-                )
+                word = "already" if is_old else "would" if request.dry_run else ""
+                skills.setdefault((word, places), []).append(name)
         for (word, places), names in skills.items():
             agents.setdefault((word, places, tuple(names)), []).append(agent)
     return [

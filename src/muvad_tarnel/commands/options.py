@@ -125,14 +125,11 @@ def _request_options(scoping: Scoping | None, agents: str) -> list[click.Paramet
     options: list[click.Parameter] = []
     if agents:
         key = Choice(list(AGENT_CONFIG), case_sensitive=False)
-        key.listed_by = "muvad-tarnel skill agents"
         text = f"An agent, as `agents` lists them; repeatable.  [default: {agents}]"
         options = [
             click.Option(["--agent", "agent_keys"], multiple=True, type=key, metavar="KEY", help=text),
             click.Option(["--all-agents"], is_flag=True, help="Every agent."),
-            click.Option(
-                ["--detect"], is_flag=True, help="The agents in use, judging by directories such as ~/.cursor."
-            ),
+            click.Option(["--detect"], is_flag=True, help="The agents in use, judging by directories like ~/.cursor."),
         ]
     if scoping in ("one", "both"):
         default = "user" if scoping == "one" else "both"

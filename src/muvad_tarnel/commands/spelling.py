@@ -29,11 +29,9 @@ def did_you_mean(word: str, known: Collection[str], prefix: str = "") -> str:
 class Choice(click.Choice[str]):
     """A choice that suggests the nearest word."""
 
-    listed_by = ""  # the command that lists the words, if there are too many for a message
-
     def get_invalid_choice_message(self, value: object, ctx: click.Context | None) -> str:
         """Name the words, or the command that lists them, and the one that was probably meant."""
         guess = " Repeat the option for each." if "," in str(value) else did_you_mean(str(value), self.choices)
-        if self.listed_by:
-            return f"{value!r} is unknown.{guess} {self.listed_by!r} lists them all."
+        if len(self.choices) > 10:  # the agents
+            return f"{value!r} is unknown.{guess} 'muvad-tarnel skill agents' lists them all."
         return super().get_invalid_choice_message(value, ctx) + guess
