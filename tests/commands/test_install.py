@@ -52,6 +52,7 @@ def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> Non
 
     assert "already finds" not in run("install", *agents("cursor")).stdout
     assert outdated() == [".gemini/skills", ".cursor/skills"]
+    assert "up to date: ~/.gemini/skills.\n" in run("status").stdout
     run("update", "--scope", "user")
     assert outdated() == [".cursor/skills"]
 

@@ -92,7 +92,7 @@ def why(chosen: Plan, directory: str, agent: str) -> str:
     """Why an agent is served by a directory."""
     if is_twice(chosen, agent):
         others = [other for other, readers in chosen.directories.items() if agent in readers and other != directory]
-        return f"also in {joined(others)}"
+        return f"also in {joined(chosen.survey.at(chosen.scope, other)[0].place for other in others)}"
     own = AGENT_CONFIG[agent].directories(chosen.scope)[0]
     if directory == own:
         return "its own directory"
@@ -100,8 +100,7 @@ def why(chosen: Plan, directory: str, agent: str) -> str:
         return "shared: copies are there already"
     if len(chosen.directories[directory]) > 1:
         return "shared, instead of its own"
-    places = chosen.survey.at(chosen.scope, own)
-    is_taken = obstacles_to(places) or any(copy.exists for copy in places)
+    is_taken = any(copy.exists or obstacles_to([copy]) for copy in chosen.survey.at(chosen.scope, own))
     problem = "which holds another text or cannot be written" if is_taken else "where others would find skills twice"
     return f"instead of its own, {problem}"
 

@@ -55,6 +55,11 @@ class Copy(NamedTuple):
         return self.state in (State.OUTDATED, State.INCOMPLETE)
 
     @property
+    def place(self) -> str:
+        """The skills directory in a sentence."""
+        return f"~/{self.directory}" if self.scope == "user" and self.directory[0] != "/" else self.directory
+
+    @property
     def link(self) -> Path | None:
         """The copy itself, or its skill's directory, if that is a link."""
         places = (self.path, self.path.parent)
