@@ -20,6 +20,8 @@ class CommandLine(click.Group):
         word = args[0]
         if not word.startswith("-") and word not in self.commands and not ctx.resilient_parsing:
             guess = did_you_mean(word, COMMANDS, "skill ") or did_you_mean(word, self.commands)
+            if word in ("init", "query", "rebuild", "report"):  # which the skills' documents name
+                guess = " It belongs to the host that keeps the index, and is not part of this package."
             ctx.fail(f"No such command {word!r}.{guess}")
         return super().resolve_command(ctx, args)
 
@@ -27,7 +29,7 @@ class CommandLine(click.Group):
 @click.group(cls=CommandLine, context_settings={"help_option_names": ["-h", "--help"]})
 @click.version_option(__version__, prog_name="muvad-tarnel", message="%(prog)s %(version)s")
 def command_line() -> None:
-    """Semantic code intelligence for AI coding agents."""
+    """Install skills for AI coding agents."""
 
 
 command_line.add_command(skill_group)

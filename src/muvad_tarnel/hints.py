@@ -60,7 +60,7 @@ def advice(
 def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) -> list[Hint]:
     """An update, if a copy that the agents read at the scope needs one."""
     stale = replaceable(survey.read_by(about, [scope]), force=False)
-    places = ", ".join(dict.fromkeys(copy.directory for copy in stale))
+    places = ", ".join(dict.fromkeys(copy.place for copy in stale))
     reason = f"{count(len(stale))} at {scope} scope {'is' if len(stale) == 1 else 'are'} not up to date: {places}"
     return [Hint(reason, scope, ("update", "--scope", scope), obstacles_to(stale))] if stale else []
 
@@ -108,29 +108,30 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
     after = survey.changed(State.MISSING, redundant)
     hints = []
-    for scope, directory in dict.fromkeys((copy.scope, copy.directory) for copy in redundant):
+    for scope, directory, place in dict.fromkeys((copy.scope, copy.directory, copy.place) for copy in redundant):
         copies = [copy for copy in redundant if (copy.scope, copy.directory) == (scope, directory)]
         names = [copy.skill for copy in copies]
         readers = readers_of(directory, scope)
         if not set(about) & set(readers):
             continue
         found = (after.finds(agent, scope, name) for agent, name in product(readers, names))
-        others = dict.fromkeys(copy.directory for files in found for copy in files.values())
-        needless = f"the {'copy' if len(names) == 1 else 'copies'} in {directory} {'is' if len(names) == 1 else 'are'}"
+        others = dict.fromkeys(copy.place for files in found for copy in files.values())
+        needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
         reason = f"{who_find(readers)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
     return hints
 
 
-def doubled(survey: Survey, scopes: Iterable[Scope], agents: Iterable[str], hints: Sequence[Hint]) -> list[str]:
-    """Why agents find skills several times, or that there will be hints about it."""
+def doubled(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], when: str = "") -> list[str]:
+    """Which copies that make agents find skills several times are not needed, and when; or why all of them stay."""
     reasons: dict[str, None] = {}
     for agent, scope, name in product(agents, scopes, skill.SKILL_TEMPLATES):
         if len(found := survey.finds(agent, scope, name).values()) > 1:
-            kept = {copy.directory: obstacle_to_removing(copy, force=False) for copy in found}
+            kept = {copy.place: obstacle_to_removing(copy, force=False) for copy in found}
             whys = [f"A copy in {place} is kept: {why.problem}." for place, why in kept.items() if why]
             reasons |= dict.fromkeys(whys or ["Skills found twice can stay: other agents need each copy."])
-    return ["After the install, `status` names the copies that are not needed."] if hints and reasons else list(reasons)
+    needless = removing(survey, scopes, agents) if reasons else []
+    return [f"{when}{hint.reason}." for hint in needless] or list(reasons)
 
 
 def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:

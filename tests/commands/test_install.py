@@ -50,8 +50,9 @@ def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> Non
         rows = answer("status", "--all-agents")["results"]
         return [row["directory"] for row in rows if row["state"] == "outdated"]
 
-    run("install", *agents("cursor"))
+    assert "already finds" not in run("install", *agents("cursor")).stdout
     assert outdated() == [".gemini/skills", ".cursor/skills"]
+    assert "up to date: ~/.gemini/skills.\n" in run("status").stdout
     run("update", "--scope", "user")
     assert outdated() == [".cursor/skills"]
 
@@ -70,11 +71,13 @@ def test_a_plan_gives_its_reasons(project: Path) -> None:
 
 
 def test_a_plan_counts_what_is_there(project: Path) -> None:
-    for kind, also, said in (
-        ("current", "zed", "After the install, `status` names the copies that are not needed."),
-        ("modified", "zed", "A copy in .windsurf/skills is kept: modified."),
-        ("current", "kiro", "shared: copies are there already"),
+    for there, asked, said in (
+        (".windsurf/skills current", "devin zed", "After the install, Windsurf and Devin find every skill in .agents"),
+        (".windsurf/skills modified", "devin zed", "A copy in .windsurf/skills is kept: modified."),
+        (".windsurf/skills current", "devin kiro", "shared: copies are there already"),
+        (".claude/skills current", "droid", "instead of its own, where others would find skills twice"),
+        (".factory/skills foreign", "droid", "instead of its own, which holds another text"),
     ):
-        put(project, ".windsurf/skills", kind)
-        assert said in run("plan", *agents("devin", also), "--scope", "project").stdout
-        assert answer("install", "-n", *agents("devin", also), "--scope", "project")["advice"] == []
+        put(project, *there.split())
+        assert said in run("plan", *agents(*asked.split()), "--scope", "project").stdout
+        assert answer("install", "-n", *agents(*asked.split()), "--scope", "project")["advice"] == []

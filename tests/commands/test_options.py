@@ -6,8 +6,6 @@ from pathlib import Path
 import pytest
 from running import answer, files, holding_all, put, run, run_process
 
-from muvad_tarnel.setup.config import AGENT_CONFIG
-
 
 @pytest.mark.parametrize(("git", "root"), [("folder", "inner"), ("file", "inner"), ("absent", "inner/deep/down")])
 def test_the_project_is_found_upward(project: Path, monkeypatch: pytest.MonkeyPatch, git: str, root: str) -> None:
@@ -58,9 +56,9 @@ def test_agents_in_use_are_detected(home: Path) -> None:
 @pytest.mark.parametrize(
     ("arguments", "named"),
     [
-        ("install --agent nobody", ["nobody", *AGENT_CONFIG]),
+        ("install --agent nobody", ["nobody", "skill agents"]),
         ("install --all-agents --agent claude", ["--agent", "--all-agents", "--detect"]),
-        ("install --agent coursor", ["Did you mean 'cursor'?"]),
+        ("install --agent coursor", ["'coursor' is unknown. Did you mean 'cursor'?"]),
         ("install --agent vscode", ["Did you mean 'copilot'?"]),
         ("show tarnel-wikki", ["Did you mean 'tarnel-wiki'?"]),
         ("install --dryrun", ["--dry-run"]),
@@ -68,7 +66,7 @@ def test_agents_in_use_are_detected(home: Path) -> None:
         ("update --agent cursor", ["Did you mean 'install --agent'?"]),
         ("remove cursor", ["/.cursor/skills'?"]),
         ("uninstall", ["Did you mean 'remove'?"]),
-        ("install claude", ["Did you mean '--agent claude'?"]),
+        ("install Claude", ["Did you mean '--agent claude'?"]),
         ("install --agent claude,cursor", ["Repeat the option for each."]),
     ],
 )
@@ -82,6 +80,7 @@ def test_mistakes_are_named(home: Path, arguments: str, named: list[str]) -> Non
 def test_a_forgotten_group_is_suggested() -> None:
     ran = run_process("install", "--scope", "project")
     assert (ran.returncode, "Did you mean 'skill install'?" in ran.stderr) == (2, True), ran.stderr
+    assert "belongs to the host" in run_process("query", "--json").stderr
 
 
 @pytest.mark.parametrize("command", ["install", "status", "remove"])

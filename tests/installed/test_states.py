@@ -17,7 +17,7 @@ CASES = {
     "current, as Windows has it": ("current", __version__, 0, "none", "none", "", "remove", False),
     "outdated": ("outdated", "0.0.1", 1, "update", "update", "update", "remove", False),
     "outdated, edited": ("outdated", "0.0.1", 1, "update*", "update*", "update*", "kept", True),
-    "newer": ("newer", "99.0", 0, "none", "replace", "", "kept", False),
+    "newer": ("newer", "99.0", 0, "none", "replace", "", "kept", True),
     "modified": ("modified", __version__, 0, "none", "replace*", "", "kept", True),
     "incomplete": ("incomplete", __version__, 1, "update", "update", "update", "remove", False),
     "incomplete, empty": ("incomplete", None, 1, "update", "update", "update", "remove", False),

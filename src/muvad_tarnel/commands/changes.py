@@ -13,6 +13,7 @@ from muvad_tarnel.commands.wording import (
     agent_records,
     copy_record,
     copy_tables,
+    obstacles_of,
 )
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import Advice, advice, count, doubled
@@ -127,10 +128,11 @@ def report_of(
     """The report on changes for the agents, with remarks after the summary. `nothing` is said without outcomes."""
     dry_run, after = request.dry_run, survey_after(request, outcomes)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
+    unreadable = obstacles_of(o.copy for o in outcomes if o.action == "none" and o.copy.state is State.UNREADABLE)
     # What has failed is not to be tried at once.
     hints = Advice() if obstacles else advice(after, request.scopes, agents)
     finders = (*agents, *request.in_use) if agents and not obstacles else ()
-    doubles = doubled(after, request.scopes, finders, hints.hints)
+    doubles = doubled(after, request.scopes, finders, "After the install, " if dry_run else "")
     if dry_run:  # hints are for what is on the disk
         hints = Advice([hint for hint in hints.wanted if hint.obstacles])
     return Report(
@@ -144,6 +146,6 @@ def report_of(
         {"dry_run": dry_run},
         agents=agent_records(after, request.scopes, agents or request.survey.finders(request.scopes)),
         advice=advice_records(request, hints),
-        errors=[*obstacles, *hints.obstacles],
+        errors=[*obstacles, *unreadable, *hints.obstacles],
         exit_code=int(bool(obstacles)),
     )

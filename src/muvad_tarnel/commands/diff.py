@@ -5,7 +5,7 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import copy_record, obstacles_of
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import document, plain
+from muvad_tarnel.installed.documents import State, document, plain
 from muvad_tarnel.installed.survey import each_once
 from muvad_tarnel.installed.writing import difference
 from muvad_tarnel.output.report import Document, Line, Report, Tone
@@ -15,11 +15,11 @@ from muvad_tarnel.setup.config import AGENT_CONFIG
 
 @skill_command("both", agents="all")
 def diff(request: Request) -> Report:
-    """Show modified and foreign texts that could be replaced.
+    """Show modified, newer and foreign texts that could be replaced.
 
-    `install` or `update`, perhaps with --force, would replace these texts and keep them as SKILL.md.bak. Each is
-    compared with this package's document. Lines with - are in the copy only, lines with + in the document only. Line
-    ends and a byte order mark are no difference.
+    `install` or `update`, perhaps with --force, would replace these texts, and keep those that this package did not
+    write as SKILL.md.bak. Each is compared with this package's document. Lines with - are in the copy only, lines with
+    + in the document only. Line ends and a byte order mark are no difference.
 
     \b
     Examples:
@@ -28,15 +28,16 @@ def diff(request: Request) -> Report:
     """
     read = request.survey.read_by(request.named or AGENT_CONFIG, request.scopes)
     copies = each_once(copy for copy in read if copy.exists)
-    unreadable = obstacles_of(copy for copy in copies if copy.obstacle)
-    differing = [copy for copy in copies if copy.content is not None and not copy.is_ours and not copy.misplaced]
-    which, tone = ("No other", Tone.NEUTRAL) if unreadable else ("No", Tone.GOOD)
-    nothing = Line(f"{which} installed copy differs from this package's documents.", tone)
+    obstacles = obstacles_of(copies)
+    readable = (copy for copy in copies if copy.content is not None and not copy.misplaced)
+    differing = [copy for copy in readable if not copy.is_ours or copy.state is State.NEWER]
+    which, tone = ("No other", Tone.NEUTRAL) if obstacles else ("No", Tone.GOOD)
+    nothing = Line(f"{which} copy is modified, newer or foreign.", tone)
     return Report(
         [Document("".join(map(unified, differing)), is_diff=True) if differing else nothing],
         [copy_record(copy) | {"difference": difference(copy), "diff": unified(copy)} for copy in differing],
-        errors=unreadable,
-        exit_code=int(bool(unreadable)),
+        errors=obstacles,
+        exit_code=int(bool(obstacles)),
     )
 
 

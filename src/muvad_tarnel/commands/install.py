@@ -7,7 +7,7 @@ from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import times
 from muvad_tarnel.hints import joined, skills_of, who_find
-from muvad_tarnel.installed.survey import Survey, each_once
+from muvad_tarnel.installed.survey import each_once
 from muvad_tarnel.output.report import Block, Line, Report, Tone
 from muvad_tarnel.planning import Plan
 from muvad_tarnel.setup import skill
@@ -24,7 +24,7 @@ def install(request: Request, *, force: bool) -> Report:
     read are updated.
 
     Running it again is safe. A text that this package did not write is kept as SKILL.md.bak when it is replaced;
-    `diff` shows it beforehand.
+    `diff` shows it beforehand. A foreign copy is replaced without --force if no other directory serves the agent.
 
     \b
     Examples:
@@ -38,24 +38,26 @@ def install(request: Request, *, force: bool) -> Report:
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 
-    remarks = finding_lines(request, survey_after(request, outcomes))
+    remarks = finding_lines(request, outcomes)
     report = report_of(request, outcomes, request.agents, remarks=remarks)
     return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.root)})
 
 
-def finding_lines(request: Request, after: Survey) -> list[Block]:
-    """Which agents need nothing new, and which find a skill several times: a line for the same places."""
+def finding_lines(request: Request, outcomes: list[Outcome]) -> list[Block]:
+    """Which agents need nothing written, and which find a skill several times: a line for the same places."""
+    after = survey_after(request, outcomes)
+    busy = {outcome.copy.file for outcome in outcomes if outcome.action != "none"}
     agents: dict[tuple[str, tuple[str, ...], tuple[str, ...]], list[str]] = {}
     for agent in dict.fromkeys((*request.agents, *request.in_use)):
         skills: dict[tuple[str, tuple[str, ...]], list[str]] = {}
+        is_idle = not any(copy.file in busy for copy in request.survey.read_by([agent], [request.scope]))
         for name in skill.SKILL_TEMPLATES:
             before, now = (survey.finds(agent, request.scope, name) for survey in (request.survey, after))
             is_old = before.keys() == now.keys()
-            if len(now) > 1 or (now and is_old and agent in request.agents):
+            if len(now) > 1 or (now and is_idle and agent in request.agents):
                 places = tuple(sorted(request.place(request.scope, copy.directory) for copy in now.values()))
-                skills.setdefault(("already" if is_old else "would" if request.dry_run else "", places), []).append(
-                    name
-                )
+                word = "already" if is_old else "would" if request.dry_run else ""
+                skills.setdefault((word, places), []).append(name)
         for (word, places), names in skills.items():
             agents.setdefault((word, places, tuple(names)), []).append(agent)
     return [

@@ -56,7 +56,7 @@ class SkillCommand(click.Command):
         if ctx.args and not ctx.resilient_parsing:
             word = ctx.args[0]
             takes_agents = any(parameter.name == "agent_keys" for parameter in self.params)
-            guess = f" Did you mean '--agent {word}'?" if takes_agents and word in AGENT_CONFIG else ""
+            guess = did_you_mean(word, AGENT_CONFIG, "--agent ") if takes_agents else ""
             ctx.fail(f"Unexpected argument {word!r}.{guess}")
         return rest
 
@@ -129,9 +129,7 @@ def _request_options(scoping: Scoping | None, agents: str) -> list[click.Paramet
         options = [
             click.Option(["--agent", "agent_keys"], multiple=True, type=key, metavar="KEY", help=text),
             click.Option(["--all-agents"], is_flag=True, help="Every agent."),
-            click.Option(
-                ["--detect"], is_flag=True, help="The agents in use, judging by directories such as ~/.cursor."
-            ),
+            click.Option(["--detect"], is_flag=True, help="The agents in use, judging by directories like ~/.cursor."),
         ]
     if scoping in ("one", "both"):
         default = "user" if scoping == "one" else "both"

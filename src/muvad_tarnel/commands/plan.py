@@ -5,9 +5,9 @@ from pathlib import Path
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import agent_records
-from muvad_tarnel.hints import advice, doubled, joined, names_of, who_find
+from muvad_tarnel.hints import doubled, joined, names_of, who_find
 from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Table, Tone
-from muvad_tarnel.planning import Plan
+from muvad_tarnel.planning import Plan, obstacles_to
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
@@ -92,11 +92,17 @@ def why(chosen: Plan, directory: str, agent: str) -> str:
     """Why an agent is served by a directory."""
     if is_twice(chosen, agent):
         others = [other for other, readers in chosen.directories.items() if agent in readers and other != directory]
-        return f"twice: also in {joined(others)}"
-    if directory == AGENT_CONFIG[agent].directories(chosen.scope)[0]:
+        return f"also in {joined(chosen.survey.at(chosen.scope, other)[0].place for other in others)}"
+    own = AGENT_CONFIG[agent].directories(chosen.scope)[0]
+    if directory == own:
         return "its own directory"
-    is_used = any(copy.is_found for copy in chosen.survey.at(chosen.scope, directory))
-    return "shared: copies are there already" if is_used else "shared, instead of its own"
+    if any(copy.is_found for copy in chosen.survey.at(chosen.scope, directory)):
+        return "shared: copies are there already"
+    if len(chosen.directories[directory]) > 1:
+        return "shared, instead of its own"
+    is_taken = any(copy.exists or obstacles_to([copy]) for copy in chosen.survey.at(chosen.scope, own))
+    problem = "which holds another text or cannot be written" if is_taken else "where others would find skills twice"
+    return f"instead of its own, {problem}"
 
 
 def verdict(chosen: Plan) -> list[Block]:
@@ -108,10 +114,12 @@ def verdict(chosen: Plan) -> list[Block]:
     number = len({files_of(chosen, directory) for directory in chosen.directories})
     where = "1 directory" if number == 1 else f"{number} directories"
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
-    text = f"{who_find(chosen.agents)} every skill{' once' if is_good else ''}, through {where}."
+    text = (
+        f"{who_find(chosen.agents)} every skill{' once' if is_good else ''} at {chosen.scope} scope, through {where}."
+    )
     lines: list[Block] = [Line(text, Tone.GOOD if is_good else Tone.WARNING)]
-    hints = advice(chosen.after, [chosen.scope], chosen.agents).hints
-    lines += map(Line, doubled(chosen.after, [chosen.scope], chosen.agents, hints))
+    when = "After the install, " if chosen.writes else ""
+    lines += map(Line, doubled(chosen.after, [chosen.scope], chosen.agents, when))
     if spared := avoided(chosen):
         lines.append(Line(f"If each agent used its own directory, {who_find(spared, 'would')} every skill twice."))
     return lines

@@ -30,6 +30,8 @@ class Choice(click.Choice[str]):
     """A choice that suggests the nearest word."""
 
     def get_invalid_choice_message(self, value: object, ctx: click.Context | None) -> str:
-        """Name the words, and the one that was probably meant."""
+        """Name the words, or the command that lists them, and the one that was probably meant."""
         guess = " Repeat the option for each." if "," in str(value) else did_you_mean(str(value), self.choices)
+        if len(self.choices) > 10:  # the agents
+            return f"{value!r} is unknown.{guess} 'muvad-tarnel skill agents' lists them all."
         return super().get_invalid_choice_message(value, ctx) + guess

@@ -104,7 +104,7 @@ def blocks(request: Request, copies: list[Copy], agents: Sequence[str], hints: A
     shown = shortlist(request, agents)
     yield from finding_table(request, agents, shown)
     yield from remarks(request, copies)
-    yield from advice_blocks(request, hints, doubled(request.survey, request.scopes, shown, ()))
+    yield from advice_blocks(request, hints, doubled(request.survey, request.scopes, shown))
 
 
 def finding_table(request: Request, agents: Sequence[str], shown: Sequence[str]) -> Iterator[Block]:

@@ -55,6 +55,11 @@ class Copy(NamedTuple):
         return self.state in (State.OUTDATED, State.INCOMPLETE)
 
     @property
+    def place(self) -> str:
+        """The skills directory in a sentence."""
+        return f"~/{self.directory}" if self.scope == "user" and self.directory[0] != "/" else self.directory
+
+    @property
     def link(self) -> Path | None:
         """The copy itself, or its skill's directory, if that is a link."""
         places = (self.path, self.path.parent)
@@ -75,7 +80,8 @@ class Copy(NamedTuple):
         below_root = [place for place in (self.path, *self.path.parents) if not self.root.is_relative_to(place)]
         link = next((place for place in below_root if os.path.islink(place)), self.path)  # noqa: PTH114
         where = "which is no copy of this skill" if is_inside else "outside the repository"
-        return Obstacle(str(link), f"a link to {os.path.realpath(link)}, {where}", "remove the link")
+        kind = "link" if os.path.exists(link) else "dangling link"  # noqa: PTH110 (never raises)
+        return Obstacle(str(link), f"a {kind} to {os.path.realpath(link)}, {where}", "remove the link")
 
 
 def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
