@@ -74,12 +74,12 @@ def table(request: Request, shadows: Iterable[Shadow]) -> Table:
 
 def effects_of(shadow: Shadow) -> dict[Cell, str]:
     """What the two copies mean to which agents."""
-    if not shadow.is_different:
-        return {Cell("same text, no harm", Tone.GOOD): names_of(shadow.agents)}
     agents: dict[Cell, list[str]] = {}
     for agent in shadow.agents:
         record = AGENT_CONFIG[agent]
-        agents.setdefault(Cell(EFFECTS[record.precedence], Tone.WARNING), []).append(record.name)
+        effect = Cell(EFFECTS[record.precedence], Tone.WARNING)
+        effect = effect if shadow.is_different else Cell("same text, no harm", Tone.GOOD)
+        agents.setdefault(effect, []).append(record.name)
     return {effect: ", ".join(names) for effect, names in agents.items()}
 
 
