@@ -93,9 +93,10 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
         own = [
             each for each, (scope, directory) in known.items() if directory == AGENT_CONFIG[text].directories(scope)[0]
         ]
-        guess = f" Did you mean {next(filter(in_use.get, own), own[0])!r}?"
-    else:
-        guess = did_you_mean(text, {directory for _, directory in in_use.values()} - {os.path.normpath(text)})
+        guess = next((f" Did you mean {each!r}?" for each in own if each in in_use), "")
+    else:  # all known directories end alike: a low cutoff would suggest another agent's
+        others = {directory for _, directory in known.values()} - {os.path.normpath(text)}
+        guess = did_you_mean(text, others, cutoff=0.9)
     raise click.BadParameter(f"unknown skills directory {text!r}{expected}.{guess}", param_hint="DIRECTORY")
 
 
