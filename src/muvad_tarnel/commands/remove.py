@@ -14,7 +14,7 @@ from muvad_tarnel.commands.spelling import did_you_mean
 from muvad_tarnel.commands.wording import advice_blocks, advice_records
 from muvad_tarnel.hints import Advice, Hint, agent_words, joined, who_find
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.survey import directories_read
+from muvad_tarnel.installed.survey import directories_read, readers_of
 from muvad_tarnel.installed.writing import clean_up, obstacle_to_removing, reason_to_keep
 from muvad_tarnel.installed.writing import remove as remove_copy
 from muvad_tarnel.output.report import Report
@@ -117,12 +117,22 @@ def removed(request: Request, copy: Copy, *, force: bool) -> Outcome:
 
 
 def lost(request: Request, copies: Sequence[Copy]) -> Iterator[Hint]:
-    """Which of the agents that are detected, or read one directory only, find skills no longer; how to undo it."""
+    """Which agents find skills no longer, and how to undo it.
+
+    These are agents that are detected, or read one directory only; and for every other directory the agent that
+    prefers it most, since nothing tells for whom it was installed.
+    """
     how = "would no longer" if request.dry_run else "no longer"
     for scope in request.scopes:
         losing: dict[str, list[str]] = {}
-        for agent, names in request.survey.losses(copies, scope).items():
-            if agent in request.in_use or len(AGENT_CONFIG[agent].directories(scope)) == 1:
+        losses = request.survey.losses(copies, scope)
+        read = {agent: AGENT_CONFIG[agent].directories(scope) for agent in losses}
+        told = {agent for agent in losses if agent in request.in_use or len(read[agent]) == 1}
+        for directory in {copy.directory for copy in copies if copy.scope == scope} - {read[each][0] for each in told}:
+            readers = readers_of(directory, scope, losses)
+            told.update(sorted(readers, key=lambda agent: read[agent].index(directory))[:1])
+        for agent, names in losses.items():
+            if agent in told:
                 which = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
                 losing.setdefault(which, []).append(agent)
         for which, agents in losing.items():
