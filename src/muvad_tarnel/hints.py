@@ -84,6 +84,13 @@ def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -
     return agents
 
 
+def in_the_way(survey: Survey, scopes: Sequence[Scope], agent: str) -> list[Obstacle]:
+    """What keeps a skill that an agent lacks from standing beside others that it finds."""
+    lacking = survey.lacking(agent, scopes)
+    places = (copy for copy in survey.read_by([agent], scopes) if copy.skill in lacking)
+    return obstacles_to(copy for copy in places if any(c.is_found for c in survey.at(copy.scope, copy.directory)))
+
+
 def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint]:
     """An install for agents that lack a skill: one for all of them, or one for those that obstacles don't concern."""
     plans = [Plan(survey, scope, agents)]

@@ -22,6 +22,7 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
         ("user .cursor/skills current, user .claude/skills foreign", "--agent cursor", 1, ""),
         ("user .cursor/skills current, user .claude/skills unreadable", "--agent gemini --scope project", 1, None),
         ("user .cursor/skills current, user .agents/skills current", "", 0, "remove .cursor/skills --scope user"),
+        ("user .claude/skills current, user .claude/skills unreadable tarnel", "", 1, ""),
         ("user .cursor/skills modified, user .agents/skills modified", "", 0, ""),
         ("project .claude/skills current tarnel", "", 1, "install --scope project --agent claude"),
     ],

@@ -1,6 +1,7 @@
 """`muvad-tarnel skill status`."""
 
 from collections.abc import Iterator, Sequence
+from itertools import chain
 
 import click
 
@@ -18,7 +19,7 @@ from muvad_tarnel.commands.wording import (
     obstacles_of,
     shortlist,
 )
-from muvad_tarnel.hints import Advice, advice, doubled, joined, lacking_at, skills_of, sufficient
+from muvad_tarnel.hints import Advice, advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import grouped
@@ -62,7 +63,10 @@ def status(request: Request, *, check: bool) -> Report:
     nothing = not any(copy.exists and copy.scope in scopes for copy in survey.copies)
     finding = survey.finders(scopes)
     partly = [agent for agent in finding if survey.lacking(agent, scopes)]
-    unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, partly)
+    # Once an obstacle is out of the way, agents that nobody uses may need no install.
+    obstacles = {agent: in_the_way(survey, scopes, agent) for agent in partly if not named}
+    wanted = [agent for agent in partly if agent in request.in_use or not obstacles.get(agent)]
+    unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, wanted)
     hints = advice(survey, scopes, named or unnamed, about=named or AGENT_CONFIG)
     copies = list(listed(request))
     agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
@@ -78,7 +82,7 @@ def status(request: Request, *, check: bool) -> Report:
         {"roots": {scope: str(request.roots[scope]) for scope in scopes}},
         agents=agent_records(survey, scopes, agents),
         advice=advice_records(request, hints),
-        errors=list(dict.fromkeys([*obstacles_of(copies), *hints.obstacles])),
+        errors=list(dict.fromkeys([*obstacles_of(copies), *chain(*obstacles.values()), *hints.obstacles])),
         exit_code=int(check and is_wrong),
     )
 
