@@ -90,10 +90,8 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     if name in skill.SKILL_TEMPLATES and folder:
         guess = f" Did you mean '{folder} --skill {name}'?"
     elif text in AGENT_CONFIG:
-        own = [
-            each for each, (scope, directory) in known.items() if directory == AGENT_CONFIG[text].directories(scope)[0]
-        ]
-        guess = next((f" Did you mean {each!r}?" for each in own if each in in_use), "")
+        own = [(scope, directory) for scope in request.roots for directory in AGENT_CONFIG[text].directories(scope)[:1]]
+        guess = next((f" Did you mean {each!r}?" for each, place in in_use.items() if place in own), "")
     else:  # all known directories end alike: a low cutoff would suggest another agent's
         others = {directory for _, directory in known.values()} - {os.path.normpath(text)}
         guess = did_you_mean(text, others, cutoff=0.9)
@@ -117,20 +115,15 @@ def removed(request: Request, copy: Copy, *, force: bool) -> Outcome:
 
 
 def lost(request: Request, copies: Sequence[Copy]) -> Iterator[Hint]:
-    """Which agents find skills no longer, and how to undo it.
-
-    These are agents that are detected, or read one directory only; and for every other directory the agent that
-    prefers it most, since nothing tells for whom it was installed.
-    """
+    """Which agents find skills no longer: detected ones, those with no other directory, and one for any other."""
     how = "would no longer" if request.dry_run else "no longer"
     for scope in request.scopes:
         losing: dict[str, list[str]] = {}
         losses = request.survey.losses(copies, scope)
-        read = {agent: AGENT_CONFIG[agent].directories(scope) for agent in losses}
-        told = {agent for agent in losses if agent in request.in_use or len(read[agent]) == 1}
-        for directory in {copy.directory for copy in copies if copy.scope == scope} - {read[each][0] for each in told}:
-            readers = readers_of(directory, scope, losses)
-            told.update(sorted(readers, key=lambda agent: read[agent].index(directory))[:1])
+        told = {each for each in losses if each in request.in_use or len(AGENT_CONFIG[each].directories(scope)) == 1}
+        for readers in [readers_of(copy.directory, scope, losses) for copy in copies if copy.scope == scope]:
+            if told.isdisjoint(readers):
+                told.update(readers[:1])
         for agent, names in losses.items():
             if agent in told:
                 which = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
