@@ -78,6 +78,11 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
     assert run("shadowed", "--check").exit_code == 0
     shown = run("shadowed", "-v").stdout
     assert ("same text, no harm" in shown, "Cursor, OpenCode, Goose, " in shown) == (True, True), shown
+    for kind in ("modified", "newer"):
+        put(home, ".claude/skills", kind, "tarnel")
+        assert "    muvad-tarnel skill update --scope user --force\n" in run("shadowed").stdout
+        run("update", "--scope", "user", "--force")
+        assert run("shadowed", "--check").exit_code == 0
     (project / ".claude").symlink_to(home / ".claude")
     assert answer("shadowed", *agents("claude"), "--check")["results"] == []
 
