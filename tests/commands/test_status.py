@@ -22,6 +22,7 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
         ("user .cursor/skills current, user .claude/skills foreign", "--agent cursor", 1, ""),
         ("user .cursor/skills current, user .claude/skills unreadable", "--agent gemini --scope project", 1, None),
         ("user .cursor/skills current, user .agents/skills current", "", 0, "remove .cursor/skills --scope user"),
+        ("user .claude/skills foreign", "--agent claude", 1, "install --scope user --agent claude"),
         ("user .claude/skills current, user .claude/skills unreadable tarnel", "", 1, ""),
         ("user .cursor/skills modified, user .agents/skills modified", "", 0, ""),
         ("project .claude/skills current tarnel", "", 1, "install --scope project --agent claude"),
@@ -34,7 +35,9 @@ def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, co
     said = answer("status", "--check", *asked.split(), exit_code=code)
     hints = [" ".join(hint["command"][2:]) for hint in said["advice"]]
     assert command is None or command in (hints or [""])
+    assert ("be replaced" in str(said["advice"])) is there.startswith("user .claude/skills foreign")
     shown = run("status", *asked.split()).stdout
+    assert ("update --force --scope user\n" in shown) is ("foreign" in there)
     assert all(f"    to fix:  muvad-tarnel skill {hint}\n" in shown for hint in hints)
 
 
