@@ -84,6 +84,13 @@ def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -
     return agents
 
 
+def in_the_way(survey: Survey, scopes: Sequence[Scope], agent: str) -> list[Obstacle]:
+    """What keeps a skill that an agent lacks from standing beside others. Once it is gone, no install is needed."""
+    lacking = survey.lacking(agent, scopes)
+    places = (copy for copy in survey.read_by([agent], scopes) if copy.skill in lacking)
+    return obstacles_to(copy for copy in places if any(c.is_found for c in survey.at(copy.scope, copy.directory)))
+
+
 def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint]:
     """An install for agents that lack a skill: one for all of them, or one for those that obstacles don't concern."""
     plans = [Plan(survey, scope, agents)]
@@ -100,6 +107,8 @@ def install_hint(plan: Plan) -> Hint:
     is_none = all(len(survey.lacking(agent, [scope])) == len(skill.SKILL_TEMPLATES) for agent in agents)
     which = "any skill" if is_none else "every skill"
     reason = f"{names_of(agents)} {'does' if len(agents) == 1 else 'do'} not find {which}"
+    if foreign := [copy for copy in plan.writes if copy.state is State.FOREIGN]:
+        reason += f"; {count(len(foreign))} not written by this package will be replaced and kept as SKILL.md.bak"
     return Hint(reason, scope, ("install", "--scope", scope, *agent_words(agents)), plan.obstacles)
 
 

@@ -64,7 +64,6 @@ def test_agents_in_use_are_detected(home: Path) -> None:
         ("install --dryrun", ["--dry-run"]),
         ("status --all", ["Did you mean '--all-agents'?"]),
         ("update --agent cursor", ["Did you mean 'install --agent'?"]),
-        ("remove cursor", ["/.cursor/skills'?"]),
         ("uninstall", ["Did you mean 'remove'?"]),
         ("install Claude", ["Did you mean '--agent claude'?"]),
         ("install --agent claude,cursor", ["Repeat the option for each."]),

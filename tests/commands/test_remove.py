@@ -3,7 +3,7 @@
 from pathlib import Path
 
 import pytest
-from running import answer, files, holding_all, put, run
+from running import agents, answer, files, holding_all, put, run
 
 
 @pytest.mark.parametrize(
@@ -44,6 +44,9 @@ def test_unknown_directories_are_usage_errors(home: Path) -> None:
         ("", "must not be empty"),
         ("src", f"expected one of {home}/.claude/skills"),
         (".claude/skill", "Did you mean '.claude/skills'?"),
+        (".cusor/skills", "Did you mean '.cursor/skills'?"),
+        ("claude", f"Did you mean '{home}/.claude/skills'?"),
+        *((unlike, "/.claude/skills. ") for unlike in (".zed/skills", "cursor")),
         (".claude/skills/tarnel", "Did you mean '.claude/skills --skill tarnel'?"),
     ]:
         result = run("remove", directory)
@@ -57,11 +60,16 @@ def test_a_directory_that_holds_more_stays(home: Path) -> None:
     assert files(home) == {".claude/skills/tarnel/notes.txt", ".claude/skills/tarnel-wiki/SKILL.md"}
 
 
-def test_it_undoes_an_install(home: Path, project: Path) -> None:
-    run("install", "--all-agents", "--scope", "project")
+def test_it_undoes_an_install(home: Path) -> None:
+    for asked in ("warp droid augment zed", "cursor"):
+        run("install", *agents(*asked.split()))
+        written = files(home)
+        (hint,) = answer("remove")["advice"]
+        assert files(home) == set()
+        run(*hint["command"][2:])
+        assert files(home) == written
+        run("remove")
     put(home, ".claude/skills")
-    assert "install" in answer("remove", "--scope", "project")["advice"][0]["command"]
-    assert files(project) == set()
     assert run("remove", "--scope", "project").stdout == "Nothing to remove at project scope.\n"
     assert holding_all(home) == {".claude/skills"}
 

@@ -22,6 +22,8 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
         ("user .cursor/skills current, user .claude/skills foreign", "--agent cursor", 1, ""),
         ("user .cursor/skills current, user .claude/skills unreadable", "--agent gemini --scope project", 1, None),
         ("user .cursor/skills current, user .agents/skills current", "", 0, "remove .cursor/skills --scope user"),
+        ("user .claude/skills foreign", "--agent claude", 1, "install --scope user --agent claude"),
+        ("user .claude/skills current, user .claude/skills unreadable tarnel", "", 1, ""),
         ("user .cursor/skills modified, user .agents/skills modified", "", 0, ""),
         ("project .claude/skills current tarnel", "", 1, "install --scope project --agent claude"),
     ],
@@ -33,7 +35,9 @@ def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, co
     said = answer("status", "--check", *asked.split(), exit_code=code)
     hints = [" ".join(hint["command"][2:]) for hint in said["advice"]]
     assert command is None or command in (hints or [""])
+    assert ("be replaced" in str(said["advice"])) is there.startswith("user .claude/skills foreign")
     shown = run("status", *asked.split()).stdout
+    assert ("update --force --scope user\n" in shown) is ("foreign" in there)
     assert all(f"    to fix:  muvad-tarnel skill {hint}\n" in shown for hint in hints)
 
 
@@ -75,7 +79,13 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
     put(home, ".claude/skills")
     put(project, ".agents/skills", "current, as Windows has it")
     assert run("shadowed", "--check").exit_code == 0
-    assert "same text, no harm" in run("shadowed", "-v").stdout
+    shown = run("shadowed", "-v").stdout
+    assert ("same text, no harm" in shown, "Cursor, OpenCode, Goose, " in shown) == (True, True), shown
+    for kind in ("modified", "newer"):
+        put(home, ".claude/skills", kind, "tarnel")
+        assert "    muvad-tarnel skill update --scope user --force\n" in run("shadowed").stdout
+        run("update", "--scope", "user", "--force")
+        assert run("shadowed", "--check").exit_code == 0
     (project / ".claude").symlink_to(home / ".claude")
     assert answer("shadowed", *agents("claude"), "--check")["results"] == []
 

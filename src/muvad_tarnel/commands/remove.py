@@ -14,7 +14,7 @@ from muvad_tarnel.commands.spelling import did_you_mean
 from muvad_tarnel.commands.wording import advice_blocks, advice_records
 from muvad_tarnel.hints import Advice, Hint, agent_words, joined, who_find
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.survey import directories_read
+from muvad_tarnel.installed.survey import directories_read, readers_of
 from muvad_tarnel.installed.writing import clean_up, obstacle_to_removing, reason_to_keep
 from muvad_tarnel.installed.writing import remove as remove_copy
 from muvad_tarnel.output.report import Report
@@ -90,12 +90,11 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     if name in skill.SKILL_TEMPLATES and folder:
         guess = f" Did you mean '{folder} --skill {name}'?"
     elif text in AGENT_CONFIG:
-        own = [
-            each for each, (scope, directory) in known.items() if directory == AGENT_CONFIG[text].directories(scope)[0]
-        ]
-        guess = f" Did you mean {next(filter(in_use.get, own), own[0])!r}?"
-    else:
-        guess = did_you_mean(text, {directory for _, directory in in_use.values()} - {os.path.normpath(text)})
+        own = [(scope, directory) for scope in request.roots for directory in AGENT_CONFIG[text].directories(scope)[:1]]
+        guess = next((f" Did you mean {each!r}?" for each, place in in_use.items() if place in own), "")
+    else:  # all known directories end alike: a low cutoff would suggest another agent's
+        others = {directory for _, directory in known.values()} - {os.path.normpath(text)}
+        guess = did_you_mean(text, others, cutoff=0.9)
     raise click.BadParameter(f"unknown skills directory {text!r}{expected}.{guess}", param_hint="DIRECTORY")
 
 
@@ -116,12 +115,17 @@ def removed(request: Request, copy: Copy, *, force: bool) -> Outcome:
 
 
 def lost(request: Request, copies: Sequence[Copy]) -> Iterator[Hint]:
-    """Which of the agents that are detected, or read one directory only, find skills no longer; how to undo it."""
+    """Which agents find skills no longer: detected ones, those with no other directory, and one for any other."""
     how = "would no longer" if request.dry_run else "no longer"
     for scope in request.scopes:
         losing: dict[str, list[str]] = {}
-        for agent, names in request.survey.losses(copies, scope).items():
-            if agent in request.in_use or len(AGENT_CONFIG[agent].directories(scope)) == 1:
+        losses = request.survey.losses(copies, scope)
+        told = {each for each in losses if each in request.in_use or len(AGENT_CONFIG[each].directories(scope)) == 1}
+        for readers in [readers_of(copy.directory, scope, losses) for copy in copies if copy.scope == scope]:
+            if told.isdisjoint(readers):
+                told.update(readers[:1])
+        for agent, names in losses.items():
+            if agent in told:
                 which = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
                 losing.setdefault(which, []).append(agent)
         for which, agents in losing.items():

@@ -16,8 +16,9 @@ from muvad_tarnel.commands.wording import (
 )
 from muvad_tarnel.hints import Advice, names_of, removal_of, updating
 from muvad_tarnel.installed.copies import Copy
+from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Shadow
-from muvad_tarnel.installed.writing import difference, obstacle_to_removing
+from muvad_tarnel.installed.writing import difference, obstacle_to_removing, obstacle_to_writing
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Record, Report, Table, Tone
 from muvad_tarnel.roots import SCOPES
 from muvad_tarnel.setup.config import AGENT_CONFIG
@@ -74,24 +75,30 @@ def table(request: Request, shadows: Iterable[Shadow]) -> Table:
 
 def effects_of(shadow: Shadow) -> dict[Cell, str]:
     """What the two copies mean to which agents."""
-    if not shadow.is_different:
-        return {Cell("same text, no harm", Tone.GOOD): names_of(shadow.agents)}
     agents: dict[Cell, list[str]] = {}
     for agent in shadow.agents:
         record = AGENT_CONFIG[agent]
-        agents.setdefault(Cell(EFFECTS[record.precedence], Tone.WARNING), []).append(record.name)
+        effect = Cell(EFFECTS[record.precedence], Tone.WARNING)
+        effect = effect if shadow.is_different else Cell("same text, no harm", Tone.GOOD)
+        agents.setdefault(effect, []).append(record.name)
     return {effect: ", ".join(names) for effect, names in agents.items()}
 
 
 def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
-    """The two ways out for people: no agent may be left with neither copy, so they are alternatives."""
+    """The ways out for people: no agent may be left with neither copy, so they are alternatives."""
     where = {"user": "in other repositories", "project": "in other clones of this repository"}
+    changed = [copy for shadow in shadows for copy in shadow[:2] if copy.state is not State.CURRENT]
+    can_replace = not any(map(obstacle_to_writing, changed))
+    if changed and can_replace:
+        yield Line("Either replace modified, newer and foreign copies (what `diff` shows is kept as SKILL.md.bak):")
+        for scope in dict.fromkeys(copy.scope for copy in changed):
+            yield Command("", command_line(request.command(scope, ("update", "--scope", scope, "--force"))))
     for scope in SCOPES if shadows else ():
         copies = dict.fromkeys(shadow.user if scope == "user" else shadow.project for shadow in shadows)
         obstacles = {copy: obstacle_to_removing(copy, force=True) for copy in copies}
         losing = request.survey.losses((copy for copy, obstacle in obstacles.items() if not obstacle), scope)
         loss = f" ({names_of(list(losing))} would lose it {where[scope]})" if losing else ""
-        yield Line(f"{'Either' if scope == 'user' else 'Or'} remove the {scope} copy{loss}:")
+        yield Line(f"{'Or' if can_replace or scope == 'project' else 'Either'} remove the {scope} copy{loss}:")
         yield from (Line(f"{obstacle}.", Tone.BAD) for obstacle in dict.fromkeys(obstacles.values()) if obstacle)
         yield from removals(request, [copy for copy, obstacle in obstacles.items() if not obstacle])
 
@@ -104,10 +111,8 @@ def removals(request: Request, copies: Iterable[Copy]) -> Iterator[Block]:
     for (_, is_forced), group in groups.items():
         words = (*removal_of(request.survey, group), *["--force"] * is_forced)
         yield Command("", command_line(request.command(group[0].scope, words)))
-        for copy in group if is_forced else ():
-            if not copy.link:
-                text = f"This deletes {copy.path} ({difference(copy)}) for good: no backup is kept."
-                yield Line(text, Tone.WARNING)
+        for copy in (each for each in group if is_forced and not each.link):
+            yield Line(f"This deletes {copy.path} ({difference(copy)}) for good: no backup is kept.", Tone.WARNING)
 
 
 def record(request: Request, shadow: Shadow) -> Record:
@@ -118,10 +123,7 @@ def record(request: Request, shadow: Shadow) -> Record:
         "user_path": str(shadow.user.path),
         "project_path": str(shadow.project.path),
         "different": shadow.is_different,
-        "agents": [
-            {"agent": agent, "precedence": precedence, "effect": EFFECTS[precedence]}
-            for agent, precedence in precedences.items()
-        ],
+        "agents": [{"agent": agent, "precedence": how, "effect": EFFECTS[how]} for agent, how in precedences.items()],
         "ways_out": [way_out(request, copy) for copy in (shadow.user, shadow.project)],
     }
 

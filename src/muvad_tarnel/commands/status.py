@@ -1,6 +1,7 @@
 """`muvad-tarnel skill status`."""
 
 from collections.abc import Iterator, Sequence
+from itertools import chain
 
 import click
 
@@ -18,10 +19,11 @@ from muvad_tarnel.commands.wording import (
     obstacles_of,
     shortlist,
 )
-from muvad_tarnel.hints import Advice, advice, doubled, joined, lacking_at, skills_of, sufficient
+from muvad_tarnel.hints import Advice, advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import grouped
+from muvad_tarnel.installed.writing import obstacle_to_writing
 from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
 from muvad_tarnel.setup import skill
@@ -62,7 +64,9 @@ def status(request: Request, *, check: bool) -> Report:
     nothing = not any(copy.exists and copy.scope in scopes for copy in survey.copies)
     finding = survey.finders(scopes)
     partly = [agent for agent in finding if survey.lacking(agent, scopes)]
-    unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, partly)
+    obstacles = {agent: in_the_way(survey, scopes, agent) for agent in partly if not named}
+    wanted = [agent for agent in partly if agent in request.in_use or not obstacles.get(agent)]
+    unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, wanted)
     hints = advice(survey, scopes, named or unnamed, about=named or AGENT_CONFIG)
     copies = list(listed(request))
     agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
@@ -78,7 +82,7 @@ def status(request: Request, *, check: bool) -> Report:
         {"roots": {scope: str(request.roots[scope]) for scope in scopes}},
         agents=agent_records(survey, scopes, agents),
         advice=advice_records(request, hints),
-        errors=list(dict.fromkeys([*obstacles_of(copies), *hints.obstacles])),
+        errors=list(dict.fromkeys([*obstacles_of(copies), *chain(*obstacles.values()), *hints.obstacles])),
         exit_code=int(check and is_wrong),
     )
 
@@ -87,8 +91,7 @@ def listed(request: Request) -> Iterator[Copy]:
     """The copies worth a row: what exists, what its neighbours lack, and what an install would write."""
     survey = request.survey
     for scope in request.scopes:
-        lacking = lacking_at(survey, scope, request.scopes, request.named)
-        planned = {copy.path for copy in additions(survey, scope, lacking)}
+        planned = {c.path for c in additions(survey, scope, lacking_at(survey, scope, request.scopes, request.named))}
         in_use = {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
         for copy in survey.read_by(request.named or AGENT_CONFIG, [scope]):
             if copy.exists or copy.directory in in_use or copy.path in planned:
@@ -122,16 +125,18 @@ def finding_table(request: Request, agents: Sequence[str], shown: Sequence[str])
 
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
     """What the tables do not show: foreign copies, linked directories, shadowing."""
-    for copy in copies:
-        if copy.state is State.FOREIGN:
-            yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)
+    foreign = [copy for copy in copies if copy.state is State.FOREIGN]
+    for copy in foreign:
+        yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)
+    for scope in dict.fromkeys(copy.scope for copy in foreign if not obstacle_to_writing(copy)):
+        for label, words in (("to see:", ["diff"]), ("to replace all it shows, kept as .bak:", ["update", "--force"])):
+            yield Command(label, command_line(request.command(scope, [*words, "--scope", scope])))
     files = grouped(copy for copy in copies if copy.exists)
     for places in sorted({tuple(request.place(c.scope, c.directory) for c in same) for same in files}):
         if len(set(places)) > 1:
             yield Line(f"{joined(places)} lead to the same files, which count once.")
     shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
     if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
-        yield Line(
-            f"The copies of {skills_of(names)} at the two scopes differ, and one may hide the other.", Tone.WARNING
-        )
+        which = skills_of(names)
+        yield Line(f"The copies of {which} at the two scopes differ, and one may hide the other.", Tone.WARNING)
         yield Command("to see:", command_line(request.command(None, ["shadowed"])))
