@@ -30,7 +30,7 @@ inline constexpr std::size_t document_count = 3;
 // The primary skill, the map skill and the wiki skill, in this order.
 extern const std::array<Document, document_count> documents;
 
-// Their texts once more, for who keeps characters of two bytes each.
+// Their texts once more, in UTF-16: the interpreter stores them with two bytes for a character.
 extern const std::array<std::u16string_view, document_count> documents_in_utf16;
 
 // The document with the version in its field.

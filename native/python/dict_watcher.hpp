@@ -13,7 +13,7 @@ namespace tarnel::python {
 // destroyed with the GIL held.
 class DictWatcher {
   public:
-    // What the dictionaries are. Changes are counted for each by itself, for all interpreters.
+    // Which dictionaries it watches. Changes are counted separately for each, and together for all interpreters.
     enum class Subject : std::size_t { standard_library, own_globals };
 
     explicit DictWatcher(Subject subject) noexcept;

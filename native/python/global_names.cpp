@@ -11,9 +11,12 @@ void GlobalNames::forget(PyObject* dict, std::size_t count) {
 }
 
 PyObject* GlobalNames::look_up(const Strings& strings, StringId name) {
-    PyObject* value = PyDict_GetItemWithError(dict_, strings[name]);
+    PyObject* dict = dict_;
+    PyObject* value = PyDict_GetItemWithError(dict, strings[name]);
     if (value == nullptr && PyErr_Occurred() != nullptr) throw PythonError{};
-    if (watcher_.is_active()) values_[static_cast<std::size_t>(name)] = value;
+    // Keys that aren't strings may have run any code.
+    if (watcher_.is_active() && dict == dict_ && seen_changes_ == watcher_.changes())
+        values_[static_cast<std::size_t>(name)] = value;
     return value;
 }
 
