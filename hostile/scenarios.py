@@ -18,6 +18,7 @@ NAMES = [Path(place).parent.name for place in PLACES]
 CURRENT = {place: render_skill_md(skill_name=name).encode() for place, name in zip(PLACES, NAMES, strict=True)}
 OUTDATED = {place: render_skill_md("0.0.1", name).encode() for place, name in zip(PLACES, NAMES, strict=True)}
 FRESH: dict[str, bytes] = {}
+NOT_UTF_8 = {PLACES[3]: b"version: 1.0\n\xff"}
 BLOCKED = {"project/.claude": b"a file in the way"}
 ROOT = object()  # stands for the project's root among arguments
 
@@ -53,14 +54,15 @@ ON_FILES = {
     "status": Scenario(OUTDATED, "skill_status", (ROOT,)),
     "shadowed": Scenario(CURRENT, "shadowed_skills", (ROOT,)),
 }
-# Those besides whose memory runs out; some end in an error. None has a file that isn't UTF-8: Python code decodes that,
-# and CPython 3.12.1 itself doesn't always report then that memory has run out.
+# Those besides whose memory runs out; some end in an error.
 _ROOTS = {"a": ("x", "y"), "b": ("y",)}
 OTHERS = {
     "dry run": Scenario(OUTDATED, "install_skills", ("project", ROOT), {"dry_run": True}),
     "install one": Scenario(FRESH, "install_skill", ("project", ROOT)),
     "version": Scenario(CURRENT, "_installed_version", (Path("../home/.claude/skills/tarnel/SKILL.md"),)),
     "version of nothing": Scenario(FRESH, "_installed_version", (Path("nowhere"),)),
+    "version in no UTF-8": Scenario(NOT_UTF_8, "_installed_version", (Path("..", PLACES[3]),)),
+    "install over no UTF-8": Scenario(NOT_UTF_8, "install_skills", ("project", ROOT)),
     "render": Scenario(FRESH, "render_skill_md", ("1.2",)),
     "capable agents": Scenario(FRESH, "skill_capable_agents"),
     "roots": Scenario(FRESH, "_agent_roots", (("claude", "cursor", "nobody"), "user")),
