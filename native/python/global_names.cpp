@@ -1,5 +1,7 @@
 #include "python/global_names.hpp"
 
+#include "python/objects.hpp"
+
 namespace tarnel::python {
 
 void GlobalNames::forget(PyObject* dict, std::size_t count) {
@@ -12,8 +14,7 @@ void GlobalNames::forget(PyObject* dict, std::size_t count) {
 
 PyObject* GlobalNames::look_up(const Strings& strings, StringId name) {
     PyObject* dict = dict_;
-    PyObject* value = PyDict_GetItemWithError(dict, strings[name]);
-    if (value == nullptr && PyErr_Occurred() != nullptr) throw PythonError{};
+    PyObject* value = item_if_any(dict, strings[name]).get();
     // Keys that aren't strings may have run any code.
     if (watcher_.is_active() && dict == dict_ && seen_changes_ == watcher_.changes())
         values_[static_cast<std::size_t>(name)] = value;
