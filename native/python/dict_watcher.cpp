@@ -18,7 +18,7 @@ DictWatcher::DictWatcher(Subject subject) noexcept
 
 DictWatcher::~DictWatcher() {
     if (id_ < 0) return;
-    PyObject* error = PyErr_GetRaisedException();  // what is being handled while this goes stays as it is
+    PyObject* error = PyErr_GetRaisedException();  // preserve a pending exception
     if (PyDict_ClearWatcher(id_) < 0) PyErr_Clear();
     PyErr_SetRaisedException(error);
 }
