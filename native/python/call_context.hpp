@@ -55,7 +55,7 @@ class CallContext {
     }
     [[nodiscard]] bool is_own(PyObject* value, Body body) const;
 
-    // The value of a global name, borrowed; null if it isn't in the namespace, or that isn't a plain dict.
+    // The value of a global name, borrowed; null if the namespace has none or isn't a plain dict.
     [[nodiscard]] PyObject* global_if_plain(StringId name) const {
         return PyDict_CheckExact(globals_) ? shared_.globals.find(globals_, shared_.strings, name) : nullptr;
     }

@@ -12,8 +12,8 @@ namespace tarnel::python {
 
 namespace {
 
-// Fast calls create no frames that count against the recursion limit, and the C stack may hold fewer of them than the
-// host's limit on frames. From this depth on, calls take the slow path.
+// Fast calls create no frames that count against the recursion limit, and the C stack may hold fewer of them than that
+// limit allows. From this depth on, calls take the slow path.
 constexpr int max_nested_fast_calls = 100;
 thread_local int nested_fast_calls = 0;
 

@@ -5,7 +5,7 @@
 namespace tarnel::python {
 
 void GlobalNames::forget(PyObject* dict, std::size_t count) {
-    dict_ = nullptr;  // in case one of these throws
+    dict_ = nullptr;  // in case a call below throws
     values_.assign(count, nullptr);
     watcher_.watch(dict);
     seen_changes_ = watcher_.changes();
