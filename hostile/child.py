@@ -189,7 +189,7 @@ def count_imports() -> dict[str, int]:
 
 
 class AtEnd:
-    """Calls when it is deleted."""
+    """Calls a function when it is deleted."""
 
     def __init__(self, call: Callable[[], object]) -> None:
         self.call = call

@@ -168,7 +168,7 @@ std::optional<Score> score(const std::vector<Directories>& agents, const std::ve
     return score;
 }
 
-// The best of all subsets.
+// Compares best_selection with the best of all subsets.
 void planning(Input input) {
     const std::size_t candidates = input.empty() ? 1 : input[0] % 10 + 1;
     std::vector<std::vector<Candidate>> lists;
