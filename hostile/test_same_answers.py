@@ -20,7 +20,7 @@ PIECES += ["1", "1.2", "9" * 18, "1" * 19, "\u0663", "\u00b2", "é", "\u0301", "
 ENDINGS = [b"", b"", b"\xff", b"\xc3", b"\xed\xa0\x80"]
 COMPONENTS = ["/", "/", "//", ".", "..", "a", "é", "\udc80", "~", " "]
 ODD_COMPONENTS = ["\ud800", "a\0", "n" * 300]
-# Links that don't lead out of the scenario's directory, as ".." below ".." would: its files would meet the next one.
+# No link leads out of the scenario's directory. ".." below ".." would, and its files would affect the next scenario.
 OBSTACLES = [b"in the way", None, "nowhere", "nowhere/deeper", "SKILL.md", "s", "../project", "/proc/version"]
 IN_A_CHUNK = 250
 
