@@ -4,18 +4,20 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
+#include <optional>
 
 #include "python/reference.hpp"
 
 namespace tarnel::python {
 
-// Watches dictionaries of one interpreter, using one of its few watcher IDs. Create and destroy with the GIL held.
+// Watches dictionaries of one interpreter, using one of its few watcher IDs. Takes the ID for the first dictionary, so
+// the module's import registers nothing. Use and destroy it with the GIL held.
 class DictWatcher {
   public:
     // Which dictionaries it watches. Each subject has its own counter of changes, shared by all interpreters.
     enum class Subject : std::size_t { standard_library, own_globals };
 
-    explicit DictWatcher(Subject subject) noexcept;
+    explicit DictWatcher(Subject subject) noexcept : subject_(subject) {}
     DictWatcher(const DictWatcher&) = delete;
     DictWatcher(DictWatcher&&) = delete;
     DictWatcher& operator=(const DictWatcher&) = delete;
@@ -23,9 +25,9 @@ class DictWatcher {
     ~DictWatcher();
 
     // False if no watcher ID was free; then assume that any dictionary may have changed.
-    [[nodiscard]] bool is_active() const noexcept { return id_ >= 0; }
+    [[nodiscard]] bool is_active() const noexcept { return id_ && *id_ >= 0; }
 
-    void watch(PyObject* dict) const;
+    void watch(PyObject* dict);
 
     // Increases with each change to a watched dictionary; may also increase without one.
     [[nodiscard]] unsigned long changes() const noexcept {
@@ -40,7 +42,7 @@ class DictWatcher {
     inline static constinit std::array<std::atomic<unsigned long>, 2> counts_ = {};
 
     Subject subject_;
-    int id_;
+    std::optional<int> id_;  // negative: none was free
 };
 
 }  // namespace tarnel::python

@@ -18,7 +18,7 @@ namespace tarnel::python {
 // original is recognised by a later call, once it is restored.
 class Originals {
   public:
-    Originals(const DictWatcher& watcher, std::span<const standard_library::Name> names,
+    Originals(DictWatcher& watcher, std::span<const standard_library::Name> names,
               std::span<const standard_library::Name> builtins = {},
               std::span<const standard_library::Class> classes = {}) noexcept
         : watcher_(watcher), names_(names), builtins_(builtins), classes_(classes) {}
@@ -69,7 +69,7 @@ class Originals {
     [[nodiscard]] bool functions_hold() const noexcept;
     [[nodiscard]] bool compare();
 
-    const DictWatcher& watcher_;
+    DictWatcher& watcher_;
     std::span<const standard_library::Name> names_;
     std::span<const standard_library::Name> builtins_;
     std::span<const standard_library::Class> classes_;

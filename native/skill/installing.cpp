@@ -16,10 +16,10 @@ bool is_current(const CallContext& context, PyObject* existing) {
 
 // Describes the pending action.
 Ref action_on(const CallContext& context, PyObject* existing, bool is_update) {
-    const Ref found = is_update ? checked(PyObject_Str(existing)) : Ref();
+    const Ref update = is_update ? joined({"update v", existing}) : Ref();
     const Ref version = context.global(name::package_version);
-    if (found.get() == nullptr) return joined({"install v", version.get()});
-    return joined({"update v", found.get(), " -> v", version.get()});
+    if (!is_update) return joined({"install v", version.get()});
+    return joined({update.get(), " -> v", version.get()});
 }
 
 // Describes the completed action.
