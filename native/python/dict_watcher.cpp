@@ -11,7 +11,7 @@ int DictWatcher::count(PyDict_WatchEvent /*event*/, PyObject* /*dict*/, PyObject
 
 DictWatcher::~DictWatcher() {
     if (!is_active()) return;
-    PyObject* error = PyErr_GetRaisedException();  // what is being handled while this goes stays as it is
+    PyObject* error = PyErr_GetRaisedException();  // preserve a pending exception
     if (PyDict_ClearWatcher(*id_) < 0) PyErr_Clear();
     PyErr_SetRaisedException(error);
 }

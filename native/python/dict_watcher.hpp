@@ -1,4 +1,4 @@
-// Notice of changes to dictionaries.
+// Detects changes to dictionaries.
 #pragma once
 
 #include <array>
@@ -10,11 +10,11 @@
 
 namespace tarnel::python {
 
-// Watches dictionaries of one interpreter, through one of the few watchers that an interpreter has. It takes that one
-// for the first dictionary: importing the module registers nothing. To be used and destroyed with the GIL held.
+// Watches dictionaries of one interpreter, using one of its few watcher IDs. Takes the ID for the first dictionary, so
+// the module's import registers nothing. Use and destroy it with the GIL held.
 class DictWatcher {
   public:
-    // Which dictionaries it watches. Changes are counted separately for each, and together for all interpreters.
+    // Which dictionaries it watches. Each subject has its own counter of changes, shared by all interpreters.
     enum class Subject : std::size_t { standard_library, own_globals };
 
     explicit DictWatcher(Subject subject) noexcept : subject_(subject) {}
@@ -24,25 +24,25 @@ class DictWatcher {
     DictWatcher& operator=(DictWatcher&&) = delete;
     ~DictWatcher();
 
-    // False when none was left: then any dictionary may have changed at any time.
+    // False if no watcher ID was free; then assume that any dictionary may have changed.
     [[nodiscard]] bool is_active() const noexcept { return id_ && *id_ >= 0; }
 
     void watch(PyObject* dict);
 
-    // Grows with each change to a watched dictionary, and may grow for no reason.
+    // Increases with each change to a watched dictionary; may also increase without one.
     [[nodiscard]] unsigned long changes() const noexcept {
         return counts_[static_cast<std::size_t>(subject_)].load(std::memory_order_relaxed);
     }
 
   private:
-    // The interpreter passes a watcher nothing of its own: there is one for each subject.
+    // The interpreter passes no user data to a callback, so each subject has its own.
     template <Subject subject>
     static int count(PyDict_WatchEvent event, PyObject* dict, PyObject* key, PyObject* value) noexcept;
 
     inline static constinit std::array<std::atomic<unsigned long>, 2> counts_ = {};
 
     Subject subject_;
-    std::optional<int> id_;  // negative: none was left
+    std::optional<int> id_;  // negative: none was free
 };
 
 }  // namespace tarnel::python
