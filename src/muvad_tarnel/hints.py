@@ -11,7 +11,7 @@ from typing import NamedTuple
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.survey import Survey, readers_of
+from muvad_tarnel.installed.survey import Survey, by_file, grouped, readers_of
 from muvad_tarnel.installed.writing import obstacle_to_removing
 from muvad_tarnel.planning import Plan, choose, obstacles_to, replaceable
 from muvad_tarnel.setup import skill
@@ -30,31 +30,15 @@ class Hint(NamedTuple):
     obstacles: Sequence[Obstacle] = ()
 
 
-class Advice(NamedTuple):
-    """What is to be done, whether it can be done or not."""
-
-    wanted: Sequence[Hint] = ()
-
-    @property
-    def hints(self) -> list[Hint]:
-        """The hints to be given."""
-        return [hint for hint in self.wanted if not hint.obstacles]
-
-    @property
-    def obstacles(self) -> list[Obstacle]:
-        """What keeps the other hints from being given."""
-        return list(dict.fromkeys(obstacle for hint in self.wanted for obstacle in hint.obstacles))
-
-
 def advice(
     survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], about: Iterable[str] = AGENT_CONFIG
-) -> Advice:
+) -> list[Hint]:
     """What to do so that the agents find every skill, and those that it is `about` find it current and once."""
     wanted: list[Hint] = []
     for scope in scopes:
         wanted += updating(survey, scope, about)
         wanted += installing(survey, scope, lacking_at(survey, scope, scopes, agents))
-    return Advice(wanted if Advice(wanted).hints else [*wanted, *removing(survey, scopes, about)])
+    return wanted if any(not hint.obstacles for hint in wanted) else [*wanted, *removing(survey, scopes, about)]
 
 
 def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) -> list[Hint]:
@@ -68,9 +52,8 @@ def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) 
 def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Sequence[str]) -> list[str]:
     """The agents that lack a skill at all the scopes, and should find it at this one: where they find most already."""
 
-    def best(agent: str) -> Scope | None:
-        usable = [s for s in scopes if AGENT_CONFIG[agent].directories(s)]
-        return min(usable, key=lambda s: len(survey.lacking(agent, [s])), default=None)
+    def best(agent: str) -> Scope:
+        return min(scopes, key=lambda each: len(survey.lacking(agent, [each])))
 
     return [agent for agent in agents if survey.lacking(agent, scopes) and best(agent) == scope]
 
@@ -117,14 +100,13 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
     after = survey.changed(State.MISSING, redundant)
     hints = []
-    for scope, directory, place in dict.fromkeys((copy.scope, copy.directory, copy.place) for copy in redundant):
-        copies = [copy for copy in redundant if (copy.scope, copy.directory) == (scope, directory)]
-        names = [copy.skill for copy in copies]
+    for (scope, directory), copies in grouped(((copy.scope, copy.directory), copy) for copy in redundant).items():
+        names, place = [copy.skill for copy in copies], copies[0].place
         readers = readers_of(directory, scope)
         if not set(about) & set(readers):
             continue
         found = (after.finds(agent, scope, name) for agent, name in product(readers, names))
-        others = dict.fromkeys(copy.place for files in found for copy in files.values())
+        others = dict.fromkeys(copy.place for copies in found for copy in copies)
         needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
         reason = f"{who_find(readers)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
@@ -135,7 +117,7 @@ def doubled(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], when
     """Which copies that make agents find skills several times are not needed, and when; or why all of them stay."""
     reasons: dict[str, None] = {}
     for agent, scope, name in product(agents, scopes, skill.SKILL_TEMPLATES):
-        if len(found := survey.finds(agent, scope, name).values()) > 1:
+        if len(found := survey.finds(agent, scope, name)) > 1:
             kept = {copy.place: obstacle_to_removing(copy, force=False) for copy in found}
             whys = [f"A copy in {place} is kept: {why.problem}." for place, why in kept.items() if why]
             reasons |= dict.fromkeys(whys or ["Skills found twice can stay: other agents need each copy."])
@@ -155,7 +137,7 @@ def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list
     """Copies of a skill that can all be removed: every agent still finds it, at each scope where it found it."""
     removable: dict[str, Copy] = {}
     rows: dict[str, list[str]] = {}
-    for file, copies in survey.by_file.items():
+    for file, copies in by_file(copy for copy in survey.copies if copy.exists).items():
         found = [copy for copy in copies if copy.skill == name and copy.is_found]
         at_scopes = [copy for copy in found if copy.scope in scopes]
         if at_scopes and not any(obstacle_to_removing(copy, force=False) for copy in found):
@@ -165,8 +147,8 @@ def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list
     if not removable:
         return []
     for agent, scope in product(AGENT_CONFIG, survey.roots):
-        if files := survey.finds(agent, scope, name):
-            rows[f"{agent} at {scope}"] = list(map(str, files))
+        if copies := survey.finds(agent, scope, name):
+            rows[f"{agent} at {scope}"] = [str(copy.file) for copy in copies]
     kept = choose(rows)
     return [copy for file, copy in removable.items() if file not in kept]
 

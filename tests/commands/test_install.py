@@ -63,11 +63,10 @@ def test_a_plan_gives_its_reasons(project: Path) -> None:
         ".claude/skills": {"claude": "its own directory", "cursor": "shared, instead of its own"},
         ".windsurf/skills": {"windsurf": "its own directory"},
     }
-    assert said["avoided_duplicates"] == ["cursor"]
     (project / ".agents/skills").mkdir(parents=True)
     (project / ".claude").symlink_to(".agents")
     shown = run("plan", *agents("claude", "zed"), "--scope", "project").stdout
-    assert (f"same directory as {project}/.agents/skills" in shown, "through 1 directory" in shown) == (True, True)
+    assert (shown.count("its own directory"), "through 1 directory" in shown) == (1, True)
 
 
 def test_a_plan_counts_what_is_there(project: Path) -> None:

@@ -4,7 +4,7 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.wording import EFFECTS
 from muvad_tarnel.failure import Failure
 from muvad_tarnel.output.console import Console
-from muvad_tarnel.output.report import Cell, Line, Report, Table
+from muvad_tarnel.output.report import Line, Report, Table
 from muvad_tarnel.roots import agents_in_use, home_directory
 from muvad_tarnel.setup.config import AGENT_CONFIG, CHECKED_ON
 
@@ -25,7 +25,7 @@ def agents(console: Console) -> Report:
     except Failure as failure:
         console.note(str(failure.obstacle))
         in_use = ()
-    rows: list[tuple[str | Cell, ...]] = []
+    rows: list[tuple[str, ...]] = []
     for key, record in AGENT_CONFIG.items():
         name = f"{record.name} (detected)" if key in in_use else record.name
         user, project = ", ".join(record.skills_user_roots), ", ".join(record.skills_project_roots)

@@ -6,22 +6,14 @@ from typing import NamedTuple
 
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import (
-    TONES,
-    advice_blocks,
-    advice_records,
-    agent_records,
-    copy_record,
-    copy_tables,
-    obstacles_of,
-)
+from muvad_tarnel.commands.wording import TONES, advised, agent_records, copy_record, copy_tables, obstacles_of
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import Advice, advice, count, doubled
+from muvad_tarnel.hints import advice, count, doubled
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey
 from muvad_tarnel.installed.writing import clean_up, difference, obstacle_met, obstacle_to_writing, replace
-from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Tone
+from muvad_tarnel.output.report import Block, Line, Record, Report, Tone
 
 _DONE = {"install": "installed", "update": f"updated to {__version__}", "replace": "replaced", "remove": "removed"}
 
@@ -70,17 +62,17 @@ def write_all(request: Request, copies: Iterable[Copy]) -> list[Outcome]:
     return outcomes
 
 
-def result_cell(outcome: Outcome, *, dry_run: bool) -> Cell:
+def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
     """What became of one copy."""
     state, action = outcome.copy.state, outcome.action
     if outcome.obstacle:
-        return Cell("kept" if action == "remove" else "failed", Tone.BAD)
+        return Line("kept" if action == "remove" else "failed", Tone.BAD)
     if action == "none":
         if state is State.CURRENT:
-            return Cell("already up to date", Tone.GOOD)
+            return Line("already up to date", Tone.GOOD)
         # Leaving a copy alone is no failure, whatever its state.
-        return Cell(f"{state.value}, unchanged", Tone.WARNING if TONES[state] is Tone.BAD else TONES[state])
-    return Cell(f"would {action}" if dry_run else _DONE[action], Tone.GOOD)
+        return Line(f"{state.value}, unchanged", Tone.WARNING if TONES[state] is Tone.BAD else TONES[state])
+    return Line(f"would {action}" if dry_run else _DONE[action], Tone.GOOD)
 
 
 def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
@@ -130,22 +122,21 @@ def report_of(
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
     unreadable = obstacles_of(o.copy for o in outcomes if o.action == "none" and o.copy.state is State.UNREADABLE)
     # What has failed is not to be tried at once.
-    hints = Advice() if obstacles else advice(after, request.scopes, agents)
-    finders = (*agents, *request.in_use) if agents and not obstacles else ()
+    hints = [] if obstacles else advice(after, request.scopes, agents)
+    given = [] if dry_run else advised(request, hints)  # they are for what is on the disk
+    finders = (*agents, *request.in_use) if agents and not (obstacles or given) else ()
     doubles = doubled(after, request.scopes, finders, "After the install, " if dry_run else "")
-    if dry_run:  # hints are for what is on the disk
-        hints = Advice([hint for hint in hints.wanted if hint.obstacles])
     return Report(
         [
             *copy_tables(request, "Result", ((o.copy, result_cell(o, dry_run=dry_run)) for o in outcomes)),
             summary(outcomes, dry_run=dry_run) if outcomes else Line(nothing, Tone.GOOD),
             *remarks,
-            *advice_blocks(request, hints, doubles),
+            *map(Line, doubles),
         ],
         [outcome_record(outcome) for outcome in outcomes],
         {"dry_run": dry_run},
         agents=agent_records(after, request.scopes, agents or request.survey.finders(request.scopes)),
-        advice=advice_records(request, hints),
-        errors=[*obstacles, *unreadable, *hints.obstacles],
+        advice=given,
+        errors=[*obstacles, *unreadable, *(obstacle for hint in hints for obstacle in hint.obstacles)],
         exit_code=int(bool(obstacles)),
     )

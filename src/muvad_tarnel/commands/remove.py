@@ -11,13 +11,13 @@ from muvad_tarnel.commands.changes import Outcome, attempt, report_of
 from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import did_you_mean
-from muvad_tarnel.commands.wording import advice_blocks, advice_records
-from muvad_tarnel.hints import Advice, Hint, agent_words, joined, who_find
+from muvad_tarnel.commands.wording import advised
+from muvad_tarnel.hints import Hint, agent_words, joined, who_find
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.survey import directories_read, readers_of
+from muvad_tarnel.installed.survey import directories_read, grouped, readers_of
 from muvad_tarnel.installed.writing import clean_up, obstacle_to_removing, reason_to_keep
 from muvad_tarnel.installed.writing import remove as remove_copy
-from muvad_tarnel.output.report import Report
+from muvad_tarnel.output.report import Line, Report, Tone
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -56,10 +56,11 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
         clean_up(copy for copy in survey.copies if copy.scope in request.scopes)
     outcomes = [removed(request, copy, force=force) for copy in chosen]
     where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
-    losses = Advice(tuple(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done])))
-    remarks = advice_blocks(request, losses, label="" if request.dry_run else "to install again:")
+    losses = list(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done]))
+    remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
     report = report_of(request, outcomes, (), nothing=f"Nothing to remove {where}.", remarks=remarks)
-    return report if request.dry_run else report._replace(advice=[*advice_records(request, losses), *report.advice])
+    again = [] if request.dry_run else advised(request, losses, "to install again:")
+    return report._replace(advice=[*again, *report.advice])
 
 
 def meant(request: Request, text: str) -> tuple[Scope, str]:
@@ -118,16 +119,12 @@ def lost(request: Request, copies: Sequence[Copy]) -> Iterator[Hint]:
     """Which agents find skills no longer: detected ones, those with no other directory, and one for any other."""
     how = "would no longer" if request.dry_run else "no longer"
     for scope in request.scopes:
-        losing: dict[str, list[str]] = {}
         losses = request.survey.losses(copies, scope)
         told = {each for each in losses if each in request.in_use or len(AGENT_CONFIG[each].directories(scope)) == 1}
         for readers in [readers_of(copy.directory, scope, losses) for copy in copies if copy.scope == scope]:
             if told.isdisjoint(readers):
                 told.update(readers[:1])
-        for agent, names in losses.items():
-            if agent in told:
-                which = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
-                losing.setdefault(which, []).append(agent)
-        for which, agents in losing.items():
+        for names, agents in grouped((tuple(names), agent) for agent, names in losses.items() if agent in told).items():
+            which = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
             words = ("install", "--scope", scope, *agent_words(agents))
             yield Hint(f"{who_find(agents, how)} {which} at {scope} scope", scope, words)

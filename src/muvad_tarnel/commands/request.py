@@ -47,7 +47,6 @@ class Request:
         scopes = (scope,) if scope else ("user",) if scoping == "one" else SCOPES
         self.roots = self._roots(scopes)
         self.scopes = tuple(scope for scope in scopes if scope in self.roots)
-        self._agent_keys = agent_keys
         self.named = self._detected() if detect else tuple(AGENT_CONFIG if all_agents else dict.fromkeys(agent_keys))
 
     @cached_property
@@ -65,16 +64,10 @@ class Request:
         """The root of that scope."""
         return self.roots[self.scope]
 
-    @cached_property
+    @property
     def agents(self) -> tuple[str, ...]:
-        """The agents named, or the default ones. Raises `Failure` if one has no directory at the scope."""
-        agents = self.named or skill.DEFAULT_AGENTS
-        able = tuple(agent for agent in agents if AGENT_CONFIG[agent].directories(self.scope))
-        for agent in dict.fromkeys(self._agent_keys):
-            if agent not in able:
-                problem = f"{AGENT_CONFIG[agent].name} has no skills directory at {self.scope} scope"
-                raise Failure(problem, "use the other scope")
-        return able
+        """The agents named, or the default ones. Every agent has directories at both scopes."""
+        return self.named or skill.DEFAULT_AGENTS
 
     @cached_property
     def in_use(self) -> tuple[str, ...]:
@@ -87,6 +80,10 @@ class Request:
         if not self.console.style.is_terminal or self.console.verbose or Path(directory).is_absolute():
             return str(path)
         return f"~/{directory}" if scope == "user" else directory
+
+    def title(self, scope: Scope) -> str:
+        """A scope and its root, above a table."""
+        return f"{scope.capitalize()} scope: {self.roots[scope]}"
 
     def command(self, scope: Scope | None, words: Sequence[str]) -> list[str]:
         """A command for the same project, as a program would start it."""

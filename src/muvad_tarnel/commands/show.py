@@ -7,7 +7,7 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.spelling import Choice
 from muvad_tarnel.installed.documents import document
 from muvad_tarnel.output.console import Console
-from muvad_tarnel.output.report import Block, Document, Record, Report, Table
+from muvad_tarnel.output.report import Document, Report, Table
 from muvad_tarnel.setup import skill
 
 
@@ -23,13 +23,11 @@ def show(_: Console, *, name: str | None) -> Report:
       muvad-tarnel skill show tarnel | less
     """
     names = [name] if name else list(skill.SKILL_TEMPLATES)
-    blocks: list[Block] = [Table("", ("Skill", "Purpose"), [(each, purpose(each)) for each in names])]
-    if name:
-        blocks = [Document(document(name))]
-    results: list[Record] = [
-        {"skill": each, "version": __version__, "purpose": purpose(each), "text": document(each)} for each in names
-    ]
-    return Report(blocks, results)
+    table = Table("", ("Skill", "Purpose"), [(each, purpose(each)) for each in names])
+    return Report(
+        [Document(document(name)) if name else table],
+        [{"skill": each, "version": __version__, "purpose": purpose(each), "text": document(each)} for each in names],
+    )
 
 
 def purpose(name: str) -> str:

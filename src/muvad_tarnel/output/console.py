@@ -1,12 +1,13 @@
 """Reports on standard output, notes and errors on standard error."""
 
 import sys
+from collections.abc import Sequence
 from dataclasses import dataclass
 
 import click
 
 from muvad_tarnel import __version__
-from muvad_tarnel.output.report import Block, Cell, Command, Document, Line, Record, Report, Table
+from muvad_tarnel.output.report import Block, Command, Document, Line, Record, Report, Table, Tone
 from muvad_tarnel.output.text import Style, encodable, printable, silence
 
 # The version of the JSON objects' shape: it changes when a reader of the former shape would be misled.
@@ -35,7 +36,11 @@ class Console:
         if self.json:
             self._write(object_text(self.command, report, indent=2 if self.style.is_terminal else None))
             return
-        blocks = [block for block in report.blocks if not self.quiet or isinstance(block, Document)]
+        blocks: list[Block] = [*report.blocks]
+        for reason, command in report.advice:
+            blocks += [Line(f"{reason}.", Tone.WARNING), command]
+        if self.quiet:
+            blocks = [block for block in blocks if isinstance(block, Document)]
         if self.style.is_terminal:
             from muvad_tarnel.output.terminal import drawn  # noqa: PLC0415 (rich takes longer than all the rest)
 
@@ -72,9 +77,9 @@ def plain_text(blocks: list[Block]) -> str:
     return "".join(line + "\n" for line in lines)
 
 
-def aligned(rows: list[tuple[str | Cell, ...]]) -> list[str]:
+def aligned(rows: Sequence[Sequence[str | Line]]) -> list[str]:
     """A line for every row, in columns."""
-    texts = [[printable(cell.text if isinstance(cell, Cell) else cell) for cell in row] for row in rows]
+    texts = [[printable(cell.text if isinstance(cell, Line) else cell) for cell in row] for row in rows]
     widths = [max(map(len, column)) for column in zip(*texts, strict=True)]
     return ["  ".join(map(str.ljust, row, widths)).rstrip() for row in texts]
 
@@ -90,7 +95,7 @@ def object_text(command: str, report: Report, indent: int | None = None) -> str:
         **(report.facts or {}),
         "results": list(report.results),
         "agents": list(report.agents),
-        "advice": list(report.advice),
+        "advice": [{"reason": reason, "command": command.words} for reason, command in report.advice],
         "errors": [{key: part or None for key, part in error._asdict().items()} for error in report.errors],
     }
     return json.dumps(record, indent=indent) + "\n"

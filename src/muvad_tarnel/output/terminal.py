@@ -10,7 +10,7 @@ from rich.console import Console, Group
 from rich.table import Table as Grid
 from rich.text import Text
 
-from muvad_tarnel.output.report import Block, Cell, Command, Document, Line, Table, Tone
+from muvad_tarnel.output.report import Block, Command, Document, Line, Table, Tone
 from muvad_tarnel.output.text import printable
 
 _STYLES = {Tone.GOOD: "green", Tone.WARNING: "yellow", Tone.BAD: "red", Tone.NEUTRAL: ""}
@@ -49,8 +49,8 @@ def draw(console: Console, block: Block) -> None:
             texts = [[text_of(cell) for cell in row] for row in rows]
             widths = widths_of(columns, texts, console.width)
             console.print(grid_of(columns, texts, widths) if widths else stack_of(columns, texts))
-        case Line(text, tone):
-            console.print(text_of(Cell(text, tone)))
+        case Line():
+            console.print(text_of(block))
         case Command():
             console.print(Text(printable(str(block))), soft_wrap=True)
         case Document(text, is_diff):
@@ -98,8 +98,7 @@ def stack_of(columns: Sequence[str], rows: list[list[Text]]) -> Group:
     return Group(*lines[1:])
 
 
-def text_of(cell: str | Cell) -> Text:
-    """The cell after its mark."""
-    if not isinstance(cell, Cell):
-        return Text(printable(cell))
-    return Text(f"{_MARKS[cell.tone]} {printable(cell.text)}".lstrip(), _STYLES[cell.tone])
+def text_of(cell: str | Line) -> Text:
+    """The text after its mark."""
+    text, tone = cell if isinstance(cell, Line) else Line(cell)
+    return Text(f"{_MARKS[tone]} {printable(text)}".lstrip(), _STYLES[tone])
