@@ -101,4 +101,4 @@ def test_a_local_version_is_known_as_current(monkeypatch: pytest.MonkeyPatch) ->
     text = skill.render_skill_md("1.0+local").encode()
     monkeypatch.setattr(documents, "__version__", "1.0+local")
     monkeypatch.setattr(documents, "document", lambda name: skill.render_skill_md("1.0+local", name))
-    assert documents.judge("tarnel", text).state is documents.State.CURRENT
+    assert documents.judge("tarnel", text)[0] is documents.State.CURRENT

@@ -18,7 +18,7 @@ class Copy(NamedTuple):
     """One skill's place in one skills directory, and what is there.
 
     `path` leads there from the scope's root, `file` is the same with all links resolved. `obstacle` says why the copy
-    is unreadable. `identity` tells whether the file has changed since it was read (device, inode, size, time).
+    is unreadable.
     """
 
     scope: Scope
@@ -31,7 +31,6 @@ class Copy(NamedTuple):
     version: str | None = None
     is_ours: bool = False
     content: bytes | None = None
-    identity: tuple[int, ...] | None = None
     obstacle: Obstacle | None = None
 
     @property
@@ -100,12 +99,11 @@ def read_copy(copy: Copy) -> Copy:
     path, file = copy.path, Path(os.path.realpath(copy.path))
     copy = copy.blank._replace(file=file)
     try:
-        status = path.stat()
-        problem = problem_of(status)
+        problem = problem_of(path.stat())
         if not problem:
             content = read(file)
-            judgement = judge(copy.skill, content)
-            return copy._replace(**judgement._asdict(), content=content, identity=identity_of(status))
+            state, version, is_ours = judge(copy.skill, content)
+            return copy._replace(state=state, version=version, is_ours=is_ours, content=content)
         obstacle: Obstacle | None = Obstacle(str(path), problem, "move it away")
     except (FileNotFoundError, NotADirectoryError):
         obstacle = dangling(path)
@@ -130,11 +128,6 @@ def read(file: Path) -> bytes:
     """The file's bytes. A pipe that has just taken the file's place blocks nobody."""
     with os.fdopen(os.open(file, os.O_RDONLY | os.O_NONBLOCK | os.O_CLOEXEC), "rb") as stream:
         return stream.read(_LARGEST)
-
-
-def identity_of(status: os.stat_result) -> tuple[int, ...]:
-    """What changes when a file is written or replaced."""
-    return status.st_dev, status.st_ino, status.st_size, status.st_mtime_ns
 
 
 def dangling(path: Path) -> Obstacle | None:

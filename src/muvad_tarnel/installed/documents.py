@@ -1,7 +1,6 @@
 """The documents of this package, and how the text of a copy compares with them."""
 
 from enum import Enum
-from typing import NamedTuple
 
 from muvad_tarnel import __version__
 from muvad_tarnel.setup import skill
@@ -31,14 +30,6 @@ class State(Enum):
     MISSING = "missing"
 
 
-class Judgement(NamedTuple):
-    """What a text is: its state, its stamp, and whether this package wrote it, in this or another release."""
-
-    state: State
-    version: str | None
-    is_ours: bool
-
-
 def document(name: str, version: str = __version__) -> str:
     """This package's document of a skill, stamped with `version`."""
     return skill.render_skill_md(version, name)
@@ -49,23 +40,26 @@ def plain(content: bytes) -> bytes:
     return content.removeprefix(b"\xef\xbb\xbf").replace(b"\r\n", b"\n").replace(b"\r", b"\n")
 
 
-def judge(name: str, content: bytes) -> Judgement:
-    """What the content of a skill's copy is. Raises `UnicodeDecodeError` unless that is due to a cut."""
+def judge(name: str, content: bytes) -> tuple[State, str | None, bool]:
+    """The state of a copy with this content, its stamp, and whether this package wrote it, in any release.
+
+    Raises `UnicodeDecodeError`, unless that is due to a cut.
+    """
     text = plain(content).decode(errors="replace")  # a cut may be inside a character
     if text == document(name):  # even if the stamp is one that cannot be read back, as of a local version
-        return Judgement(State.CURRENT, __version__, is_ours=True)
+        return State.CURRENT, __version__, True
     stamp = skill._VERSION_RE.search(text[:_STAMP_WITHIN])
     version = stamp.group(1) if stamp else None
     is_ours = stamp is not None and is_released(name, text[: stamp.start(1)] + "{version}" + text[stamp.end(1) :])
     whole = document(name, version or __version__).encode()
     if not is_ours and len(content) < len(whole) and whole.startswith(content):
-        return Judgement(State.INCOMPLETE, version, is_ours=True)
+        return State.INCOMPLETE, version, True
     content.decode()
     if version is None:
-        return Judgement(State.FOREIGN, None, is_ours=False)
+        return State.FOREIGN, None, False
     key, own_key = skill._version_tuple(version), skill._version_tuple(__version__)
     same = State.CURRENT if is_ours else State.MODIFIED
-    return Judgement(State.OUTDATED if key < own_key else State.NEWER if key > own_key else same, version, is_ours)
+    return State.OUTDATED if key < own_key else State.NEWER if key > own_key else same, version, is_ours
 
 
 def is_released(name: str, template: str) -> bool:

@@ -13,7 +13,7 @@ from itertools import count
 from pathlib import Path
 
 from muvad_tarnel.failure import Obstacle, obstacle_of
-from muvad_tarnel.installed.copies import Copy, identity_of, read, read_copy
+from muvad_tarnel.installed.copies import Copy, read, read_copy
 from muvad_tarnel.installed.documents import State, document
 
 _PREFIX, _SUFFIX = ".SKILL.md.", ".tmp"
@@ -66,7 +66,7 @@ def replace(copy: Copy) -> Path | None:
     try:
         folder.mkdir(parents=True, exist_ok=True)
         with locked(folder, fcntl.LOCK_SH), staged(copy) as temporary:
-            now = as_it_is(copy)
+            now = read_copy(copy)
             if now.state is State.CURRENT:  # another installer got there first
                 return None
             kept = keep(copy.file) if now.exists and not now.is_ours else None
@@ -81,15 +81,6 @@ def replace(copy: Copy) -> Path | None:
         with suppress(OSError):  # a directory in use is not empty
             for place in missing:
                 place.rmdir()
-
-
-def as_it_is(copy: Copy) -> Copy:
-    """The copy, read again if its file has changed since."""
-    try:
-        identity = identity_of(copy.file.stat())
-    except OSError:
-        identity = None
-    return copy if identity == copy.identity else read_copy(copy)
 
 
 @contextmanager
@@ -194,7 +185,7 @@ def remove(copy: Copy, *, force: bool) -> None:
 
     Raises `OSError`, also when the file has been modified since it was read.
     """
-    if not force and not as_it_is(copy).is_ours:
+    if not force and not read_copy(copy).is_ours:
         raise OSError(errno.EBUSY, "changed while this command ran")
     place = copy.link or copy.file
     place.unlink()
