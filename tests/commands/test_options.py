@@ -62,8 +62,6 @@ def test_agents_in_use_are_detected(home: Path) -> None:
         ("install --agent vscode", ["Did you mean 'copilot'?"]),
         ("show tarnel-wikki", ["Did you mean 'tarnel-wiki'?"]),
         ("install --dryrun", ["--dry-run"]),
-        ("status --all", ["Did you mean '--all-agents'?"]),
-        ("update --agent cursor", ["Did you mean 'install --agent'?"]),
         ("uninstall", ["Did you mean 'remove'?"]),
         ("install Claude", ["Did you mean '--agent claude'?"]),
         ("install --agent claude,cursor", ["Repeat the option for each."]),

@@ -14,8 +14,8 @@ from muvad_tarnel.roots import SCOPES, Roots, agents_in_use, find_project_root, 
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
-# The scopes that a command is about: one (for the user, if nothing is said), both unless one is named, always both.
-type Scoping = Literal["one", "both", "pair"]
+# The scopes that a command is about: none, one (the user's, if none is named), both unless one is named, always both.
+type Scoping = Literal["none", "one", "both", "pair"]
 
 
 class Request:
@@ -26,7 +26,7 @@ class Request:
         console: Console,
         scoping: Scoping,
         *,
-        project: Path | None,
+        project: Path | None = None,
         scope: Scope | None = None,
         agent_keys: tuple[str, ...] = (),
         all_agents: bool = False,
@@ -44,7 +44,8 @@ class Request:
         self.obstacles: list[Obstacle] = []
         if scope is None and project and scoping != "pair":
             scope = "project"
-        scopes = (scope,) if scope else ("user",) if scoping == "one" else SCOPES
+        usual: dict[str, tuple[Scope, ...]] = {"none": (), "one": ("user",)}
+        scopes = (scope,) if scope else usual.get(scoping, SCOPES)
         self.roots = self._roots(scopes)
         self.scopes = tuple(scope for scope in scopes if scope in self.roots)
         self.named = self._detected() if detect else tuple(AGENT_CONFIG if all_agents else dict.fromkeys(agent_keys))

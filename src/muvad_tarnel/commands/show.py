@@ -4,16 +4,16 @@ import click
 
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.options import skill_command
+from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import Choice
 from muvad_tarnel.installed.documents import document
-from muvad_tarnel.output.console import Console
 from muvad_tarnel.output.report import Document, Report, Table
 from muvad_tarnel.setup import skill
 
 
-@skill_command()
+@skill_command("none")
 @click.argument("name", type=Choice(list(skill.SKILL_TEMPLATES)), metavar="[NAME]", required=False)
-def show(_: Console, *, name: str | None) -> Report:
+def show(_: Request, *, name: str | None) -> Report:
     """Print a skill's document, or list the skills.
 
     NAME is tarnel, tarnel-map or tarnel-wiki. The document is printed as an install writes it.

@@ -6,7 +6,6 @@ import click
 
 # What other tools call these commands and agents.
 _SYNONYMS = {
-    "--all": "--all-agents",
     "delete": "remove",
     "github-copilot": "copilot",
     "list": "status",
