@@ -43,11 +43,6 @@ def test_unknown_directories_are_usage_errors(home: Path) -> None:
     for directory, expected in [
         ("", "must not be empty"),
         ("src", f"expected one of {home}/.claude/skills"),
-        (".claude/skill", "Did you mean '.claude/skills'?"),
-        (".cusor/skills", "Did you mean '.cursor/skills'?"),
-        ("claude", f"Did you mean '{home}/.claude/skills'?"),
-        *((unlike, "/.claude/skills. ") for unlike in (".zed/skills", "cursor")),
-        (".claude/skills/tarnel", "Did you mean '.claude/skills --skill tarnel'?"),
     ]:
         result = run("remove", directory)
         assert (result.exit_code, expected in result.stderr.replace("\n", " ")) == (2, True), result.stderr

@@ -1,6 +1,6 @@
 """Changing copies and reporting what became of each: what `install`, `update` and `remove` share."""
 
-from collections.abc import Callable, Iterable, Sequence
+from collections.abc import Iterable, Sequence
 from pathlib import Path
 from typing import NamedTuple
 
@@ -12,8 +12,17 @@ from muvad_tarnel.hints import advice, count, doubled
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.documents import State
 from muvad_tarnel.installed.survey import Survey
-from muvad_tarnel.installed.writing import clean_up, difference, obstacle_met, obstacle_to_writing, replace
-from muvad_tarnel.output.report import Block, Line, Record, Report, Tone
+from muvad_tarnel.installed.writing import (
+    clean_up,
+    difference,
+    obstacle_met,
+    obstacle_to_removing,
+    obstacle_to_writing,
+    reason_to_keep,
+    remove,
+    replace,
+)
+from muvad_tarnel.output.report import Block, Line, Report, Tone
 
 _DONE = {"install": "installed", "update": f"updated to {__version__}", "replace": "replaced", "remove": "removed"}
 
@@ -27,38 +36,42 @@ class Outcome(NamedTuple):
     obstacle: Obstacle | None = None
 
     @property
+    def done(self) -> str:
+        """The action, or "failed"."""
+        return "failed" if self.obstacle else self.action
+
+    @property
     def is_done(self) -> bool:
         """Whether the action has succeeded, or would in a dry run."""
-        return self.action != "none" and not self.obstacle
+        return self.done not in ("none", "failed")
 
 
-def attempt(
-    request: Request, copy: Copy, action: str, obstacle: Obstacle | None, change: Callable[[Copy], Path | None]
-) -> Outcome:
-    """Change a copy, unless an obstacle is foreseen or it is a dry run."""
-    kept = None
-    if not obstacle and not request.dry_run:
-        try:
-            kept = change(copy)
-        except OSError as error:
-            obstacle = obstacle_met(error, copy)
-    return Outcome(copy, action, kept, obstacle)
-
-
-def write_all(request: Request, copies: Iterable[Copy]) -> list[Outcome]:
-    """Write the copies, each tried whatever happens to the others, and say which replaced texts are kept where."""
-    if not request.dry_run:
+def change_all(
+    request: Request, copies: Iterable[Copy], *, removes: bool = False, force: bool = False
+) -> list[Outcome]:
+    """Write or remove the copies, each tried whatever happens to the others, and say what becomes of other texts."""
+    dry_run, outcomes = request.dry_run, []
+    if not dry_run:
         clean_up(copy for copy in request.survey.copies if copy.scope in request.scopes)
-    outcomes = []
     for copy in copies:
-        action = "install" if not copy.exists else "update" if copy.is_stale else "replace"
-        outcome = attempt(request, copy, action, obstacle_to_writing(copy), replace)
-        what = f"{copy.path}, {difference(copy)}"
-        if outcome.kept:
-            request.console.note(f"replaced {what}; the old text is kept as {outcome.kept}", is_important=True)
-        elif request.dry_run and outcome.is_done and copy.exists and not copy.is_ours:
-            request.console.note(f"would replace {what}, and keep the old text beside it", is_important=True)
-        outcomes.append(outcome)
+        action = "remove" if removes else "install" if not copy.exists else "update" if copy.is_stale else "replace"
+        obstacle = obstacle_to_removing(copy, force=force) if removes else obstacle_to_writing(copy)
+        reason, kept = reason_to_keep(copy) if removes else difference(copy), None
+        if not obstacle and not dry_run:
+            try:
+                if removes:
+                    remove(copy, force=force)
+                else:
+                    kept = replace(copy)
+            except OSError as error:
+                obstacle = obstacle_met(error, copy)
+        keeps = kept or (dry_run and copy.exists and not copy.is_ours)
+        if not obstacle and (reason if removes else keeps):
+            verb = "remove" if removes else "replace"
+            backup = "" if removes else f"; the old text is kept {f'as {kept}' if kept else 'beside it'}"
+            done = f"would {verb}" if dry_run else f"{verb}d"
+            request.console.note(f"{done} {copy.path}, {reason}{backup}", is_important=True)
+        outcomes.append(Outcome(copy, action, kept, obstacle))
     return outcomes
 
 
@@ -94,14 +107,6 @@ def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
     return Line(f"{text[0].upper()}{text[1:]}.", tone)
 
 
-def outcome_record(outcome: Outcome) -> Record:
-    """What became of one copy, for programs. Its state and version are those from before."""
-    return copy_record(outcome.copy) | {
-        "action": "failed" if outcome.obstacle else outcome.action,
-        "kept": str(outcome.kept) if outcome.kept else None,
-    }
-
-
 def survey_after(request: Request, outcomes: Iterable[Outcome]) -> Survey:
     """The survey as it is after the changes, or would be after those of a dry run."""
     done = [outcome for outcome in outcomes if outcome.is_done]
@@ -133,7 +138,7 @@ def report_of(
             *remarks,
             *map(Line, doubles),
         ],
-        [outcome_record(outcome) for outcome in outcomes],
+        [copy_record(o.copy) | {"action": o.done, "kept": o.kept and str(o.kept)} for o in outcomes],
         {"dry_run": dry_run},
         agents=agent_records(after, request.scopes, agents or request.survey.finders(request.scopes)),
         advice=given,

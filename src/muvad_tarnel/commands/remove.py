@@ -2,21 +2,17 @@
 
 import os
 from collections.abc import Iterator, Sequence
-from functools import partial
 from pathlib import Path
 
 import click
 
-from muvad_tarnel.commands.changes import Outcome, attempt, report_of
+from muvad_tarnel.commands.changes import change_all, report_of
 from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.spelling import did_you_mean
 from muvad_tarnel.commands.wording import advised
 from muvad_tarnel.hints import Hint, agent_words, joined, who_find
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.survey import directories_read, grouped, readers_of
-from muvad_tarnel.installed.writing import clean_up, obstacle_to_removing, reason_to_keep
-from muvad_tarnel.installed.writing import remove as remove_copy
 from muvad_tarnel.output.report import Line, Report, Tone
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
@@ -52,9 +48,7 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     wanted = (copy for place in places for copy in survey.at(*place))
     copies = {copy.link or copy.file: copy for copy in reversed(list(wanted)) if copy.exists}
     chosen = [copy for copy in reversed(copies.values()) if not names or copy.skill in names]
-    if not request.dry_run:
-        clean_up(copy for copy in survey.copies if copy.scope in request.scopes)
-    outcomes = [removed(request, copy, force=force) for copy in chosen]
+    outcomes = change_all(request, chosen, removes=True, force=force)
     where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
     losses = list(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done]))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
@@ -72,47 +66,25 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
         for base in (Path(), request.project or Path())
     }
     is_scope_known = bool(request.is_scope_given or request.project)
-    known = {
-        directory if is_scope_known else str(request.roots[scope] / directory): (scope, directory)
-        for scope in (request.scopes if is_scope_known else request.roots)
-        for directory in directories_read(AGENT_CONFIG, scope)
-    }
-    found = [place for place in known.values() if parent_resolved(request.roots[place[0]] / place[1]) in paths]
+    scopes = request.scopes if is_scope_known else request.roots
+    known = [(scope, directory) for scope in scopes for directory in directories_read(AGENT_CONFIG, scope)]
+    found = [place for place in known if parent_resolved(request.roots[place[0]] / place[1]) in paths]
     # The table's spelling: at the scope that was given, or in the project when the current directory is below its root.
     if is_scope_known or not os.path.lexists(text):
         spelled = (request.scope if is_scope_known else "project", os.path.normpath(text))
-        found += [place for place in known.values() if place == spelled]
+        found += [place for place in known if place == spelled]
     if found:
         return found[0]
     # All directories would fill the screen; those in use are the likely ones.
-    in_use = {spelling: place for spelling, place in known.items() if any(c.exists for c in request.survey.at(*place))}
-    expected = f"; expected one of {', '.join(in_use)}" if in_use else ", and no skill is installed"
-    folder, _, name = text.rstrip("/").rpartition("/")
-    if name in skill.SKILL_TEMPLATES and folder:
-        guess = f" Did you mean '{folder} --skill {name}'?"
-    elif text in AGENT_CONFIG:
-        own = [(scope, directory) for scope in request.roots for directory in AGENT_CONFIG[text].directories(scope)[:1]]
-        guess = next((f" Did you mean {each!r}?" for each, place in in_use.items() if place in own), "")
-    else:  # all known directories end alike: a low cutoff would suggest another agent's
-        others = {directory for _, directory in known.values()} - {os.path.normpath(text)}
-        guess = did_you_mean(text, others, cutoff=0.9)
-    raise click.BadParameter(f"unknown skills directory {text!r}{expected}.{guess}", param_hint="DIRECTORY")
+    in_use = [place for place in known if any(copy.exists for copy in request.survey.at(*place))]
+    spellings = [place[1] if is_scope_known else str(request.roots[place[0]] / place[1]) for place in in_use]
+    expected = f"; expected one of {', '.join(spellings)}" if in_use else ", and no skill is installed"
+    raise click.BadParameter(f"unknown skills directory {text!r}{expected}.", param_hint="DIRECTORY")
 
 
 def parent_resolved(path: Path) -> Path:
     """The path with links resolved above its last part, whichever way the shell took."""
     return Path(os.path.realpath(path.parent), path.name)  # unlike Path.resolve, never raises for a loop
-
-
-def removed(request: Request, copy: Copy, *, force: bool) -> Outcome:
-    """Remove one copy."""
-    reason = reason_to_keep(copy)
-    obstacle = obstacle_to_removing(copy, force=force)
-    outcome = attempt(request, copy, "remove", obstacle, partial(remove_copy, force=force))
-    if reason and outcome.is_done:
-        verb = "would remove" if request.dry_run else "removed"
-        request.console.note(f"{verb} {copy.path}, {reason}", is_important=True)
-    return outcome
 
 
 def lost(request: Request, copies: Sequence[Copy]) -> Iterator[Hint]:

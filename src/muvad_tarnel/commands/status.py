@@ -98,29 +98,23 @@ def listed(request: Request) -> Iterator[Copy]:
 
 
 def blocks(request: Request, copies: list[Copy], agents: Sequence[str], *, explains_doubles: bool) -> Iterator[Block]:
-    """The report for people: the copies, and who finds them."""
+    """The report for people: the copies, and where each agent finds each skill."""
     states = (Line(f"{copy.state.value} {copy.version or ''}".rstrip(), TONES[copy.state]) for copy in copies)
     yield from copy_tables(request, "State", zip(copies, states, strict=True))
     if not copies:
         yield Line("No skill is installed.", Tone.WARNING)
-    shown = shortlist(request, agents)
-    yield from finding_table(request, agents, shown)
+    if shown := shortlist(request, agents):
+        headings = ["For the user" if scope == "user" else "In the project" for scope in request.scopes]
+        rows = [
+            [Line(AGENT_CONFIG[agent].name), *(finds_cell(request, agent, scope) for scope in request.scopes)]
+            for agent in shown
+        ]
+        yield Table("Where agents find the skills", ("Agent", *headings), rows)
+    if others := len(agents) - len(shown):
+        yield Line(f"{others} {'other ' if shown else ''}agents find skills here; -v lists them.")
     yield from remarks(request, copies)
     if explains_doubles:
         yield from map(Line, doubled(request.survey, request.scopes, shown))
-
-
-def finding_table(request: Request, agents: Sequence[str], shown: Sequence[str]) -> Iterator[Block]:
-    """Where each agent finds each skill: a row for an agent, a column for a scope."""
-    headings = {"user": "For the user", "project": "In the project"}
-    columns = ("Agent", *(headings[scope] for scope in request.scopes))
-    cells = (
-        (AGENT_CONFIG[agent].name, [finds_cell(request, agent, scope) for scope in request.scopes]) for agent in shown
-    )
-    if shown:
-        yield Table("Where agents find the skills", columns, [(name, *row) for name, row in cells])
-    if others := len(agents) - len(shown):
-        yield Line(f"{others} {'other ' if shown else ''}agents find skills here; -v lists them.")
 
 
 def finds_cell(request: Request, agent: str, scope: Scope) -> Line:

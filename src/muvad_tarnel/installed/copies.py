@@ -99,11 +99,13 @@ def read_copy(copy: Copy) -> Copy:
     path, file = copy.path, Path(os.path.realpath(copy.path))
     copy = copy.blank._replace(file=file)
     try:
-        problem = problem_of(path.stat())
-        if not problem:
+        status = path.stat()
+        if stat.S_ISREG(status.st_mode) and status.st_size <= _LARGEST:
             content = read(file)
             state, version, is_ours = judge(copy.skill, content)
             return copy._replace(state=state, version=version, is_ours=is_ours, content=content)
+        problem = "too large for a skill's document" if stat.S_ISREG(status.st_mode) else "not a regular file"
+        problem = "a directory is in the way" if stat.S_ISDIR(status.st_mode) else problem
         obstacle: Obstacle | None = Obstacle(str(path), problem, "move it away")
     except (FileNotFoundError, NotADirectoryError):
         obstacle = dangling(path)
@@ -113,15 +115,6 @@ def read_copy(copy: Copy) -> Copy:
     except UnicodeDecodeError as error:
         obstacle = Obstacle(str(path), f"not valid UTF-8 (at byte {error.start})", "correct or remove it")
     return copy._replace(state=State.UNREADABLE, obstacle=obstacle) if obstacle else copy
-
-
-def problem_of(status: os.stat_result) -> str:
-    """Why something cannot be a document; empty if it can."""
-    if stat.S_ISDIR(status.st_mode):
-        return "a directory is in the way"
-    if not stat.S_ISREG(status.st_mode):
-        return "not a regular file"
-    return "too large for a skill's document" if status.st_size > _LARGEST else ""
 
 
 def read(file: Path) -> bytes:

@@ -8,7 +8,7 @@ import errno
 import fcntl
 import os
 from collections.abc import Iterable, Iterator
-from contextlib import contextmanager, suppress
+from contextlib import contextmanager, nullcontext, suppress
 from itertools import count
 from pathlib import Path
 
@@ -88,12 +88,10 @@ def locked(folder: Path, operation: int) -> Iterator[None]:
     """Hold a lock on a directory: shared, or exclusive and then raising `OSError` if it cannot be had."""
     descriptor = None
     try:
-        try:
+        # A shared one may fail: the directory may not be listed, or the file system has no locks.
+        with suppress(OSError) if operation == fcntl.LOCK_SH else nullcontext():
             descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
             fcntl.flock(descriptor, operation)
-        except OSError:  # if shared: the directory may not be listed, or the file system has no locks
-            if operation != fcntl.LOCK_SH:
-                raise
         yield
     finally:
         if descriptor is not None:

@@ -27,10 +27,6 @@ def drawn(blocks: list[Block], *, has_colour: bool) -> str:
         color_system="standard" if has_colour else None,
         no_color=not has_colour,
         width=get_terminal_size().columns,
-        markup=False,
-        emoji=False,
-        highlight=False,
-        legacy_windows=False,
     )
     with console.capture() as capture:
         for former, block in zip([None, *blocks], blocks, strict=False):
