@@ -4,8 +4,7 @@ from muvad_tarnel import __version__
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import copy_record, obstacles_of
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State, document, plain
+from muvad_tarnel.installed.copies import Copy, State, document, plain
 from muvad_tarnel.installed.survey import each_once
 from muvad_tarnel.installed.writing import difference
 from muvad_tarnel.output.report import Document, Line, Report, Tone

@@ -8,8 +8,7 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import EFFECTS, advised, agent_records, which_skills
 from muvad_tarnel.hints import names_of, removal_of, updating
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Shadow, grouped
 from muvad_tarnel.installed.writing import obstacle_to_removing, obstacle_to_writing
 from muvad_tarnel.output.report import Block, Command, Line, Record, Report, Table, Tone

@@ -6,7 +6,7 @@ from muvad_tarnel import __version__
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import Choice
-from muvad_tarnel.installed.documents import document
+from muvad_tarnel.installed.copies import document
 from muvad_tarnel.output.report import Document, Report, Table
 from muvad_tarnel.setup import skill
 

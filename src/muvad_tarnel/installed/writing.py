@@ -13,8 +13,7 @@ from itertools import count
 from pathlib import Path
 
 from muvad_tarnel.failure import Obstacle, obstacle_of
-from muvad_tarnel.installed.copies import Copy, read, read_copy
-from muvad_tarnel.installed.documents import State, document
+from muvad_tarnel.installed.copies import Copy, State, document, read, read_copy
 
 _PREFIX, _SUFFIX = ".SKILL.md.", ".tmp"
 
