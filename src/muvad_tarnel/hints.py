@@ -4,7 +4,7 @@ Following a hint never takes a skill from an agent that found it, and the hints 
 order and in part. Followed round after round, they end in a state without hints.
 """
 
-from collections.abc import Iterable, Sequence
+from collections.abc import Collection, Iterable, Sequence
 from itertools import product
 from typing import NamedTuple
 
@@ -101,7 +101,7 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
         if not set(about) & set(readers):
             continue
         found = (after.finds(agent, scope, name) for agent, name in product(readers, names))
-        others = dict.fromkeys(copy.place for copies in found for copy in copies)
+        others = dict.fromkeys(copy.place for each in found for copy in each)
         needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
         reason = f"{who_find(readers)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
@@ -166,10 +166,9 @@ def who_find(agents: Sequence[str], how: str = "") -> str:
     return " ".join(filter(None, (names_of(agents), how, verb)))
 
 
-def skills_of(names: Iterable[str]) -> str:
+def skills_of(names: Collection[str]) -> str:
     """The names of skills, or that it is all of them."""
-    wanted = list(names)
-    return "every skill" if set(wanted) == set(skill.SKILL_TEMPLATES) else joined(wanted)
+    return "every skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
 
 
 def count(number: int) -> str:

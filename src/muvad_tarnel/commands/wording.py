@@ -92,7 +92,7 @@ def agent_records(survey: Survey, scopes: Sequence[Scope], agents: Iterable[str]
 def advised(request: Request, hints: Iterable[Hint], label: str = "to fix:") -> list[Advice]:
     """The hints that no obstacle keeps from being given."""
     given = (hint for hint in hints if not hint.obstacles)
-    return [Advice(hint.reason, Command(label, request.command(hint.scope, hint.words))) for hint in given]
+    return [(hint.reason, Command(label, request.command(hint.scope, hint.words))) for hint in given]
 
 
 def times(number: int) -> str:

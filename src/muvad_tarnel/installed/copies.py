@@ -153,11 +153,6 @@ def dangling(path: Path) -> Obstacle | None:
     return Obstacle(str(place), f"a dangling link to {place.readlink()}", "remove it, or restore what it leads to")
 
 
-def document(name: str, version: str = __version__) -> str:
-    """This package's document of a skill, stamped with `version`."""
-    return skill.render_skill_md(version, name)
-
-
 def plain(content: bytes) -> bytes:
     """The content without a byte order mark and with LF line ends."""
     return content.removeprefix(b"\xef\xbb\xbf").replace(b"\r\n", b"\n").replace(b"\r", b"\n")
@@ -169,12 +164,12 @@ def judge(name: str, content: bytes) -> tuple[State, str | None, bool]:
     Raises `UnicodeDecodeError`, unless that is due to a cut.
     """
     text = plain(content).decode(errors="replace")  # a cut may be inside a character
-    if text == document(name):  # even if the stamp is one that cannot be read back, as of a local version
+    if text == skill.render_skill_md(__version__, name):  # even if its stamp cannot be read back: a local version's
         return State.CURRENT, __version__, True
     stamp = skill._VERSION_RE.search(text[:2000])  # where the module looks for it
     version = stamp.group(1) if stamp else None
     is_ours = stamp is not None and is_released(name, text[: stamp.start(1)] + "{version}" + text[stamp.end(1) :])
-    whole = document(name, version or __version__).encode()
+    whole = skill.render_skill_md(version or __version__, name).encode()
     if not is_ours and len(content) < len(whole) and whole.startswith(content):
         return State.INCOMPLETE, version, True
     content.decode()
