@@ -64,9 +64,6 @@ def test_it_undoes_an_install(home: Path) -> None:
         run(*hint["command"][2:])
         assert files(home) == written
         run("remove")
-    put(home, ".claude/skills")
-    assert run("remove", "--scope", "project").stdout == "Nothing to remove at project scope.\n"
-    assert holding_all(home) == {".claude/skills"}
 
 
 def test_a_directory_out_of_reach_keeps_nothing_else(home: Path) -> None:
