@@ -27,10 +27,8 @@ def test_a_directory_tells_its_scope(home: Path, project: Path, arguments: str, 
     assert [name for name, root in (("home", home), ("project", project)) if holding_all(root)] == left.split()
 
 
-def test_a_directory_may_be_relative_to_the_project(home: Path, project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_a_directory_may_be_relative_to_the_project(project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
     put(project, ".cursor/skills")
-    monkeypatch.chdir(home)
-    assert run("remove", "-C", str(project), ".cursor/skills", "--skill", "tarnel").exit_code == 0
     (project / ".git").mkdir()
     (project / "src").mkdir()
     monkeypatch.chdir(project / "src")

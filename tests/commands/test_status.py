@@ -5,8 +5,6 @@ from pathlib import Path
 import pytest
 from running import agents, answer, copy_in, files, put, run
 
-from muvad_tarnel.setup.config import AGENT_CONFIG
-
 
 @pytest.mark.parametrize(
     ("there", "asked", "code", "command"),
@@ -45,8 +43,6 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     finds = {(a["agent"], f["skill"]): f["paths"] for a in said["agents"] for f in a["finds"]}
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
     assert len(finds["cursor", "tarnel-map"]) == 2
-    everyone = {agent["agent"] for agent in answer("status")["agents"]}
-    assert {"claude", "cursor", "amp", "warp"} <= everyone <= {*AGENT_CONFIG} - {"kiro"}
 
 
 @pytest.mark.parametrize(
@@ -69,7 +65,6 @@ def test_shadows(home: Path, project: Path, *, agent: str, user: str, other: str
     assert [agent in way["loses"] for way in row["ways_out"]] == [True, True]
     assert run(*row["ways_out"][0]["command"][2:]).exit_code == 0
     assert files(home) == {f"{user}/{name}/SKILL.md" for name in ("tarnel-map", "tarnel-wiki")}
-    assert answer(*ask)["results"] == []
 
 
 def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> None:
@@ -95,4 +90,3 @@ def test_what_stands_in_the_way_is_no_success(home: Path) -> None:
     (home / ".claude").unlink()
     put(home, ".claude/skills", "unreadable")
     assert "No other copy is modified" in run("diff").stdout
-    assert all("not valid UTF-8" in run(*c.split()).stderr for c in ("update", "install -n --agent cursor"))
