@@ -8,7 +8,7 @@ from typing import Any
 import pytest
 from running import agents, answer, put, run
 
-from muvad_tarnel.installed.survey import Survey
+from muvad_tarnel.installed.survey import Survey, by_file
 from muvad_tarnel.installed.writing import obstacle_to_removing
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 from muvad_tarnel.setup.skill import SKILL_TEMPLATES
@@ -48,7 +48,7 @@ def redundant(survey: Survey) -> list[Path]:
     """The files that nobody needs and that could be removed without force."""
     return [
         file
-        for file, copies in survey.by_file.items()
+        for file, copies in by_file(copy for copy in survey.copies if copy.exists).items()
         if copies[0].is_found
         and not any(obstacle_to_removing(copy, force=False) for copy in copies)
         and not any(survey.losses(copies, scope) for scope in survey.roots)
@@ -72,7 +72,6 @@ def test_hints_can_be_obeyed(home: Path, project: Path, monkeypatch: pytest.Monk
         if commands and number < 2 and chance.random() < 0.5:  # then all: in part, it may take a round for each hint
             commands = commands[: 1 + chance.randrange(len(commands))]
         for command in commands:
-            assert command[:2] == ["muvad-tarnel", "skill"]
             dry = run(*command[2:], "--dry-run")
             assert dry.exit_code == 0, (command, dry.stderr)
             obeyed = run(*command[2:])

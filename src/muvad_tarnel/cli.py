@@ -6,27 +6,12 @@ import sys
 import click
 
 from muvad_tarnel import __version__
-from muvad_tarnel.commands import COMMANDS, skill_group
-from muvad_tarnel.commands.spelling import Choice, did_you_mean
+from muvad_tarnel.commands import Group, skill_group
+from muvad_tarnel.commands.spelling import Choice
 from muvad_tarnel.output.text import silence
 
 
-class CommandLine(click.Group):
-    """The whole command line, which suggests what an unknown command was meant to be."""
-
-    def resolve_command(
-        self, ctx: click.Context, args: list[str]
-    ) -> tuple[str | None, click.Command | None, list[str]]:
-        word = args[0]
-        if not word.startswith("-") and word not in self.commands and not ctx.resilient_parsing:
-            guess = did_you_mean(word, COMMANDS, "skill ") or did_you_mean(word, self.commands)
-            if word in ("init", "query", "rebuild", "report"):  # which the skills' documents name
-                guess = " It belongs to the host that keeps the index, and is not part of this package."
-            ctx.fail(f"No such command {word!r}.{guess}")
-        return super().resolve_command(ctx, args)
-
-
-@click.group(cls=CommandLine, context_settings={"help_option_names": ["-h", "--help"]})
+@click.group(cls=Group, context_settings={"help_option_names": ["-h", "--help"]})
 @click.version_option(__version__, prog_name="muvad-tarnel", message="%(prog)s %(version)s")
 def command_line() -> None:
     """Install skills for AI coding agents."""

@@ -4,14 +4,13 @@ Following a hint never takes a skill from an agent that found it, and the hints 
 order and in part. Followed round after round, they end in a state without hints.
 """
 
-from collections.abc import Iterable, Sequence
+from collections.abc import Collection, Iterable, Sequence
 from itertools import product
 from typing import NamedTuple
 
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.survey import Survey, readers_of
+from muvad_tarnel.installed.copies import Copy, State
+from muvad_tarnel.installed.survey import Survey, by_file, grouped, readers_of
 from muvad_tarnel.installed.writing import obstacle_to_removing
 from muvad_tarnel.planning import Plan, choose, obstacles_to, replaceable
 from muvad_tarnel.setup import skill
@@ -30,31 +29,15 @@ class Hint(NamedTuple):
     obstacles: Sequence[Obstacle] = ()
 
 
-class Advice(NamedTuple):
-    """What is to be done, whether it can be done or not."""
-
-    wanted: Sequence[Hint] = ()
-
-    @property
-    def hints(self) -> list[Hint]:
-        """The hints to be given."""
-        return [hint for hint in self.wanted if not hint.obstacles]
-
-    @property
-    def obstacles(self) -> list[Obstacle]:
-        """What keeps the other hints from being given."""
-        return list(dict.fromkeys(obstacle for hint in self.wanted for obstacle in hint.obstacles))
-
-
 def advice(
     survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], about: Iterable[str] = AGENT_CONFIG
-) -> Advice:
+) -> list[Hint]:
     """What to do so that the agents find every skill, and those that it is `about` find it current and once."""
     wanted: list[Hint] = []
     for scope in scopes:
         wanted += updating(survey, scope, about)
         wanted += installing(survey, scope, lacking_at(survey, scope, scopes, agents))
-    return Advice(wanted if Advice(wanted).hints else [*wanted, *removing(survey, scopes, about)])
+    return wanted if any(not hint.obstacles for hint in wanted) else [*wanted, *removing(survey, scopes, about)]
 
 
 def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) -> list[Hint]:
@@ -68,9 +51,8 @@ def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) 
 def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Sequence[str]) -> list[str]:
     """The agents that lack a skill at all the scopes, and should find it at this one: where they find most already."""
 
-    def best(agent: str) -> Scope | None:
-        usable = [s for s in scopes if AGENT_CONFIG[agent].directories(s)]
-        return min(usable, key=lambda s: len(survey.lacking(agent, [s])), default=None)
+    def best(agent: str) -> Scope:
+        return min(scopes, key=lambda each: len(survey.lacking(agent, [each])))
 
     return [agent for agent in agents if survey.lacking(agent, scopes) and best(agent) == scope]
 
@@ -98,18 +80,14 @@ def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint
         blocked = [agent for agent in agents if Plan(survey, scope, [agent]).obstacles]
         others = [agent for agent in agents if agent not in blocked]
         plans = [Plan(survey, scope, group) for group in (blocked, others)]
-    return [install_hint(plan) for plan in plans if plan.agents]
-
-
-def install_hint(plan: Plan) -> Hint:
-    """The install that a plan is for."""
-    survey, scope, agents = plan.survey, plan.scope, plan.agents
-    is_none = all(len(survey.lacking(agent, [scope])) == len(skill.SKILL_TEMPLATES) for agent in agents)
-    which = "any skill" if is_none else "every skill"
-    reason = f"{names_of(agents)} {'does' if len(agents) == 1 else 'do'} not find {which}"
-    if foreign := [copy for copy in plan.writes if copy.state is State.FOREIGN]:
-        reason += f"; {count(len(foreign))} not written by this package will be replaced and kept as SKILL.md.bak"
-    return Hint(reason, scope, ("install", "--scope", scope, *agent_words(agents)), plan.obstacles)
+    hints = []
+    for plan in (plan for plan in plans if plan.agents):
+        which = "every skill" if any(survey.finders([scope], plan.agents)) else "any skill"
+        reason = f"{names_of(plan.agents)} {'does' if len(plan.agents) == 1 else 'do'} not find {which}"
+        if foreign := [copy for copy in plan.writes if copy.state is State.FOREIGN]:
+            reason += f"; {count(len(foreign))} not written by this package will be replaced and kept as SKILL.md.bak"
+        hints.append(Hint(reason, scope, ("install", "--scope", scope, *agent_words(plan.agents)), plan.obstacles))
+    return hints
 
 
 def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> list[Hint]:
@@ -117,14 +95,13 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
     after = survey.changed(State.MISSING, redundant)
     hints = []
-    for scope, directory, place in dict.fromkeys((copy.scope, copy.directory, copy.place) for copy in redundant):
-        copies = [copy for copy in redundant if (copy.scope, copy.directory) == (scope, directory)]
-        names = [copy.skill for copy in copies]
+    for (scope, directory), copies in grouped(((copy.scope, copy.directory), copy) for copy in redundant).items():
+        names, place = [copy.skill for copy in copies], copies[0].place
         readers = readers_of(directory, scope)
         if not set(about) & set(readers):
             continue
         found = (after.finds(agent, scope, name) for agent, name in product(readers, names))
-        others = dict.fromkeys(copy.place for files in found for copy in files.values())
+        others = dict.fromkeys(copy.place for each in found for copy in each)
         needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
         reason = f"{who_find(readers)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
@@ -135,7 +112,7 @@ def doubled(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], when
     """Which copies that make agents find skills several times are not needed, and when; or why all of them stay."""
     reasons: dict[str, None] = {}
     for agent, scope, name in product(agents, scopes, skill.SKILL_TEMPLATES):
-        if len(found := survey.finds(agent, scope, name).values()) > 1:
+        if len(found := survey.finds(agent, scope, name)) > 1:
             kept = {copy.place: obstacle_to_removing(copy, force=False) for copy in found}
             whys = [f"A copy in {place} is kept: {why.problem}." for place, why in kept.items() if why]
             reasons |= dict.fromkeys(whys or ["Skills found twice can stay: other agents need each copy."])
@@ -155,7 +132,7 @@ def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list
     """Copies of a skill that can all be removed: every agent still finds it, at each scope where it found it."""
     removable: dict[str, Copy] = {}
     rows: dict[str, list[str]] = {}
-    for file, copies in survey.by_file.items():
+    for file, copies in by_file(copy for copy in survey.copies if copy.exists).items():
         found = [copy for copy in copies if copy.skill == name and copy.is_found]
         at_scopes = [copy for copy in found if copy.scope in scopes]
         if at_scopes and not any(obstacle_to_removing(copy, force=False) for copy in found):
@@ -165,8 +142,8 @@ def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list
     if not removable:
         return []
     for agent, scope in product(AGENT_CONFIG, survey.roots):
-        if files := survey.finds(agent, scope, name):
-            rows[f"{agent} at {scope}"] = list(map(str, files))
+        if copies := survey.finds(agent, scope, name):
+            rows[f"{agent} at {scope}"] = [str(copy.file) for copy in copies]
     kept = choose(rows)
     return [copy for file, copy in removable.items() if file not in kept]
 
@@ -189,10 +166,9 @@ def who_find(agents: Sequence[str], how: str = "") -> str:
     return " ".join(filter(None, (names_of(agents), how, verb)))
 
 
-def skills_of(names: Iterable[str]) -> str:
+def skills_of(names: Collection[str]) -> str:
     """The names of skills, or that it is all of them."""
-    wanted = list(names)
-    return "every skill" if set(wanted) == set(skill.SKILL_TEMPLATES) else joined(wanted)
+    return "every skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
 
 
 def count(number: int) -> str:

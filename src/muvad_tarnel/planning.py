@@ -3,11 +3,11 @@
 from collections.abc import Iterable, Mapping, Sequence
 from dataclasses import dataclass
 from functools import cached_property
+from itertools import product
 
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.survey import Survey, each_once, grouped, readers_of
+from muvad_tarnel.installed.copies import Copy, State
+from muvad_tarnel.installed.survey import Survey, by_file, each_once, grouped
 from muvad_tarnel.installed.writing import obstacle_to_writing
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, AgentRecord, Scope
@@ -45,7 +45,7 @@ def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str]
     """The places to be written so that the agents, which lack a skill, find it. `in_use` are preferred directories."""
     places = [copy for copy in survey.copies if (copy.scope, copy.skill) == (scope, name)]
     # Directories that links make one are one candidate.
-    actual = {copy.directory: same[0] for same in grouped(places) for copy in same}
+    actual = {copy.directory: same[0] for same in by_file(places).values() for copy in same}
 
     def preference(directory: str) -> int:
         copy = actual[directory]
@@ -93,23 +93,16 @@ class Plan:
         """What would keep the install from succeeding, as far as can be foreseen."""
         return obstacles_to(self.writes)
 
-    @property
-    def unserved(self) -> list[str]:
-        """The agents that would lack a skill because of obstacles."""
-        written = [copy for copy in self.writes if not obstacle_to_writing(copy)]
-        after = self.survey.changed(State.CURRENT, written)
-        return [agent for agent in self.agents if after.lacking(agent, [self.scope])]
-
-    @property
+    @cached_property
     def directories(self) -> dict[str, list[str]]:
-        """The directories through which the agents find skills afterwards, and which of the agents read each."""
-        found = {
-            copy.directory: None
-            for agent in self.agents
-            for name in skill.SKILL_TEMPLATES
-            for copy in self.after.finds(agent, self.scope, name).values()
-        }
-        return {directory: readers_of(directory, self.scope, self.agents) for directory in sorted(found)}
+        """The directories with the agents that find skills in each afterwards; those that links make one are one."""
+        files = by_file(copy for copy in self.after.copies if copy.scope == self.scope)
+        found = dict.fromkeys(
+            (files[copy.file][0].directory, agent)
+            for agent, name in product(self.agents, skill.SKILL_TEMPLATES)
+            for copy in self.after.finds(agent, self.scope, name)
+        )
+        return dict(sorted(grouped(found).items()))
 
 
 def replaceable(copies: Iterable[Copy], *, force: bool) -> tuple[Copy, ...]:

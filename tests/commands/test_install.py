@@ -42,36 +42,19 @@ def test_each_skill_goes_beside_the_others(home: Path) -> None:
 
 
 def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> None:
-    put(home, ".claude/skills", "outdated", "tarnel")
-    put(home, ".gemini/skills", "outdated", "tarnel")
-    put(project, ".cursor/skills", "outdated", "tarnel")
-
-    def outdated() -> list[str]:
-        rows = answer("status", "--all-agents")["results"]
-        return [row["directory"] for row in rows if row["state"] == "outdated"]
-
+    for root, directory in ((home, ".agents/skills"), (home, ".pi/agent/skills"), (project, ".cursor/skills")):
+        put(root, directory, "outdated", "tarnel")
     assert "already finds" not in run("install", *agents("cursor")).stdout
-    assert outdated() == [".gemini/skills", ".cursor/skills"]
-    assert "up to date: ~/.gemini/skills.\n" in run("status").stdout
+    shown = run("status").stdout
+    assert ("up to date: ~/.pi/agent/skills.\n" in shown, "up to date: .cursor/skills.\n" in shown) == (True, True)
     run("update", "--scope", "user")
-    assert outdated() == [".cursor/skills"]
+    assert "up to date: ~" not in run("status").stdout
 
 
 def test_a_plan_gives_its_reasons(project: Path) -> None:
-    said = answer("plan", *agents("claude", "cursor", "windsurf"), "--scope", "project")
-    assert {r["directory"]: {s["agent"]: s["why"] for s in r["serves"]} for r in said["results"]} == {
-        ".claude/skills": {"claude": "its own directory", "cursor": "shared, instead of its own"},
-        ".windsurf/skills": {"windsurf": "its own directory"},
-    }
-    assert said["avoided_duplicates"] == ["cursor"]
-    (project / ".agents/skills").mkdir(parents=True)
-    (project / ".claude").symlink_to(".agents")
-    shown = run("plan", *agents("claude", "zed"), "--scope", "project").stdout
-    assert (f"same directory as {project}/.agents/skills" in shown, "through 1 directory" in shown) == (True, True)
-
-
-def test_a_plan_counts_what_is_there(project: Path) -> None:
     for there, asked, said in (
+        (".none/skills missing", "claude cursor", "shared, instead of its own"),
+        (".none/skills missing", "windsurf", "its own directory"),
         (".windsurf/skills current", "devin zed", "After the install, Windsurf and Devin find every skill in .agents"),
         (".windsurf/skills modified", "devin zed", "A copy in .windsurf/skills is kept: modified."),
         (".windsurf/skills current", "devin kiro", "shared: copies are there already"),
@@ -81,3 +64,10 @@ def test_a_plan_counts_what_is_there(project: Path) -> None:
         put(project, *there.split())
         assert said in run("plan", *agents(*asked.split()), "--scope", "project").stdout
         assert answer("install", "-n", *agents(*asked.split()), "--scope", "project")["advice"] == []
+
+
+def test_linked_directories_are_one_in_a_plan(project: Path) -> None:
+    (project / ".agents/skills").mkdir(parents=True)
+    (project / ".claude").symlink_to(".agents")
+    (row,) = answer("plan", *agents("claude", "zed"), "--scope", "project")["results"]
+    assert [served["why"] for served in row["serves"]] == ["its own directory"] * 2

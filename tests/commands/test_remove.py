@@ -27,10 +27,8 @@ def test_a_directory_tells_its_scope(home: Path, project: Path, arguments: str, 
     assert [name for name, root in (("home", home), ("project", project)) if holding_all(root)] == left.split()
 
 
-def test_a_directory_may_be_relative_to_the_project(home: Path, project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_a_directory_may_be_relative_to_the_project(project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
     put(project, ".cursor/skills")
-    monkeypatch.chdir(home)
-    assert run("remove", "-C", str(project), ".cursor/skills", "--skill", "tarnel").exit_code == 0
     (project / ".git").mkdir()
     (project / "src").mkdir()
     monkeypatch.chdir(project / "src")
@@ -40,24 +38,9 @@ def test_a_directory_may_be_relative_to_the_project(home: Path, project: Path, m
 
 def test_unknown_directories_are_usage_errors(home: Path) -> None:
     put(home, ".claude/skills")
-    for directory, expected in [
-        ("", "must not be empty"),
-        ("src", f"expected one of {home}/.claude/skills"),
-        (".claude/skill", "Did you mean '.claude/skills'?"),
-        (".cusor/skills", "Did you mean '.cursor/skills'?"),
-        ("claude", f"Did you mean '{home}/.claude/skills'?"),
-        *((unlike, "/.claude/skills. ") for unlike in (".zed/skills", "cursor")),
-        (".claude/skills/tarnel", "Did you mean '.claude/skills --skill tarnel'?"),
-    ]:
+    for directory, said in (("", "must not be empty"), ("src", f"expected one of {home}/.claude/skills")):
         result = run("remove", directory)
-        assert (result.exit_code, expected in result.stderr.replace("\n", " ")) == (2, True), result.stderr
-
-
-def test_a_directory_that_holds_more_stays(home: Path) -> None:
-    put(home, ".claude/skills")
-    (home / ".claude/skills/tarnel/notes.txt").touch()
-    assert run("remove", "--skill", "tarnel", "--skill", "tarnel-map").exit_code == 0
-    assert files(home) == {".claude/skills/tarnel/notes.txt", ".claude/skills/tarnel-wiki/SKILL.md"}
+        assert (result.exit_code, said in result.stderr.replace("\n", " ")) == (2, True), result.stderr
 
 
 def test_it_undoes_an_install(home: Path) -> None:
@@ -69,9 +52,6 @@ def test_it_undoes_an_install(home: Path) -> None:
         run(*hint["command"][2:])
         assert files(home) == written
         run("remove")
-    put(home, ".claude/skills")
-    assert run("remove", "--scope", "project").stdout == "Nothing to remove at project scope.\n"
-    assert holding_all(home) == {".claude/skills"}
 
 
 def test_a_directory_out_of_reach_keeps_nothing_else(home: Path) -> None:

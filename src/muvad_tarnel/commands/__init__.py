@@ -11,7 +11,23 @@ from muvad_tarnel.failure import Obstacle
 COMMANDS = ("install", "update", "status", "plan", "shadowed", "diff", "remove", "agents", "show")
 
 
-class SkillCommands(click.Group):
+class Group(click.Group):
+    """A group that suggests what an unknown command was meant to be."""
+
+    def resolve_command(
+        self, ctx: click.Context, args: list[str]
+    ) -> tuple[str | None, click.Command | None, list[str]]:
+        word, known = args[0], self.list_commands(ctx)
+        ctx.meta["is_json"] = "--json" in args
+        if not word.startswith("-") and word not in known and not ctx.resilient_parsing:
+            guess = did_you_mean(word, known) or did_you_mean(word, COMMANDS, "skill ")
+            if word in ("init", "query", "rebuild", "report"):  # which the skills' documents name
+                guess = " It belongs to the host that keeps the index, and is not part of this package."
+            ctx.fail(f"No such command {word!r}.{guess}")
+        return super().resolve_command(ctx, args)
+
+
+class SkillCommands(Group):
     """The skill commands, each imported when it is used."""
 
     def list_commands(self, ctx: click.Context) -> list[str]:  # noqa: ARG002 (click's signature)
@@ -23,14 +39,6 @@ class SkillCommands(click.Group):
         command = getattr(import_module(f"{__name__}.{cmd_name}"), cmd_name)
         assert isinstance(command, click.Command)  # noqa: S101 (for the type checker)
         return command
-
-    def resolve_command(
-        self, ctx: click.Context, args: list[str]
-    ) -> tuple[str | None, click.Command | None, list[str]]:
-        ctx.meta["is_json"] = "--json" in args
-        if not args[0].startswith("-") and args[0] not in COMMANDS and not ctx.resilient_parsing:
-            ctx.fail(f"No such command {args[0]!r}.{did_you_mean(args[0], COMMANDS)}")
-        return super().resolve_command(ctx, args)
 
     def invoke(self, ctx: click.Context) -> Any:
         """Run a command. With --json, usage errors are objects too."""

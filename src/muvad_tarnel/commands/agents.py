@@ -1,16 +1,14 @@
 """`muvad-tarnel skill agents`."""
 
 from muvad_tarnel.commands.options import skill_command
+from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import EFFECTS
-from muvad_tarnel.failure import Failure
-from muvad_tarnel.output.console import Console
-from muvad_tarnel.output.report import Cell, Line, Report, Table
-from muvad_tarnel.roots import agents_in_use, home_directory
+from muvad_tarnel.output.report import Line, Report, Table
 from muvad_tarnel.setup.config import AGENT_CONFIG, CHECKED_ON
 
 
-@skill_command()
-def agents(console: Console) -> Report:
+@skill_command("none")
+def agents(request: Request) -> Report:
     """List the agents and their skills directories.
 
     An agent is detected if its directory under the home directory holds more than skills: --detect is about these.
@@ -20,14 +18,9 @@ def agents(console: Console) -> Report:
     Examples:
       muvad-tarnel skill agents --json
     """
-    try:
-        in_use = agents_in_use(home_directory())
-    except Failure as failure:
-        console.note(str(failure.obstacle))
-        in_use = ()
-    rows: list[tuple[str | Cell, ...]] = []
+    rows: list[tuple[str, ...]] = []
     for key, record in AGENT_CONFIG.items():
-        name = f"{record.name} (detected)" if key in in_use else record.name
+        name = f"{record.name} (detected)" if key in request.in_use else record.name
         user, project = ", ".join(record.skills_user_roots), ", ".join(record.skills_project_roots)
         scopes = [("both", user)] if user == project else [("user", user), ("project", project)]
         rows += [(key, name, scope, directories) for scope, directories in scopes]
@@ -38,7 +31,7 @@ def agents(console: Console) -> Report:
             {
                 "key": key,
                 "name": record.name,
-                "detected": key in in_use,
+                "detected": key in request.in_use,
                 "user_directories": list(record.skills_user_roots),
                 "project_directories": list(record.skills_project_roots),
                 "precedence": record.precedence,

@@ -1,27 +1,18 @@
 """Changing copies and reporting what became of each: what `install`, `update` and `remove` share."""
 
-from collections.abc import Callable, Iterable, Sequence
+from collections.abc import Iterable, Sequence
 from pathlib import Path
 from typing import NamedTuple
 
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import (
-    TONES,
-    advice_blocks,
-    advice_records,
-    agent_records,
-    copy_record,
-    copy_tables,
-    obstacles_of,
-)
+from muvad_tarnel.commands.wording import TONES, advised, agent_records, copy_record, copy_tables, obstacles_of
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import Advice, advice, count, doubled
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
+from muvad_tarnel.hints import advice, count, doubled
+from muvad_tarnel.installed import writing
+from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Survey
-from muvad_tarnel.installed.writing import clean_up, difference, obstacle_met, obstacle_to_writing, replace
-from muvad_tarnel.output.report import Block, Cell, Line, Record, Report, Tone
+from muvad_tarnel.output.report import Block, Line, Report, Tone
 
 _DONE = {"install": "installed", "update": f"updated to {__version__}", "replace": "replaced", "remove": "removed"}
 
@@ -40,47 +31,46 @@ class Outcome(NamedTuple):
         return self.action != "none" and not self.obstacle
 
 
-def attempt(
-    request: Request, copy: Copy, action: str, obstacle: Obstacle | None, change: Callable[[Copy], Path | None]
-) -> Outcome:
-    """Change a copy, unless an obstacle is foreseen or it is a dry run."""
-    kept = None
-    if not obstacle and not request.dry_run:
-        try:
-            kept = change(copy)
-        except OSError as error:
-            obstacle = obstacle_met(error, copy)
-    return Outcome(copy, action, kept, obstacle)
-
-
-def write_all(request: Request, copies: Iterable[Copy]) -> list[Outcome]:
-    """Write the copies, each tried whatever happens to the others, and say which replaced texts are kept where."""
-    if not request.dry_run:
-        clean_up(copy for copy in request.survey.copies if copy.scope in request.scopes)
-    outcomes = []
+def change_all(
+    request: Request, copies: Iterable[Copy], *, removes: bool = False, force: bool = False
+) -> list[Outcome]:
+    """Write or remove the copies, each tried whatever happens to the others, and say what becomes of other texts."""
+    dry_run, outcomes = request.dry_run, []
+    if not dry_run:
+        writing.clean_up(copy for copy in request.survey.copies if copy.scope in request.scopes)
     for copy in copies:
-        action = "install" if not copy.exists else "update" if copy.is_stale else "replace"
-        outcome = attempt(request, copy, action, obstacle_to_writing(copy), replace)
-        what = f"{copy.path}, {difference(copy)}"
-        if outcome.kept:
-            request.console.note(f"replaced {what}; the old text is kept as {outcome.kept}", is_important=True)
-        elif request.dry_run and outcome.is_done and copy.exists and not copy.is_ours:
-            request.console.note(f"would replace {what}, and keep the old text beside it", is_important=True)
-        outcomes.append(outcome)
+        action = "remove" if removes else "install" if not copy.exists else "update" if copy.is_stale else "replace"
+        obstacle = writing.obstacle_to_removing(copy, force=force) if removes else writing.obstacle_to_writing(copy)
+        reason, kept = writing.reason_to_keep(copy) if removes else writing.difference(copy), None
+        if not obstacle and not dry_run:
+            try:
+                if removes:
+                    writing.remove(copy, force=force)
+                else:
+                    kept = writing.replace(copy)
+            except OSError as error:
+                obstacle = writing.obstacle_met(error, copy)
+        keeps = kept or (dry_run and copy.exists and not copy.is_ours)
+        if not obstacle and (reason if removes else keeps):
+            verb = "remove" if removes else "replace"
+            backup = "" if removes else f"; the old text is kept {f'as {kept}' if kept else 'beside it'}"
+            done = f"would {verb}" if dry_run else f"{verb}d"
+            request.console.note(f"{done} {copy.path}, {reason}{backup}", is_important=True)
+        outcomes.append(Outcome(copy, action, kept, obstacle))
     return outcomes
 
 
-def result_cell(outcome: Outcome, *, dry_run: bool) -> Cell:
+def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
     """What became of one copy."""
     state, action = outcome.copy.state, outcome.action
     if outcome.obstacle:
-        return Cell("kept" if action == "remove" else "failed", Tone.BAD)
+        return Line("kept" if action == "remove" else "failed", Tone.BAD)
     if action == "none":
         if state is State.CURRENT:
-            return Cell("already up to date", Tone.GOOD)
+            return Line("already up to date", Tone.GOOD)
         # Leaving a copy alone is no failure, whatever its state.
-        return Cell(f"{state.value}, unchanged", Tone.WARNING if TONES[state] is Tone.BAD else TONES[state])
-    return Cell(f"would {action}" if dry_run else _DONE[action], Tone.GOOD)
+        return Line(f"{state.value}, unchanged", Tone.WARNING if TONES[state] is Tone.BAD else TONES[state])
+    return Line(f"would {action}" if dry_run else _DONE[action], Tone.GOOD)
 
 
 def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
@@ -102,14 +92,6 @@ def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
     return Line(f"{text[0].upper()}{text[1:]}.", tone)
 
 
-def outcome_record(outcome: Outcome) -> Record:
-    """What became of one copy, for programs. Its state and version are those from before."""
-    return copy_record(outcome.copy) | {
-        "action": "failed" if outcome.obstacle else outcome.action,
-        "kept": str(outcome.kept) if outcome.kept else None,
-    }
-
-
 def survey_after(request: Request, outcomes: Iterable[Outcome]) -> Survey:
     """The survey as it is after the changes, or would be after those of a dry run."""
     done = [outcome for outcome in outcomes if outcome.is_done]
@@ -117,35 +99,30 @@ def survey_after(request: Request, outcomes: Iterable[Outcome]) -> Survey:
     return removed.changed(State.CURRENT, (o.copy for o in done if o.action != "remove"))
 
 
-def report_of(
-    request: Request,
-    outcomes: Sequence[Outcome],
-    agents: Sequence[str],
-    *,
-    nothing: str = "",
-    remarks: Iterable[Block] = (),
-) -> Report:
-    """The report on changes for the agents, with remarks after the summary. `nothing` is said without outcomes."""
+def report_of(request: Request, outcomes: Sequence[Outcome], agents: Sequence[str], remarks: Iterable[Block]) -> Report:
+    """The report on changes for the agents, with remarks after the summary."""
     dry_run, after = request.dry_run, survey_after(request, outcomes)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
     unreadable = obstacles_of(o.copy for o in outcomes if o.action == "none" and o.copy.state is State.UNREADABLE)
     # What has failed is not to be tried at once.
-    hints = Advice() if obstacles else advice(after, request.scopes, agents)
-    finders = (*agents, *request.in_use) if agents and not obstacles else ()
+    hints = [] if obstacles else advice(after, request.scopes, agents)
+    given = [] if dry_run else advised(request, hints)  # they are for what is on the disk
+    finders = (*agents, *request.in_use) if agents and not (obstacles or given) else ()
     doubles = doubled(after, request.scopes, finders, "After the install, " if dry_run else "")
-    if dry_run:  # hints are for what is on the disk
-        hints = Advice([hint for hint in hints.wanted if hint.obstacles])
     return Report(
         [
             *copy_tables(request, "Result", ((o.copy, result_cell(o, dry_run=dry_run)) for o in outcomes)),
-            summary(outcomes, dry_run=dry_run) if outcomes else Line(nothing, Tone.GOOD),
+            *([summary(outcomes, dry_run=dry_run)] if outcomes else []),
             *remarks,
-            *advice_blocks(request, hints, doubles),
+            *map(Line, doubles),
         ],
-        [outcome_record(outcome) for outcome in outcomes],
+        [
+            copy_record(o.copy) | {"action": "failed" if o.obstacle else o.action, "kept": o.kept and str(o.kept)}
+            for o in outcomes
+        ],
         {"dry_run": dry_run},
         agents=agent_records(after, request.scopes, agents or request.survey.finders(request.scopes)),
-        advice=advice_records(request, hints),
-        errors=[*obstacles, *unreadable, *hints.obstacles],
+        advice=given,
+        errors=[*obstacles, *unreadable, *(obstacle for hint in hints for obstacle in hint.obstacles)],
         exit_code=int(bool(obstacles)),
     )

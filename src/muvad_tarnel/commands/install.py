@@ -2,15 +2,14 @@
 
 import click
 
-from muvad_tarnel.commands.changes import Outcome, report_of, survey_after, write_all
+from muvad_tarnel.commands.changes import Outcome, change_all, report_of, survey_after
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import times
+from muvad_tarnel.commands.wording import skills_by_place, times
 from muvad_tarnel.hints import joined, skills_of, who_find
-from muvad_tarnel.installed.survey import each_once
+from muvad_tarnel.installed.survey import each_once, grouped
 from muvad_tarnel.output.report import Block, Line, Report, Tone
 from muvad_tarnel.planning import Plan
-from muvad_tarnel.setup import skill
 
 
 @skill_command("one", agents="claude")
@@ -34,36 +33,30 @@ def install(request: Request, *, force: bool) -> Report:
     """
     scope, survey = request.scope, request.survey
     plan = Plan(survey, scope, request.agents, force=force)
-    writes = {outcome.copy.file: outcome for outcome in write_all(request, plan.writes)}
+    writes = {outcome.copy.file: outcome for outcome in change_all(request, plan.writes)}
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 
-    remarks = finding_lines(request, outcomes)
-    report = report_of(request, outcomes, request.agents, remarks=remarks)
+    report = report_of(request, outcomes, request.agents, finding_lines(request, outcomes))
     return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.root)})
 
 
 def finding_lines(request: Request, outcomes: list[Outcome]) -> list[Block]:
     """Which agents need nothing written, and which find a skill several times: a line for the same places."""
-    after = survey_after(request, outcomes)
+    scope, after = request.scope, survey_after(request, outcomes)
     busy = {outcome.copy.file for outcome in outcomes if outcome.action != "none"}
-    agents: dict[tuple[str, tuple[str, ...], tuple[str, ...]], list[str]] = {}
+    lines = []
     for agent in dict.fromkeys((*request.agents, *request.in_use)):
-        skills: dict[tuple[str, tuple[str, ...]], list[str]] = {}
-        is_idle = not any(copy.file in busy for copy in request.survey.read_by([agent], [request.scope]))
-        for name in skill.SKILL_TEMPLATES:
-            before, now = (survey.finds(agent, request.scope, name) for survey in (request.survey, after))
-            is_old = before.keys() == now.keys()
-            if len(now) > 1 or (now and is_idle and agent in request.agents):
-                places = tuple(sorted(request.place(request.scope, copy.directory) for copy in now.values()))
-                word = "already" if is_old else "would" if request.dry_run else ""
-                skills.setdefault((word, places), []).append(name)
-        for (word, places), names in skills.items():
-            agents.setdefault((word, places, tuple(names)), []).append(agent)
+        before = skills_by_place(request, request.survey, agent, scope)
+        is_idle = not any(copy.file in busy for copy in request.survey.read_by([agent], [scope]))
+        for places, names in skills_by_place(request, after, agent, scope).items():
+            if len(places) > 1 or (places and is_idle and agent in request.agents):
+                word = "already" if before.get(places) == names else "would" if request.dry_run else ""
+                lines.append(((word, tuple(sorted(places)), tuple(names)), agent))
     return [
         Line(
             f"{who_find(who, word)} {skills_of(names)}{times(len(places))} in {joined(places)}.",
             Tone.GOOD if len(places) == 1 else Tone.WARNING,
         )
-        for (word, places, names), who in agents.items()
+        for (word, places, names), who in grouped(lines).items()
     ]

@@ -1,7 +1,5 @@
 """Declaring a command: the options that commands share, and how its report is printed."""
 
-import os
-import sys
 from collections.abc import Callable
 from functools import wraps
 from pathlib import Path
@@ -14,7 +12,7 @@ from muvad_tarnel.commands.spelling import Choice, did_you_mean
 from muvad_tarnel.failure import Failure, obstacle_of
 from muvad_tarnel.output.console import Console
 from muvad_tarnel.output.report import Report
-from muvad_tarnel.output.text import Style, silence
+from muvad_tarnel.output.text import Style
 from muvad_tarnel.roots import SCOPES
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
@@ -35,36 +33,24 @@ _output_options = [
         help="Colours and tables; auto: on a terminal, and as NO_COLOR, FORCE_COLOR and TERM=dumb say.",
     ),
 ]
-# What is meant by --agent with a command that is not about agents.
-_INSTEAD_OF_AGENTS = {"update": "install --agent", "remove": "remove DIRECTORY"}
 
 
 class SkillCommand(click.Command):
-    """A command that suggests what an unknown option or argument was meant to be."""
+    """A command that suggests what an unexpected argument was meant to be."""
 
     allow_extra_args = True
 
     def parse_args(self, ctx: click.Context, args: list[str]) -> list[str]:
-        try:
-            rest = super().parse_args(ctx, args)
-        except click.NoSuchOption as error:
-            word = error.option_name
-            options = [option for parameter in self.params for option in parameter.opts]
-            instead = _INSTEAD_OF_AGENTS.get(self.name or "") if word == "--agent" else None
-            guess = f" Did you mean {instead!r}?" if instead else did_you_mean(word, options)
-            ctx.fail(f"No such option {word!r}.{guess}")
+        rest = super().parse_args(ctx, args)
         if ctx.args and not ctx.resilient_parsing:
-            word = ctx.args[0]
             takes_agents = any(parameter.name == "agent_keys" for parameter in self.params)
-            guess = did_you_mean(word, AGENT_CONFIG, "--agent ") if takes_agents else ""
-            ctx.fail(f"Unexpected argument {word!r}.{guess}")
+            guess = did_you_mean(ctx.args[0], AGENT_CONFIG, "--agent ") if takes_agents else ""
+            ctx.fail(f"Unexpected argument {ctx.args[0]!r}.{guess}")
         return rest
 
 
-def skill_command(
-    scoping: Scoping | None = None, *, agents: str = ""
-) -> Callable[[Callable[..., Report]], click.Command]:
-    """Make a function the command of its name: it takes a `Request`, or a `Console` without `scoping`, and reports.
+def skill_command(scoping: Scoping, *, agents: str = "") -> Callable[[Callable[..., Report]], click.Command]:
+    """Make a function that takes a `Request` and reports on it the command of its name.
 
     `agents` says in words which agents a command is about if none are named; without it they cannot be named.
     """
@@ -72,9 +58,23 @@ def skill_command(
     def decorate(function: Callable[..., Report]) -> click.Command:
         @wraps(function)
         def run(*, json: bool, quiet: bool, verbose: bool, color: str, **options: Any) -> None:
-            style = Style.choose(color, os.environ)
-            console = Console(command=function.__name__, style=style, json=json, quiet=quiet, verbose=verbose)
-            _print_report(console, lambda: _answer(function, console, scoping, options))
+            style, command = Style.choose(color), function.__name__
+            console = Console(command=command, style=style, json=json, quiet=quiet, verbose=verbose)
+            about = ("project", "scope", "agent_keys", "all_agents", "detect", "dry_run")
+            try:
+                request = Request(console, scoping, **{key: options.pop(key) for key in about if key in options})
+                report = function(request, **options)
+            except Failure as failure:
+                report = Report([], [], errors=[failure.obstacle], exit_code=1)
+            except OSError as error:
+                obstacle = obstacle_of(error, error.filename or console.command)
+                report = Report([], [], errors=[obstacle], exit_code=1)
+            else:
+                errors = list(dict.fromkeys([*request.obstacles, *report.errors]))
+                exit_code = report.exit_code or int(bool(request.obstacles))
+                report = report._replace(errors=errors, exit_code=exit_code)
+            console.show(report)
+            click.get_current_context().exit(report.exit_code)
 
         command = click.command(
             function.__name__,
@@ -89,38 +89,7 @@ def skill_command(
     return decorate
 
 
-def _answer(
-    function: Callable[..., Report], console: Console, scoping: Scoping | None, options: dict[str, Any]
-) -> Report:
-    """The report of a command on the request that its options make."""
-    if not scoping:
-        return function(console, **options)
-    about = ("project", "scope", "agent_keys", "all_agents", "detect", "dry_run")
-    request = Request(console, scoping, **{key: options.pop(key) for key in about if key in options})
-    report = function(request, **options)
-    return report._replace(
-        errors=list(dict.fromkeys([*request.obstacles, *report.errors])),
-        exit_code=report.exit_code or int(bool(request.obstacles)),
-    )
-
-
-def _print_report(console: Console, answer: Callable[[], Report]) -> None:
-    """Print the report, or what kept it from being made, and exit."""
-    try:
-        report = answer()
-    except Failure as failure:
-        report = Report([], [], errors=[failure.obstacle], exit_code=1)
-    except OSError as error:
-        report = Report([], [], errors=[obstacle_of(error, error.filename or console.command)], exit_code=1)
-    try:
-        console.show(report)
-    except OSError as error:
-        silence(sys.stdout)
-        raise click.ClickException(f"standard output cannot be written to: {error.strerror}") from error
-    click.get_current_context().exit(report.exit_code)
-
-
-def _request_options(scoping: Scoping | None, agents: str) -> list[click.Parameter]:
+def _request_options(scoping: Scoping, agents: str) -> list[click.Parameter]:
     """The options that make a `Request`."""
     options: list[click.Parameter] = []
     if agents:
@@ -135,7 +104,7 @@ def _request_options(scoping: Scoping | None, agents: str) -> list[click.Paramet
         default = "user" if scoping == "one" else "both"
         text = f"The home directory (user) or the repository (project).  [default: {default}, or project with -C]"
         options.append(click.Option(["--scope"], type=Choice(SCOPES), help=text))
-    if scoping:
+    if scoping != "none":
         text = "The project's root.  [default: the nearest folder upward with .git, else the current one]"
         folder = click.Path(exists=True, file_okay=False, path_type=Path)
         options.append(click.Option(["-C", "--project"], type=folder, metavar="DIR", help=text))

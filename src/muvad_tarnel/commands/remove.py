@@ -2,22 +2,18 @@
 
 import os
 from collections.abc import Iterator, Sequence
-from functools import partial
 from pathlib import Path
 
 import click
 
-from muvad_tarnel.commands.changes import Outcome, attempt, report_of
+from muvad_tarnel.commands.changes import change_all, report_of
 from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.spelling import did_you_mean
-from muvad_tarnel.commands.wording import advice_blocks, advice_records
-from muvad_tarnel.hints import Advice, Hint, agent_words, joined, who_find
+from muvad_tarnel.commands.wording import advised
+from muvad_tarnel.hints import Hint, agent_words, joined, who_find
 from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.survey import directories_read, readers_of
-from muvad_tarnel.installed.writing import clean_up, obstacle_to_removing, reason_to_keep
-from muvad_tarnel.installed.writing import remove as remove_copy
-from muvad_tarnel.output.report import Report
+from muvad_tarnel.installed.survey import directories_read, grouped, readers_of
+from muvad_tarnel.output.report import Line, Report, Tone
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -52,50 +48,36 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     wanted = (copy for place in places for copy in survey.at(*place))
     copies = {copy.link or copy.file: copy for copy in reversed(list(wanted)) if copy.exists}
     chosen = [copy for copy in reversed(copies.values()) if not names or copy.skill in names]
-    if not request.dry_run:
-        clean_up(copy for copy in survey.copies if copy.scope in request.scopes)
-    outcomes = [removed(request, copy, force=force) for copy in chosen]
+    outcomes = change_all(request, chosen, removes=True, force=force)
     where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
-    losses = Advice(tuple(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done])))
-    remarks = advice_blocks(request, losses, label="" if request.dry_run else "to install again:")
-    report = report_of(request, outcomes, (), nothing=f"Nothing to remove {where}.", remarks=remarks)
-    return report if request.dry_run else report._replace(advice=[*advice_records(request, losses), *report.advice])
+    losses = list(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done]))
+    remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
+    nothing = [] if outcomes else [Line(f"Nothing to remove {where}.", Tone.GOOD)]
+    report = report_of(request, outcomes, (), [*nothing, *remarks])
+    again = [] if request.dry_run else advised(request, losses, "to install again:")
+    return report._replace(advice=[*again, *report.advice])
 
 
 def meant(request: Request, text: str) -> tuple[Scope, str]:
     """The skills directory that is meant by a path, or in the table's spelling."""
     if not text:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
-    paths = {
-        parent_resolved(Path(os.path.abspath(base / Path(text).expanduser())))  # noqa: PTH100 (links stay)
-        for base in (Path(), request.project or Path())
-    }
+    path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (links stay)
     is_scope_known = bool(request.is_scope_given or request.project)
-    known = {
-        directory if is_scope_known else str(request.roots[scope] / directory): (scope, directory)
-        for scope in (request.scopes if is_scope_known else request.roots)
-        for directory in directories_read(AGENT_CONFIG, scope)
-    }
-    found = [place for place in known.values() if parent_resolved(request.roots[place[0]] / place[1]) in paths]
+    scopes = request.scopes if is_scope_known else request.roots
+    known = [(scope, directory) for scope in scopes for directory in directories_read(AGENT_CONFIG, scope)]
+    found = [place for place in known if parent_resolved(request.roots[place[0]] / place[1]) == path]
     # The table's spelling: at the scope that was given, or in the project when the current directory is below its root.
     if is_scope_known or not os.path.lexists(text):
         spelled = (request.scope if is_scope_known else "project", os.path.normpath(text))
-        found += [place for place in known.values() if place == spelled]
+        found += [place for place in known if place == spelled]
     if found:
         return found[0]
     # All directories would fill the screen; those in use are the likely ones.
-    in_use = {spelling: place for spelling, place in known.items() if any(c.exists for c in request.survey.at(*place))}
-    expected = f"; expected one of {', '.join(in_use)}" if in_use else ", and no skill is installed"
-    folder, _, name = text.rstrip("/").rpartition("/")
-    if name in skill.SKILL_TEMPLATES and folder:
-        guess = f" Did you mean '{folder} --skill {name}'?"
-    elif text in AGENT_CONFIG:
-        own = [(scope, directory) for scope in request.roots for directory in AGENT_CONFIG[text].directories(scope)[:1]]
-        guess = next((f" Did you mean {each!r}?" for each, place in in_use.items() if place in own), "")
-    else:  # all known directories end alike: a low cutoff would suggest another agent's
-        others = {directory for _, directory in known.values()} - {os.path.normpath(text)}
-        guess = did_you_mean(text, others, cutoff=0.9)
-    raise click.BadParameter(f"unknown skills directory {text!r}{expected}.{guess}", param_hint="DIRECTORY")
+    in_use = [place for place in known if any(copy.exists for copy in request.survey.at(*place))]
+    spellings = [place[1] if is_scope_known else str(request.roots[place[0]] / place[1]) for place in in_use]
+    expected = f"; expected one of {', '.join(spellings)}" if in_use else ", and no skill is installed"
+    raise click.BadParameter(f"unknown skills directory {text!r}{expected}.", param_hint="DIRECTORY")
 
 
 def parent_resolved(path: Path) -> Path:
@@ -103,31 +85,16 @@ def parent_resolved(path: Path) -> Path:
     return Path(os.path.realpath(path.parent), path.name)  # unlike Path.resolve, never raises for a loop
 
 
-def removed(request: Request, copy: Copy, *, force: bool) -> Outcome:
-    """Remove one copy."""
-    reason = reason_to_keep(copy)
-    obstacle = obstacle_to_removing(copy, force=force)
-    outcome = attempt(request, copy, "remove", obstacle, partial(remove_copy, force=force))
-    if reason and outcome.is_done:
-        verb = "would remove" if request.dry_run else "removed"
-        request.console.note(f"{verb} {copy.path}, {reason}", is_important=True)
-    return outcome
-
-
 def lost(request: Request, copies: Sequence[Copy]) -> Iterator[Hint]:
     """Which agents find skills no longer: detected ones, those with no other directory, and one for any other."""
     how = "would no longer" if request.dry_run else "no longer"
     for scope in request.scopes:
-        losing: dict[str, list[str]] = {}
         losses = request.survey.losses(copies, scope)
         told = {each for each in losses if each in request.in_use or len(AGENT_CONFIG[each].directories(scope)) == 1}
         for readers in [readers_of(copy.directory, scope, losses) for copy in copies if copy.scope == scope]:
             if told.isdisjoint(readers):
                 told.update(readers[:1])
-        for agent, names in losses.items():
-            if agent in told:
-                which = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
-                losing.setdefault(which, []).append(agent)
-        for which, agents in losing.items():
+        for names, agents in grouped((tuple(names), agent) for agent, names in losses.items() if agent in told).items():
+            which = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
             words = ("install", "--scope", scope, *agent_words(agents))
             yield Hint(f"{who_find(agents, how)} {which} at {scope} scope", scope, words)

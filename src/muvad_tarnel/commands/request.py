@@ -14,8 +14,8 @@ from muvad_tarnel.roots import SCOPES, Roots, agents_in_use, find_project_root, 
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
-# The scopes that a command is about: one (for the user, if nothing is said), both unless one is named, always both.
-type Scoping = Literal["one", "both", "pair"]
+# The scopes that a command is about: none, one (the user's, if none is named), both unless one is named, always both.
+type Scoping = Literal["none", "one", "both", "pair"]
 
 
 class Request:
@@ -26,7 +26,7 @@ class Request:
         console: Console,
         scoping: Scoping,
         *,
-        project: Path | None,
+        project: Path | None = None,
         scope: Scope | None = None,
         agent_keys: tuple[str, ...] = (),
         all_agents: bool = False,
@@ -44,11 +44,15 @@ class Request:
         self.obstacles: list[Obstacle] = []
         if scope is None and project and scoping != "pair":
             scope = "project"
-        scopes = (scope,) if scope else ("user",) if scoping == "one" else SCOPES
+        usual: dict[str, tuple[Scope, ...]] = {"none": (), "one": ("user",)}
+        scopes = (scope,) if scope else usual.get(scoping, SCOPES)
         self.roots = self._roots(scopes)
         self.scopes = tuple(scope for scope in scopes if scope in self.roots)
-        self._agent_keys = agent_keys
-        self.named = self._detected() if detect else tuple(AGENT_CONFIG if all_agents else dict.fromkeys(agent_keys))
+        self.named = tuple(self.in_use if detect else AGENT_CONFIG if all_agents else dict.fromkeys(agent_keys))
+        if detect:
+            if not self.in_use:
+                raise Failure("no agent was detected", "use --agent or --all-agents", self.roots.get("user", ""))
+            console.note(f"detected: {', '.join(AGENT_CONFIG[agent].name for agent in self.in_use)}")
 
     @cached_property
     def survey(self) -> Survey:
@@ -65,16 +69,10 @@ class Request:
         """The root of that scope."""
         return self.roots[self.scope]
 
-    @cached_property
+    @property
     def agents(self) -> tuple[str, ...]:
-        """The agents named, or the default ones. Raises `Failure` if one has no directory at the scope."""
-        agents = self.named or skill.DEFAULT_AGENTS
-        able = tuple(agent for agent in agents if AGENT_CONFIG[agent].directories(self.scope))
-        for agent in dict.fromkeys(self._agent_keys):
-            if agent not in able:
-                problem = f"{AGENT_CONFIG[agent].name} has no skills directory at {self.scope} scope"
-                raise Failure(problem, "use the other scope")
-        return able
+        """The agents named, or the default ones. Every agent has directories at both scopes."""
+        return self.named or skill.DEFAULT_AGENTS
 
     @cached_property
     def in_use(self) -> tuple[str, ...]:
@@ -87,6 +85,10 @@ class Request:
         if not self.console.style.is_terminal or self.console.verbose or Path(directory).is_absolute():
             return str(path)
         return f"~/{directory}" if scope == "user" else directory
+
+    def title(self, scope: Scope) -> str:
+        """A scope and its root, above a table."""
+        return f"{scope.capitalize()} scope: {self.roots[scope]}"
 
     def command(self, scope: Scope | None, words: Sequence[str]) -> list[str]:
         """A command for the same project, as a program would start it."""
@@ -111,11 +113,3 @@ class Request:
             if "user" in roots and root.resolve() == roots["user"].resolve():
                 self.console.note("the project is the home directory: both scopes are the same place")
         return roots
-
-    def _detected(self) -> tuple[str, ...]:
-        home = home_directory()
-        found = agents_in_use(home)
-        if not found:
-            raise Failure(f"no agent was detected in {home}", "use --agent or --all-agents")
-        self.console.note(f"detected: {', '.join(AGENT_CONFIG[agent].name for agent in found)}")
-        return found

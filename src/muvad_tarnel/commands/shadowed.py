@@ -6,20 +6,12 @@ import click
 
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import (
-    EFFECTS,
-    advice_blocks,
-    advice_records,
-    agent_records,
-    command_line,
-    which_skills,
-)
-from muvad_tarnel.hints import Advice, names_of, removal_of, updating
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.survey import Shadow
-from muvad_tarnel.installed.writing import difference, obstacle_to_removing, obstacle_to_writing
-from muvad_tarnel.output.report import Block, Cell, Command, Line, Record, Report, Table, Tone
+from muvad_tarnel.commands.wording import EFFECTS, advised, agent_records, which_skills
+from muvad_tarnel.hints import names_of, removal_of, updating
+from muvad_tarnel.installed.copies import Copy, State
+from muvad_tarnel.installed.survey import Shadow, grouped
+from muvad_tarnel.installed.writing import obstacle_to_removing, obstacle_to_writing
+from muvad_tarnel.output.report import Block, Command, Line, Record, Report, Table, Tone
 from muvad_tarnel.roots import SCOPES
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
@@ -41,8 +33,8 @@ def shadowed(request: Request, *, check: bool) -> Report:
     agents = request.named or tuple(survey.finders(request.scopes))
     shadows = sorted(survey.shadows(agents), key=lambda shadow: not shadow.is_different)
     different = [shadow for shadow in shadows if shadow.is_different]
-    stale = {copy.scope for shadow in different for copy in (shadow.user, shadow.project) if copy.is_stale}
-    hints = Advice([hint for scope in SCOPES if scope in stale for hint in updating(survey, scope)])
+    stale = {copy.scope for shadow in different for copy in shadow[:2] if copy.is_stale}
+    advice = advised(request, [hint for scope in SCOPES if scope in stale for hint in updating(survey, scope)])
     shown = shadows if request.console.verbose else different
     blocks: list[Block] = [table(request, shown)] if shown else []
     if not different:
@@ -50,69 +42,51 @@ def shadowed(request: Request, *, check: bool) -> Report:
     if len(shown) < len(shadows):
         blocks.append(Line("Copies with the same text at both scopes do no harm; -v lists them."))
     return Report(
-        [*blocks, *(advice_blocks(request, hints) or choice(request, different))],
+        [*blocks, *(choice(request, different) if different and not advice else ())],
         [record(request, shadow) for shadow in shadows],
         {"roots": {scope: str(request.roots[scope]) for scope in request.scopes}},
         agents=agent_records(survey, request.scopes, agents),
-        advice=advice_records(request, hints),
+        advice=advice,
         exit_code=int(check and bool(different)),
     )
 
 
 def table(request: Request, shadows: Iterable[Shadow]) -> Table:
     """The places of the copies, and what agents make of them."""
-    skills: dict[tuple[str, str, Cell, str], list[str]] = {}
+    cells = []
     for shadow in shadows:
-        user, project = (request.place(c.scope, c.directory) for c in (shadow.user, shadow.project))
-        for effect, agents in effects_of(shadow).items():
-            skills.setdefault((user, project, effect, agents), []).append(shadow.user.skill)
-    rows: list[tuple[str | Cell, ...]] = [
+        user, project = (request.place(copy.scope, copy.directory) for copy in shadow[:2])
+        records = [AGENT_CONFIG[agent] for agent in shadow.agents]
+        effects = grouped((Line(EFFECTS[record.precedence], Tone.WARNING), record.name) for record in records)
+        if not shadow.is_different:
+            effects = {Line("same text, no harm", Tone.GOOD): [record.name for record in records]}
+        cells += [((user, project, ", ".join(names), effect), shadow.user.skill) for effect, names in effects.items()]
+    rows = [
         (user, project, which_skills(names), agents, effect)
-        for (user, project, effect, agents), names in skills.items()
+        for (user, project, agents, effect), names in grouped(cells).items()
     ]
     return Table("Skills at both scopes", ("User copy", "Project copy", "Skills", "Agents", "Effect"), rows)
 
 
-def effects_of(shadow: Shadow) -> dict[Cell, str]:
-    """What the two copies mean to which agents."""
-    agents: dict[Cell, list[str]] = {}
-    for agent in shadow.agents:
-        record = AGENT_CONFIG[agent]
-        effect = Cell(EFFECTS[record.precedence], Tone.WARNING)
-        effect = effect if shadow.is_different else Cell("same text, no harm", Tone.GOOD)
-        agents.setdefault(effect, []).append(record.name)
-    return {effect: ", ".join(names) for effect, names in agents.items()}
-
-
 def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
     """The ways out for people: no agent may be left with neither copy, so they are alternatives."""
-    where = {"user": "in other repositories", "project": "in other clones of this repository"}
     changed = [copy for shadow in shadows for copy in shadow[:2] if copy.state is not State.CURRENT]
-    can_replace = not any(map(obstacle_to_writing, changed))
-    if changed and can_replace:
+    can_replace = changed and not any(map(obstacle_to_writing, changed))
+    if can_replace:
         yield Line("Either replace modified, newer and foreign copies (what `diff` shows is kept as SKILL.md.bak):")
         for scope in dict.fromkeys(copy.scope for copy in changed):
-            yield Command("", command_line(request.command(scope, ("update", "--scope", scope, "--force"))))
-    for scope in SCOPES if shadows else ():
+            yield Command("", request.command(scope, ("update", "--scope", scope, "--force")))
+    where = {"user": "in other repositories", "project": "in other clones of this repository"}
+    for scope in SCOPES:
         copies = dict.fromkeys(shadow.user if scope == "user" else shadow.project for shadow in shadows)
-        obstacles = {copy: obstacle_to_removing(copy, force=True) for copy in copies}
-        losing = request.survey.losses((copy for copy, obstacle in obstacles.items() if not obstacle), scope)
+        obstacles = {copy: obstacle_to_removing(copy, force=False) for copy in copies}
+        free = [copy for copy, obstacle in obstacles.items() if not obstacle]
+        losing = request.survey.losses(copies, scope)
         loss = f" ({names_of(list(losing))} would lose it {where[scope]})" if losing else ""
         yield Line(f"{'Or' if can_replace or scope == 'project' else 'Either'} remove the {scope} copy{loss}:")
         yield from (Line(f"{obstacle}.", Tone.BAD) for obstacle in dict.fromkeys(obstacles.values()) if obstacle)
-        yield from removals(request, [copy for copy, obstacle in obstacles.items() if not obstacle])
-
-
-def removals(request: Request, copies: Iterable[Copy]) -> Iterator[Block]:
-    """The commands that remove copies of one scope, and what is lost by those that take --force."""
-    groups: dict[tuple[str, bool], list[Copy]] = {}
-    for copy in copies:
-        groups.setdefault((copy.directory, bool(obstacle_to_removing(copy, force=False))), []).append(copy)
-    for (_, is_forced), group in groups.items():
-        words = (*removal_of(request.survey, group), *["--force"] * is_forced)
-        yield Command("", command_line(request.command(group[0].scope, words)))
-        for copy in (each for each in group if is_forced and not each.link):
-            yield Line(f"This deletes {copy.path} ({difference(copy)}) for good: no backup is kept.", Tone.WARNING)
+        for group in grouped((copy.directory, copy) for copy in free).values():
+            yield Command("", request.command(scope, removal_of(request.survey, group)))
 
 
 def record(request: Request, shadow: Shadow) -> Record:
@@ -124,17 +98,16 @@ def record(request: Request, shadow: Shadow) -> Record:
         "project_path": str(shadow.project.path),
         "different": shadow.is_different,
         "agents": [{"agent": agent, "precedence": how, "effect": EFFECTS[how]} for agent, how in precedences.items()],
-        "ways_out": [way_out(request, copy) for copy in (shadow.user, shadow.project)],
+        "ways_out": [way_out(request, copy) for copy in shadow[:2]],
     }
 
 
 def way_out(request: Request, copy: Copy) -> Record:
     """The removal of a copy for programs: without a command where it takes --force, or fails."""
     obstacle = obstacle_to_removing(copy, force=False)
-    is_stuck = obstacle and obstacle_to_removing(copy, force=True)
     return {
         "removes": str(copy.path),
         "command": None if obstacle else request.command(copy.scope, removal_of(request.survey, [copy])),
         "problem": obstacle and obstacle.problem,
-        "loses": [] if is_stuck else list(request.survey.losses([copy], copy.scope)),
+        "loses": list(request.survey.losses([copy], copy.scope)),
     }

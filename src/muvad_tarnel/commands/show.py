@@ -4,16 +4,15 @@ import click
 
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.options import skill_command
+from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import Choice
-from muvad_tarnel.installed.documents import document
-from muvad_tarnel.output.console import Console
-from muvad_tarnel.output.report import Block, Document, Record, Report, Table
+from muvad_tarnel.output.report import Document, Report, Table
 from muvad_tarnel.setup import skill
 
 
-@skill_command()
+@skill_command("none")
 @click.argument("name", type=Choice(list(skill.SKILL_TEMPLATES)), metavar="[NAME]", required=False)
-def show(_: Console, *, name: str | None) -> Report:
+def show(_: Request, *, name: str | None) -> Report:
     """Print a skill's document, or list the skills.
 
     NAME is tarnel, tarnel-map or tarnel-wiki. The document is printed as an install writes it.
@@ -22,17 +21,15 @@ def show(_: Console, *, name: str | None) -> Report:
     Examples:
       muvad-tarnel skill show tarnel | less
     """
-    names = [name] if name else list(skill.SKILL_TEMPLATES)
-    blocks: list[Block] = [Table("", ("Skill", "Purpose"), [(each, purpose(each)) for each in names])]
-    if name:
-        blocks = [Document(document(name))]
-    results: list[Record] = [
-        {"skill": each, "version": __version__, "purpose": purpose(each), "text": document(each)} for each in names
-    ]
-    return Report(blocks, results)
+    texts = {each: skill.render_skill_md(skill_name=each) for each in ([name] if name else skill.SKILL_TEMPLATES)}
+    table = Table("", ("Skill", "Purpose"), [(each, purpose(text)) for each, text in texts.items()])
+    return Report(
+        [Document(texts[name]) if name else table],
+        [{"skill": s, "version": __version__, "purpose": purpose(t), "text": t} for s, t in texts.items()],
+    )
 
 
-def purpose(name: str) -> str:
+def purpose(text: str) -> str:
     """The first sentence of a document's description."""
-    description = document(name).partition("description: >-\n")[2].partition("\nversion:")[0]
+    description = text.partition("description: >-\n")[2].partition("\nversion:")[0]
     return " ".join(description.split()).partition(". ")[0] + "."

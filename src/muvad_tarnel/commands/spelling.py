@@ -6,7 +6,6 @@ import click
 
 # What other tools call these commands and agents.
 _SYNONYMS = {
-    "--all": "--all-agents",
     "delete": "remove",
     "github-copilot": "copilot",
     "list": "status",
@@ -17,12 +16,12 @@ _SYNONYMS = {
 }
 
 
-def did_you_mean(word: str, known: Collection[str], prefix: str = "", cutoff: float = 0.7) -> str:
+def did_you_mean(word: str, known: Collection[str], prefix: str = "") -> str:
     """A suggestion after a space, or nothing if no known word is near. The suggested word follows the prefix."""
     from difflib import get_close_matches  # noqa: PLC0415 (needed after a mistake only)
 
     synonym = _SYNONYMS.get(word.lower())
-    near = [synonym] if synonym and synonym in known else get_close_matches(word.lower(), known, 1, cutoff)
+    near = [synonym] if synonym and synonym in known else get_close_matches(word.lower(), known, 1, cutoff=0.7)
     return f" Did you mean {prefix + near[0]!r}?" if near else ""
 
 

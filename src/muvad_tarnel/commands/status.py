@@ -5,29 +5,17 @@ from itertools import chain
 
 import click
 
+from muvad_tarnel.commands import wording
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import (
-    TONES,
-    advice_blocks,
-    advice_records,
-    agent_records,
-    command_line,
-    copy_record,
-    copy_tables,
-    finds_cell,
-    obstacles_of,
-    shortlist,
-)
-from muvad_tarnel.hints import Advice, advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.survey import grouped
+from muvad_tarnel.hints import advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
+from muvad_tarnel.installed.copies import Copy, State
+from muvad_tarnel.installed.survey import by_file
 from muvad_tarnel.installed.writing import obstacle_to_writing
-from muvad_tarnel.output.report import Block, Cell, Command, Line, Report, Table, Tone
+from muvad_tarnel.output.report import Block, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
 from muvad_tarnel.setup import skill
-from muvad_tarnel.setup.config import AGENT_CONFIG
+from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 _WRONG = (State.OUTDATED, State.INCOMPLETE, State.UNREADABLE, State.FOREIGN)
 
@@ -70,19 +58,19 @@ def status(request: Request, *, check: bool) -> Report:
     hints = advice(survey, scopes, named or unnamed, about=named or AGENT_CONFIG)
     copies = list(listed(request))
     agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
-    usable = [agent for agent in named if any(AGENT_CONFIG[agent].directories(scope) for scope in scopes)]
     is_wrong = (
         any(copy.state in _WRONG for copy in copies)
-        or any(survey.lacking(agent, scopes) for agent in usable)
+        or any(survey.lacking(agent, scopes) for agent in named)
         or (not named and (nothing or bool(partly)))
     )
+    given = wording.advised(request, hints)
     return Report(
-        blocks(request, copies, agents, hints),
-        [copy_record(copy) for copy in copies],
+        blocks(request, copies, agents, explains_doubles=not given),
+        [wording.copy_record(copy) for copy in copies],
         {"roots": {scope: str(request.roots[scope]) for scope in scopes}},
-        agents=agent_records(survey, scopes, agents),
-        advice=advice_records(request, hints),
-        errors=list(dict.fromkeys([*obstacles_of(copies), *chain(*obstacles.values()), *hints.obstacles])),
+        agents=wording.agent_records(survey, scopes, agents),
+        advice=given,
+        errors=[*wording.obstacles_of(copies), *chain(*obstacles.values(), *(hint.obstacles for hint in hints))],
         exit_code=int(check and is_wrong),
     )
 
@@ -98,29 +86,36 @@ def listed(request: Request) -> Iterator[Copy]:
                 yield copy
 
 
-def blocks(request: Request, copies: list[Copy], agents: Sequence[str], hints: Advice) -> Iterator[Block]:
-    """The report for people: the copies, who finds them, and what to do."""
-    states = (Cell(f"{copy.state.value} {copy.version or ''}".rstrip(), TONES[copy.state]) for copy in copies)
-    yield from copy_tables(request, "State", zip(copies, states, strict=True))
+def blocks(request: Request, copies: list[Copy], agents: Sequence[str], *, explains_doubles: bool) -> Iterator[Block]:
+    """The report for people: the copies, and where each agent finds each skill."""
+    states = (Line(f"{copy.state.value} {copy.version or ''}".rstrip(), wording.TONES[copy.state]) for copy in copies)
+    yield from wording.copy_tables(request, "State", zip(copies, states, strict=True))
     if not copies:
         yield Line("No skill is installed.", Tone.WARNING)
-    shown = shortlist(request, agents)
-    yield from finding_table(request, agents, shown)
-    yield from remarks(request, copies)
-    yield from advice_blocks(request, hints, doubled(request.survey, request.scopes, shown))
-
-
-def finding_table(request: Request, agents: Sequence[str], shown: Sequence[str]) -> Iterator[Block]:
-    """Where each agent finds each skill: a row for an agent, a column for a scope."""
-    headings = {"user": "For the user", "project": "In the project"}
-    rows: list[tuple[str | Cell, ...]] = [
-        (AGENT_CONFIG[agent].name, *(finds_cell(request, request.survey, agent, scope) for scope in request.scopes))
-        for agent in shown
-    ]
-    if rows:
-        yield Table("Where agents find the skills", ("Agent", *(headings[scope] for scope in request.scopes)), rows)
+    if shown := wording.shortlist(request, agents):
+        headings = ["For the user" if scope == "user" else "In the project" for scope in request.scopes]
+        rows = [
+            [Line(AGENT_CONFIG[agent].name), *(finds_cell(request, agent, scope) for scope in request.scopes)]
+            for agent in shown
+        ]
+        yield Table("Where agents find the skills", ("Agent", *headings), rows)
     if others := len(agents) - len(shown):
         yield Line(f"{others} {'other ' if shown else ''}agents find skills here; -v lists them.")
+    yield from remarks(request, copies)
+    if explains_doubles:
+        yield from map(Line, doubled(request.survey, request.scopes, shown))
+
+
+def finds_cell(request: Request, agent: str, scope: Scope) -> Line:
+    """Where an agent finds the skills at one scope: all of them in one place, or skill by skill."""
+    skills = wording.skills_by_place(request, request.survey, agent, scope)
+    words = [
+        f"{', '.join(names)}:{wording.times(len(places))} {joined(places) if places else 'nowhere'}"
+        for places, names in skills.items()
+    ]
+    text = "; ".join(words) if len(words) > 1 else words[0].partition(": ")[2]
+    counts = {len(places) for places in skills}
+    return Line(text, Tone.GOOD if counts == {1} else Tone.NEUTRAL if counts == {0} else Tone.WARNING)
 
 
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
@@ -130,8 +125,8 @@ def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
         yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)
     for scope in dict.fromkeys(copy.scope for copy in foreign if not obstacle_to_writing(copy)):
         for label, words in (("to see:", ["diff"]), ("to replace all it shows, kept as .bak:", ["update", "--force"])):
-            yield Command(label, command_line(request.command(scope, [*words, "--scope", scope])))
-    files = grouped(copy for copy in copies if copy.exists)
+            yield Command(label, request.command(scope, [*words, "--scope", scope]))
+    files = by_file(copy for copy in copies if copy.exists).values()
     for places in sorted({tuple(request.place(c.scope, c.directory) for c in same) for same in files}):
         if len(set(places)) > 1:
             yield Line(f"{joined(places)} lead to the same files, which count once.")
@@ -139,4 +134,4 @@ def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
     if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
         which = skills_of(names)
         yield Line(f"The copies of {which} at the two scopes differ, and one may hide the other.", Tone.WARNING)
-        yield Command("to see:", command_line(request.command(None, ["shadowed"])))
+        yield Command("to see:", request.command(None, ["shadowed"]))

@@ -2,12 +2,12 @@
 
 import click
 
-from muvad_tarnel.commands.changes import Outcome, report_of, write_all
+from muvad_tarnel.commands.changes import Outcome, change_all, report_of
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.copies import State
 from muvad_tarnel.installed.survey import each_once
-from muvad_tarnel.output.report import Report
+from muvad_tarnel.output.report import Line, Report, Tone
 from muvad_tarnel.planning import replaceable
 
 
@@ -27,5 +27,5 @@ def update(request: Request, *, force: bool) -> Report:
     """
     copies = [copy for copy in request.survey.copies if copy.scope in request.scopes]
     unreadable = each_once(copy for copy in copies if copy.state is State.UNREADABLE)
-    outcomes = [*write_all(request, replaceable(copies, force=force)), *map(Outcome, unreadable)]
-    return report_of(request, outcomes, (), nothing="No copy needs an update.")
+    outcomes = [*change_all(request, replaceable(copies, force=force)), *map(Outcome, unreadable)]
+    return report_of(request, outcomes, (), [] if outcomes else [Line("No copy needs an update.", Tone.GOOD)])

@@ -1,27 +1,20 @@
 """Sentences, cells and records that several commands share."""
 
 from collections.abc import Iterable, Sequence
+from itertools import product
 
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import Advice, joined
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
-from muvad_tarnel.installed.survey import Survey, readers_of
-from muvad_tarnel.output.report import Block, Cell, Command, Line, Record, Table, Tone
+from muvad_tarnel.hints import Hint
+from muvad_tarnel.installed.copies import Copy, State
+from muvad_tarnel.installed.survey import Survey, grouped, readers_of
+from muvad_tarnel.output.report import Advice, Block, Command, Line, Record, Table, Tone
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
-TONES = {
-    State.CURRENT: Tone.GOOD,
-    State.NEWER: Tone.GOOD,
-    State.MODIFIED: Tone.WARNING,
-    State.OUTDATED: Tone.WARNING,
-    State.INCOMPLETE: Tone.BAD,
-    State.FOREIGN: Tone.BAD,
-    State.UNREADABLE: Tone.BAD,
-    State.MISSING: Tone.BAD,
-}
+TONES = dict.fromkeys(State, Tone.BAD)
+TONES |= {State.CURRENT: Tone.GOOD, State.NEWER: Tone.GOOD}
+TONES |= {State.MODIFIED: Tone.WARNING, State.OUTDATED: Tone.WARNING}
 
 # What an agent does with two different copies, by its precedence.
 EFFECTS = {
@@ -53,24 +46,21 @@ def which_skills(names: Sequence[str]) -> str:
     return "all" if len(names) == len(skill.SKILL_TEMPLATES) else ", ".join(names)
 
 
-def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Cell]]) -> list[Block]:
+def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Line]]) -> list[Block]:
     """The copies, a table for each scope, and a row for those skills of a directory of which the same is to be said."""
-    skills: dict[tuple[Scope, str, Cell], list[str]] = {}
-    for copy, cell in cells:
-        skills.setdefault((copy.scope, copy.directory, cell), []).append(copy.skill)
-    tables: dict[Scope, Table] = {}
-    for (scope, directory, cell), names in skills.items():
-        title = f"{scope.capitalize()} scope: {request.roots[scope]}"
-        table = tables.setdefault(scope, Table(title, ("Directory", "Skills", column, "Read by"), []))
-        readers = readers_in_words(request, directory, scope)
-        table.rows.append((request.place(scope, directory), which_skills(names), cell, readers))
-    return list(tables.values())
+    skills = grouped(((copy.scope, copy.directory, cell), copy.skill) for copy, cell in cells)
+    tables = grouped(
+        (scope, (request.place(scope, place), which_skills(names), cell, readers_in_words(request, place, scope)))
+        for (scope, place, cell), names in skills.items()
+    )
+    columns = ("Directory", "Skills", column, "Read by")
+    return [Table(request.title(scope), columns, rows) for scope, rows in tables.items()]
 
 
 def obstacles_of(copies: Iterable[Copy]) -> list[Obstacle]:
-    """Why copies that are there cannot be read, or must not be written: each obstacle once."""
+    """Why copies that are there cannot be read, or must not be written."""
     obstacles = (copy.misplaced or copy.obstacle for copy in copies if copy.exists)
-    return list(dict.fromkeys(obstacle for obstacle in obstacles if obstacle))
+    return [obstacle for obstacle in obstacles if obstacle]
 
 
 def copy_record(copy: Copy) -> Record:
@@ -88,44 +78,21 @@ def copy_record(copy: Copy) -> Record:
 
 def agent_records(survey: Survey, scopes: Sequence[Scope], agents: Iterable[str]) -> list[Record]:
     """Where each agent finds each skill, for programs."""
+
+    def finds(agent: str, scope: Scope, name: str) -> Record:
+        return {"scope": scope, "skill": name, "paths": [str(copy.path) for copy in survey.finds(agent, scope, name)]}
+
+    places = list(product(scopes, skill.SKILL_TEMPLATES))
     return [
-        {
-            "agent": agent,
-            "name": AGENT_CONFIG[agent].name,
-            "finds": [
-                {
-                    "scope": scope,
-                    "skill": name,
-                    "paths": [str(c.path) for c in survey.finds(agent, scope, name).values()],
-                }
-                for scope in scopes
-                for name in skill.SKILL_TEMPLATES
-            ],
-        }
+        {"agent": agent, "name": AGENT_CONFIG[agent].name, "finds": [finds(agent, *place) for place in places]}
         for agent in agents
     ]
 
 
-def advice_records(request: Request, advice: Advice) -> list[Record]:
-    """The hints for programs."""
-    return [{"reason": h.reason, "command": request.command(h.scope, h.words)} for h in advice.hints]
-
-
-def advice_blocks(request: Request, advice: Advice, doubles: Iterable[str] = (), label: str = "to fix:") -> list[Block]:
-    """The hints for people, without their commands if these have no label; or else why skills are found twice."""
-    blocks: list[Block] = []
-    for hint in advice.hints:
-        blocks.append(Line(f"{hint.reason}.", Tone.WARNING))
-        if label:
-            blocks.append(Command(label, command_line(request.command(hint.scope, hint.words))))
-    return blocks or [Line(reason) for reason in doubles]
-
-
-def command_line(words: Sequence[str]) -> str:
-    """A command as a shell takes it."""
-    from shlex import join  # noqa: PLC0415 (not needed with --json)
-
-    return join(words)
+def advised(request: Request, hints: Iterable[Hint], label: str = "to fix:") -> list[Advice]:
+    """The hints that no obstacle keeps from being given."""
+    given = (hint for hint in hints if not hint.obstacles)
+    return [(hint.reason, Command(label, request.command(hint.scope, hint.words))) for hint in given]
 
 
 def times(number: int) -> str:
@@ -133,16 +100,7 @@ def times(number: int) -> str:
     return {0: "", 1: "", 2: " twice:"}.get(number, f" {number} times:")
 
 
-def finds_cell(request: Request, survey: Survey, agent: str, scope: Scope) -> Cell:
-    """Where an agent finds the skills at one scope: all of them in one place, or skill by skill."""
-    skills: dict[tuple[str, ...], list[str]] = {}
-    for name in skill.SKILL_TEMPLATES:
-        found = survey.finds(agent, scope, name).values()
-        skills.setdefault(tuple(request.place(scope, copy.directory) for copy in found), []).append(name)
-    words = [
-        f"{', '.join(names)}:{times(len(places))} {joined(places) if places else 'nowhere'}"
-        for places, names in skills.items()
-    ]
-    text = "; ".join(words) if len(words) > 1 else words[0].partition(": ")[2]
-    counts = {len(places) for places in skills}
-    return Cell(text, Tone.GOOD if counts == {1} else Tone.NEUTRAL if counts == {0} else Tone.WARNING)
+def skills_by_place(request: Request, survey: Survey, agent: str, scope: Scope) -> dict[tuple[str, ...], list[str]]:
+    """The skills by the places where an agent finds them at a scope."""
+    found = ((survey.finds(agent, scope, name), name) for name in skill.SKILL_TEMPLATES)
+    return grouped((tuple(request.place(scope, copy.directory) for copy in copies), name) for copies, name in found)

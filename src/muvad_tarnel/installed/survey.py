@@ -8,8 +8,7 @@ from pathlib import Path
 from typing import NamedTuple
 
 from muvad_tarnel import __version__
-from muvad_tarnel.installed.copies import Copy, read_directory
-from muvad_tarnel.installed.documents import State, plain
+from muvad_tarnel.installed.copies import Copy, State, plain, read_directory
 from muvad_tarnel.roots import Roots
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
@@ -38,20 +37,26 @@ def readers_of(directory: str, scope: Scope, agents: Iterable[str] = AGENT_CONFI
     return [agent for agent in agents if directory in AGENT_CONFIG[agent].directories(scope)]
 
 
-def grouped(copies: Iterable[Copy]) -> list[list[Copy]]:
+def grouped[Key, Value](pairs: Iterable[tuple[Key, Value]]) -> dict[Key, list[Value]]:
+    """The values by key."""
+    groups: dict[Key, list[Value]] = {}
+    for key, value in pairs:
+        groups.setdefault(key, []).append(value)
+    return groups
+
+
+def by_file(copies: Iterable[Copy]) -> dict[Path, list[Copy]]:
     """The copies by file: those that links make one are together, first one whose path holds no link."""
-    files: dict[Path, list[Copy]] = {}
-    for copy in copies:
-        files.setdefault(copy.file, []).append(copy)
+    files = grouped((copy.file, copy) for copy in copies)
     for same in files.values():
         if len(same) > 1:  # comparing the paths of all the others takes a millisecond
             same.sort(key=lambda copy: copy.path != copy.file)
-    return list(files.values())
+    return files
 
 
 def each_once(copies: Iterable[Copy]) -> tuple[Copy, ...]:
     """The copies without those that links make the same file as another."""
-    return tuple(same[0] for same in grouped(copies))
+    return tuple(same[0] for same in by_file(copies).values())
 
 
 @dataclass(frozen=True)
@@ -76,11 +81,6 @@ class Survey:
     def _by_place(self) -> dict[tuple[Scope, str, str], Copy]:
         return {(copy.scope, copy.directory, copy.skill): copy for copy in self.copies}
 
-    @cached_property
-    def by_file(self) -> dict[Path, list[Copy]]:
-        """What exists, by the file that it is, links resolved."""
-        return {same[0].file: same for same in grouped(copy for copy in self.copies if copy.exists)}
-
     def at(self, scope: Scope, directory: str) -> list[Copy]:
         """The places of all skills in a directory."""
         return [self._by_place[scope, directory, name] for name in skill.SKILL_TEMPLATES]
@@ -90,42 +90,38 @@ class Survey:
         read = {(scope, directory) for scope in scopes for directory in directories_read(agents, scope)}
         return (copy for copy in self.copies if (copy.scope, copy.directory) in read)
 
-    def finds(self, agent: str, scope: Scope, name: str) -> dict[Path, Copy]:
-        """The files through which an agent finds a skill at a scope, in the order of its directories."""
+    def finds(self, agent: str, scope: Scope, name: str) -> list[Copy]:
+        """The copies through which an agent finds a skill at a scope, by its directories, each file once."""
         found: dict[Path, Copy] = {}
         for directory in AGENT_CONFIG[agent].directories(scope) if scope in self.roots else ():
             copy = self._by_place[scope, directory, name]
             if copy.is_found:
                 found.setdefault(copy.file, copy)
-        return found
+        return list(found.values())
 
     def lacking(self, agent: str, scopes: Iterable[Scope]) -> list[str]:
         """The skills that an agent finds at none of the scopes."""
         return [name for name in skill.SKILL_TEMPLATES if not any(self.finds(agent, s, name) for s in scopes)]
 
-    def finders(self, scopes: Iterable[Scope]) -> list[str]:
-        """The agents that find any skill at the scopes."""
+    def finders(self, scopes: Iterable[Scope], agents: Iterable[str] = AGENT_CONFIG) -> list[str]:
+        """Those of the agents that find any skill at the scopes."""
         places = list(product(scopes, skill.SKILL_TEMPLATES))
-        return [agent for agent in AGENT_CONFIG if any(self.finds(agent, *place) for place in places)]
+        return [agent for agent in agents if any(self.finds(agent, *place) for place in places)]
 
     def shadows(self, agents: Iterable[str]) -> list[Shadow]:
         """Every two files of a skill that an agent finds at the two scopes; a file found at both does not count."""
-        readers: dict[tuple[Copy, Copy], list[str]] = {}
+        pairs = []
         for name, agent in product(skill.SKILL_TEMPLATES, agents):
             users, projects = self.finds(agent, "user", name), self.finds(agent, "project", name)
-            for user, project in product(users.values(), projects.values()):
-                if user.file not in projects and project.file not in users:
-                    readers.setdefault((user, project), []).append(agent)
-        return [Shadow(user, project, found_by) for (user, project), found_by in readers.items()]
+            both = {copy.file for copy in users} & {copy.file for copy in projects}
+            pairs += [(pair, agent) for pair in product(users, projects) if both.isdisjoint(copy.file for copy in pair)]
+        return [Shadow(user, project, found_by) for (user, project), found_by in grouped(pairs).items()]
 
     def losses(self, copies: Iterable[Copy], scope: Scope) -> dict[str, list[str]]:
         """The skills that agents would no longer find at a scope if the copies were removed, by agent."""
         after = self.changed(State.MISSING, copies)
-        lost = {
-            agent: [name for name in after.lacking(agent, [scope]) if self.finds(agent, scope, name)]
-            for agent in AGENT_CONFIG
-        }
-        return {agent: names for agent, names in lost.items() if names}
+        lacking = ((agent, name) for agent in AGENT_CONFIG for name in after.lacking(agent, [scope]))
+        return grouped((agent, name) for agent, name in lacking if self.finds(agent, scope, name))
 
     def changed(self, state: State, copies: Iterable[Copy]) -> "Survey":
         """The survey as it is once the files of some copies have been written or removed."""

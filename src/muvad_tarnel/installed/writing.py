@@ -8,13 +8,13 @@ import errno
 import fcntl
 import os
 from collections.abc import Iterable, Iterator
-from contextlib import contextmanager, suppress
+from contextlib import contextmanager, nullcontext, suppress
 from itertools import count
 from pathlib import Path
 
 from muvad_tarnel.failure import Obstacle, obstacle_of
-from muvad_tarnel.installed.copies import Copy, identity_of, read, read_copy
-from muvad_tarnel.installed.documents import State, document
+from muvad_tarnel.installed.copies import Copy, State, read, read_copy
+from muvad_tarnel.setup import skill
 
 _PREFIX, _SUFFIX = ".SKILL.md.", ".tmp"
 
@@ -66,7 +66,7 @@ def replace(copy: Copy) -> Path | None:
     try:
         folder.mkdir(parents=True, exist_ok=True)
         with locked(folder, fcntl.LOCK_SH), staged(copy) as temporary:
-            now = as_it_is(copy)
+            now = read_copy(copy)
             if now.state is State.CURRENT:  # another installer got there first
                 return None
             kept = keep(copy.file) if now.exists and not now.is_ours else None
@@ -83,26 +83,15 @@ def replace(copy: Copy) -> Path | None:
                 place.rmdir()
 
 
-def as_it_is(copy: Copy) -> Copy:
-    """The copy, read again if its file has changed since."""
-    try:
-        identity = identity_of(copy.file.stat())
-    except OSError:
-        identity = None
-    return copy if identity == copy.identity else read_copy(copy)
-
-
 @contextmanager
 def locked(folder: Path, operation: int) -> Iterator[None]:
     """Hold a lock on a directory: shared, or exclusive and then raising `OSError` if it cannot be had."""
     descriptor = None
     try:
-        try:
+        # A shared one may fail: the directory may not be listed, or the file system has no locks.
+        with suppress(OSError) if operation == fcntl.LOCK_SH else nullcontext():
             descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
             fcntl.flock(descriptor, operation)
-        except OSError:  # if shared: the directory may not be listed, or the file system has no locks
-            if operation != fcntl.LOCK_SH:
-                raise
         yield
     finally:
         if descriptor is not None:
@@ -115,7 +104,7 @@ def staged(copy: Copy) -> Iterator[Path]:
     path = copy.file.with_name(f"{_PREFIX}{os.urandom(6).hex()}{_SUFFIX}")
     try:
         with path.open("xb") as stream:
-            stream.write(document(copy.skill).encode())
+            stream.write(skill.render_skill_md(skill_name=copy.skill).encode())
             stream.flush()
             if copy.exists:
                 status = copy.file.stat()
@@ -194,7 +183,7 @@ def remove(copy: Copy, *, force: bool) -> None:
 
     Raises `OSError`, also when the file has been modified since it was read.
     """
-    if not force and not as_it_is(copy).is_ours:
+    if not force and not read_copy(copy).is_ours:
         raise OSError(errno.EBUSY, "changed while this command ran")
     place = copy.link or copy.file
     place.unlink()

@@ -6,7 +6,7 @@ from dataclasses import dataclass
 import click
 
 from muvad_tarnel import __version__
-from muvad_tarnel.output.report import Block, Cell, Command, Document, Line, Record, Report, Table
+from muvad_tarnel.output.report import Block, Command, Document, Line, Record, Report, Table, Tone
 from muvad_tarnel.output.text import Style, encodable, printable, silence
 
 # The version of the JSON objects' shape: it changes when a reader of the former shape would be misled.
@@ -35,7 +35,11 @@ class Console:
         if self.json:
             self._write(object_text(self.command, report, indent=2 if self.style.is_terminal else None))
             return
-        blocks = [block for block in report.blocks if not self.quiet or isinstance(block, Document)]
+        blocks: list[Block] = [*report.blocks]
+        for reason, command in report.advice:
+            blocks += [Line(f"{reason}.", Tone.WARNING), command]
+        if self.quiet:
+            blocks = [block for block in blocks if isinstance(block, Document)]
         if self.style.is_terminal:
             from muvad_tarnel.output.terminal import drawn  # noqa: PLC0415 (rich takes longer than all the rest)
 
@@ -62,7 +66,10 @@ def plain_text(blocks: list[Block]) -> str:
     for block in blocks:
         match block:
             case Table(title, _, rows):
-                lines += [""] * bool(lines) + [printable(title)] * bool(title) + aligned(rows)
+                texts = [[printable(cell.text if isinstance(cell, Line) else cell) for cell in row] for row in rows]
+                widths = [max(map(len, column)) for column in zip(*texts, strict=True)]
+                lines += [""] * bool(lines) + [printable(title)] * bool(title)
+                lines += ["  ".join(map(str.ljust, row, widths)).rstrip() for row in texts]
             case Line(text, _):
                 lines.append(printable(text))
             case Command():
@@ -70,13 +77,6 @@ def plain_text(blocks: list[Block]) -> str:
             case Document(text, _):
                 lines += text.splitlines()
     return "".join(line + "\n" for line in lines)
-
-
-def aligned(rows: list[tuple[str | Cell, ...]]) -> list[str]:
-    """A line for every row, in columns."""
-    texts = [[printable(cell.text if isinstance(cell, Cell) else cell) for cell in row] for row in rows]
-    widths = [max(map(len, column)) for column in zip(*texts, strict=True)]
-    return ["  ".join(map(str.ljust, row, widths)).rstrip() for row in texts]
 
 
 def object_text(command: str, report: Report, indent: int | None = None) -> str:
@@ -90,7 +90,7 @@ def object_text(command: str, report: Report, indent: int | None = None) -> str:
         **(report.facts or {}),
         "results": list(report.results),
         "agents": list(report.agents),
-        "advice": list(report.advice),
+        "advice": [{"reason": reason, "command": command.words} for reason, command in report.advice],
         "errors": [{key: part or None for key, part in error._asdict().items()} for error in report.errors],
     }
     return json.dumps(record, indent=indent) + "\n"

@@ -10,7 +10,7 @@ type Record = dict[str, object]
 
 
 class Tone(Enum):
-    """How a cell or line is meant. The words must say it as well: a tone only adds a mark and a colour."""
+    """How a line is meant. The words must say it as well: a tone only adds a mark and a colour."""
 
     GOOD = "good"
     WARNING = "warning"
@@ -18,37 +18,32 @@ class Tone(Enum):
     NEUTRAL = "neutral"
 
 
-class Cell(NamedTuple):
-    """A text with a tone."""
+class Line(NamedTuple):
+    """A sentence, or a cell of a table."""
 
     text: str
-    tone: Tone
+    tone: Tone = Tone.NEUTRAL
 
 
 class Table(NamedTuple):
     """Rows under headings."""
 
     title: str
-    columns: tuple[str, ...]
-    rows: list[tuple[str | Cell, ...]]
-
-
-class Line(NamedTuple):
-    """A sentence."""
-
-    text: str
-    tone: Tone = Tone.NEUTRAL
+    columns: Sequence[str]
+    rows: Sequence[Sequence[str | Line]]
 
 
 class Command(NamedTuple):
     """A command line to copy, after what it is for. It is never wrapped."""
 
     label: str
-    text: str
+    words: Sequence[str]
 
     def __str__(self) -> str:
-        """The indented line."""
-        return "    " + "  ".join(filter(None, self))
+        """The indented line, as a shell takes it."""
+        from shlex import join  # noqa: PLC0415 (not needed with --json)
+
+        return "    " + "  ".join(filter(None, (self.label, join(self.words))))
 
 
 class Document(NamedTuple):
@@ -60,18 +55,21 @@ class Document(NamedTuple):
 
 type Block = Table | Line | Command | Document
 
+# A reason, and the command that it is a reason to run.
+type Advice = tuple[str, Command]
+
 
 class Report(NamedTuple):
     """Everything that a command reports.
 
-    The blocks are for people, and may be made on the way, since they are not used with --json. The rest is for
-    programs: the results, the agents and the advice as records, and the `facts` beside them. `errors` are for both.
+    The blocks are for people, and may be made on the way, since they are not used with --json. The results, the agents
+    and the `facts` beside them are for programs. The advice and the errors are for both.
     """
 
     blocks: Iterable[Block]
     results: Sequence[Record]
     facts: Record | None = None
     agents: Sequence[Record] = ()
-    advice: Sequence[Record] = ()
+    advice: Sequence[Advice] = ()
     errors: Sequence[Obstacle] = ()
     exit_code: int = 0

@@ -10,11 +10,12 @@ from rich.console import Console, Group
 from rich.table import Table as Grid
 from rich.text import Text
 
-from muvad_tarnel.output.report import Block, Cell, Command, Document, Line, Table, Tone
+from muvad_tarnel.output.report import Block, Command, Document, Line, Table, Tone
 from muvad_tarnel.output.text import printable
 
 _STYLES = {Tone.GOOD: "green", Tone.WARNING: "yellow", Tone.BAD: "red", Tone.NEUTRAL: ""}
 _MARKS = {Tone.GOOD: "\N{CHECK MARK}", Tone.WARNING: "!", Tone.BAD: "\N{BALLOT X}", Tone.NEUTRAL: ""}
+_DIFF_STYLES = {"+": "green", "-": "red", "@": "cyan"}
 _BOX = box.Box("    \n    \n" + "\u2500" * 4 + "\n" + "    \n" * 5)  # a rule below the headings
 # A mark stays on the line of the word that follows it.
 _WORDS = re.compile(r"\S \S+|\S+")
@@ -27,10 +28,6 @@ def drawn(blocks: list[Block], *, has_colour: bool) -> str:
         color_system="standard" if has_colour else None,
         no_color=not has_colour,
         width=get_terminal_size().columns,
-        markup=False,
-        emoji=False,
-        highlight=False,
-        legacy_windows=False,
     )
     with console.capture() as capture:
         for former, block in zip([None, *blocks], blocks, strict=False):
@@ -49,20 +46,13 @@ def draw(console: Console, block: Block) -> None:
             texts = [[text_of(cell) for cell in row] for row in rows]
             widths = widths_of(columns, texts, console.width)
             console.print(grid_of(columns, texts, widths) if widths else stack_of(columns, texts))
-        case Line(text, tone):
-            console.print(text_of(Cell(text, tone)))
+        case Line():
+            console.print(text_of(block))
         case Command():
             console.print(Text(printable(str(block))), soft_wrap=True)
         case Document(text, is_diff):
             for line in text.splitlines():
-                console.print(Text(line, diff_style(line) if is_diff else ""), soft_wrap=True)
-
-
-def diff_style(line: str) -> str:
-    """The colour of a line of a unified difference."""
-    if line.startswith(("+++", "---")):
-        return "bold"
-    return {"+": "green", "-": "red", "@": "cyan"}.get(line[:1], "")
+                console.print(Text(line, _DIFF_STYLES.get(line[:1], "") if is_diff else ""), soft_wrap=True)
 
 
 def widths_of(columns: Sequence[str], rows: list[list[Text]], available: int) -> list[int]:
@@ -98,8 +88,7 @@ def stack_of(columns: Sequence[str], rows: list[list[Text]]) -> Group:
     return Group(*lines[1:])
 
 
-def text_of(cell: str | Cell) -> Text:
-    """The cell after its mark."""
-    if not isinstance(cell, Cell):
-        return Text(printable(cell))
-    return Text(f"{_MARKS[cell.tone]} {printable(cell.text)}".lstrip(), _STYLES[cell.tone])
+def text_of(cell: str | Line) -> Text:
+    """The text after its mark."""
+    text, tone = cell if isinstance(cell, Line) else Line(cell)
+    return Text(f"{_MARKS[tone]} {printable(text)}".lstrip(), _STYLES[tone])

@@ -11,10 +11,7 @@ Rules for every row, at each scope:
   exception is Cursor's `.claude/skills`, which depends on a switch that is on by default.
 - A user directory that an environment variable moves starts with that variable (`MOVES` has their defaults).
 
-Some variables add directories or replace several at once. The table does not follow them: `OPENCODE_CONFIG_DIR` and
-`KILO_CONFIG_DIR` add one, `CRUSH_SKILLS_DIR` replaces all of Crush's, `GEMINI_CLI_HOME` replaces the home directory for
-Gemini CLI, `CLINE_DIR` moves `.cline` for Cline's command line but not for its extension, and `COPILOT_HOME` also makes
-Copilot's command line ignore `~/.agents/skills`.
+Variables that add directories or replace several at once are not followed: docs/cli.md lists them.
 """
 
 import os
@@ -75,11 +72,11 @@ def _agent(
 ) -> AgentRecord:
     """A row of the table. Its directories are given without `/skills`, in which they all end.
 
-    The marker is the first user directory unless it is named.
+    The marker is the first user directory but `.agents`, unless it is named.
     """
     in_project, for_user = (tuple(f"{root}/skills" for root in roots.split()) for roots in (project, user))
     if marker is None:
-        marker = user.partition(" ")[0]
+        marker = next(root for root in user.split() if root != ".agents")
     return AgentRecord(name, in_project, for_user, marker, precedence)
 
 
@@ -99,11 +96,7 @@ AGENTS: Final = {
     "opencode": _agent("OpenCode", ".opencode .claude .agents", "$XDG_CONFIG_HOME/opencode .opencode .claude .agents"),
     # `.config/agents` is literal here: XDG_CONFIG_HOME moves Goose's own directory only.
     "goose": _agent(
-        "Goose",
-        ".agents .goose .claude",
-        ".agents $XDG_CONFIG_HOME/goose .claude .config/agents",
-        "project",
-        marker="$XDG_CONFIG_HOME/goose",
+        "Goose", ".agents .goose .claude", ".agents $XDG_CONFIG_HOME/goose .claude .config/agents", "project"
     ),
     "zed": _agent("Zed", ".agents", ".agents", "project", marker="$XDG_CONFIG_HOME/zed"),
     "amp": _agent(
@@ -123,12 +116,12 @@ AGENTS: Final = {
     # Its project directory `.agent/skills` is a singular.
     "droid": _agent("Factory Droid", ".factory .agent", ".factory"),
     "kiro": _agent("Kiro", ".kiro", ".kiro", "project"),
-    "warp": _agent("Warp", _WARP, _WARP, "both", marker=".warp"),
+    "warp": _agent("Warp", _WARP, _WARP, "both"),
     "augment": _agent("Augment", ".augment .claude", ".augment .claude"),
     "crush": _agent(
         "Crush", ".crush .agents .claude .cursor", "$XDG_CONFIG_HOME/crush $XDG_CONFIG_HOME/agents .agents .claude"
     ),
-    "openhands": _agent("OpenHands", ".agents .openhands", ".agents .openhands", "project", marker=".openhands"),
+    "openhands": _agent("OpenHands", ".agents .openhands", ".agents .openhands", "project"),
     "pi": _agent("Pi", ".pi .agents", "$PI_CODING_AGENT_DIR .agents", "project"),
     "vibe": _agent("Mistral Vibe", ".vibe .agents", "$VIBE_HOME .agents", "project"),
     "letta": _agent("Letta Code", ".agents", ".letta", "project"),
