@@ -1,6 +1,6 @@
-"""The module's functions as function objects: nothing tells them from those that the interpreter makes.
+"""The module's functions as function objects: they behave like functions that the interpreter creates.
 
-A call takes the interpreter's own, slow path once a copy has replaced the function's code object.
+Replacing a function's code object with a copy makes its calls take the slow path, through the interpreter.
 """
 
 import contextlib
@@ -72,7 +72,7 @@ class TestEachFunction:
 
 
 class Trail(tuple[object, ...]):
-    """Stands for a path: all that it was joined from."""
+    """A stand-in for a path: the parts that it was joined from."""
 
     __slots__ = ()
 
@@ -157,7 +157,7 @@ def test_code_runs_in_the_namespace_of_each_function_made_of_it() -> None:
 
 
 def test_tracebacks_show_the_calls_on_the_slow_path(call_path: str) -> None:
-    for _ in range(12_000):  # failures add up to nothing that would change the next call's path
+    for _ in range(12_000):  # repeated failures must not change the path that the next call takes
         outcome(skill.skill_target_path, "nowhere")
     with pytest.raises(ValueError, match="unknown skill scope: 'nowhere'") as caught:
         NATIVE["skill_target_path"]("nowhere")
@@ -227,7 +227,7 @@ def test_a_generator_sees_only_errors_that_it_handles(
     try:
         int(call_path)
     except ValueError:
-        next(steps)  # the function handles an OSError meanwhile
+        next(steps)  # the function handles an OSError during this call
     assert next(steps) is None
 
 

@@ -1,4 +1,4 @@
-"""The module as a module: how it is imported, what it holds, and what its file exports."""
+"""The module as a whole: its import, its contents, and the exports of its file."""
 
 import builtins
 import contextlib

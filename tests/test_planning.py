@@ -1,4 +1,4 @@
-"""The planner with many candidates: the best choice, at once."""
+"""The planner is fast with many candidates, and restores the agent table."""
 
 from functools import partial
 from timeit import repeat
