@@ -117,7 +117,7 @@ class TestBinding:
                     both("install_skills", *arguments, **keywords)
 
     @pytest.mark.parametrize("other", ["install_skills", "_version_tuple", "skill_capable_agents"])
-    def test_is_to_the_code_that_the_function_has_now(self, other: str, monkeypatch: pytest.MonkeyPatch) -> None:
+    def test_uses_the_current_code_of_the_function(self, other: str, monkeypatch: pytest.MonkeyPatch) -> None:
         calls = [*TARGET_CALLS, *INSTALL_CALLS, (("1.2",), {})]
         others = NATIVE[other].__code__
         before = [both("skill_target_path", *arguments, **keywords) for arguments, keywords in calls]
@@ -173,7 +173,7 @@ def test_tracebacks_show_the_calls_on_the_slow_path(call_path: str) -> None:
 
 
 @pytest.mark.parametrize("watch", [sys.settrace, sys.setprofile])
-def test_calls_that_are_watched_go_as_they_do_unwatched(watch: Callable[[object], None], call_path: str) -> None:
+def test_traced_calls_behave_like_untraced_ones(watch: Callable[[object], None], call_path: str) -> None:
     def note(frame: FrameType, event: str, _: object) -> object:
         frame.f_trace_opcodes = True
         events.append(f"{event} {frame.f_code.co_name}")
@@ -200,7 +200,7 @@ def recursion_limit(limit: int) -> Iterator[None]:
 
 @pytest.mark.usefixtures("call_path")
 @pytest.mark.parametrize("limit", [1000, 10**6])
-def test_endless_recursion_leaves_the_interpreter_well(limit: int, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_endless_recursion_leaves_the_interpreter_usable(limit: int, monkeypatch: pytest.MonkeyPatch) -> None:
     def recurse(_: object) -> int:
         with pytest.raises(RecursionError, match=r"^maximum recursion depth exceeded$") as caught:
             skill.skill_target_path("user")
