@@ -56,6 +56,14 @@ class TestLinks:
         assert run("remove", *PROJECT, "--force", "--skill", "tarnel").exit_code == 0
         assert ((project / "README.md").read_text(), copy.is_symlink()) == ("mine", False)
 
+    @pytest.mark.parametrize(("kind", "code", "word"), [("current", 0, "note"), ("outdated", 1, "Error")])
+    def test_one_out_of_the_repository(self, home: Path, project: Path, kind: str, code: int, word: str) -> None:
+        put(home, ".claude/skills", kind)
+        (project / ".claude").symlink_to(home / ".claude")
+        for command in ("install", "status --check"):
+            result = run(*command.split(), *PROJECT)
+            assert (result.exit_code, result.stderr.split(":")[:2]) == (code, [word, f" {project}/.claude"])
+
     def test_those_of_dotfile_managers_are_followed(self, home: Path, tmp_path: Path) -> None:
         actual = put(tmp_path, "dotfiles/skills", "outdated", "tarnel")
         link = put(home, ".claude/skills", "missing", "tarnel")

@@ -125,7 +125,7 @@ def report_of(
     """The report on changes for the agents, with remarks after the summary. `nothing` is said without outcomes."""
     dry_run, after = request.dry_run, survey_after(request, outcomes)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
-    unreadable = obstacles_of(o.copy for o in outcomes if o.action == "none" and o.copy.state is State.UNREADABLE)
+    unreadable = obstacles_of(request, (o.copy for o in outcomes if o.action == "none"))
     # What has failed is not to be tried at once.
     hints = [] if obstacles else advice(after, request.scopes, agents)
     given = [] if dry_run else advised(request, hints)  # they are for what is on the disk

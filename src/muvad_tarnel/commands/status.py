@@ -81,7 +81,7 @@ def status(request: Request, *, check: bool) -> Report:
         {"roots": {scope: str(request.roots[scope]) for scope in scopes}},
         agents=agent_records(survey, scopes, agents),
         advice=given,
-        errors=[*obstacles_of(copies), *chain(*obstacles.values(), *(hint.obstacles for hint in hints))],
+        errors=[*obstacles_of(request, copies), *chain(*obstacles.values(), *(hint.obstacles for hint in hints))],
         exit_code=int(check and is_wrong),
     )
 

@@ -65,10 +65,13 @@ def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Line]
     return [Table(request.title(scope), columns, rows) for scope, rows in tables.items()]
 
 
-def obstacles_of(copies: Iterable[Copy]) -> list[Obstacle]:
-    """Why copies that are there cannot be read, or must not be written."""
-    obstacles = (copy.misplaced or copy.obstacle for copy in copies if copy.exists)
-    return [obstacle for obstacle in obstacles if obstacle]
+def obstacles_of(request: Request, copies: Iterable[Copy]) -> list[Obstacle]:
+    """Why copies that are there cannot be read or updated. A link that no update must follow is only a note."""
+    found = [(copy.misplaced or copy.obstacle, copy) for copy in copies if copy.exists]
+    obstacles = [obstacle for obstacle, copy in found if obstacle and (copy.obstacle or copy.is_stale)]
+    for link in dict.fromkeys(obstacle for obstacle, _ in found if obstacle and obstacle not in obstacles):
+        request.console.note(f"{link.path}: {link.problem}; install and update refuse to write there")
+    return obstacles
 
 
 def copy_record(copy: Copy) -> Record:
