@@ -73,6 +73,12 @@ def test_shadows(home: Path, project: Path, *, agent: str, user: str, other: str
     assert run(*row["ways_out"][0]["command"][2:]).exit_code == 0
     assert files(home) == {f"{user}/{name}/SKILL.md" for name in ("tarnel-map", "tarnel-wiki")}
     assert answer(*ask)["results"] == []
+    for kinds in (("foreign", "current"), ("current", "foreign")):
+        for root, directory, kind in zip((home, project), (user, other), kinds, strict=True):
+            put(root, directory, kind, "tarnel")
+        (row,) = answer(*ask, exit_code=1)["results"]
+        assert (row["user_state"], row["project_state"]) == kinds
+        assert [way["command"] is None for way in row["ways_out"]] == [kind == "foreign" for kind in kinds]
 
 
 def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> None:

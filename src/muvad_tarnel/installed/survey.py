@@ -16,7 +16,7 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 
 class Shadow(NamedTuple):
-    """Two files of one skill, one at each scope, and the agents that find both, so that one may hide the other."""
+    """Two texts of one skill, one at each scope, and the agents that read both, so that one may hide the other."""
 
     user: Copy
     project: Copy
@@ -91,14 +91,18 @@ class Survey:
         read = {(scope, directory) for scope in scopes for directory in directories_read(agents, scope)}
         return (copy for copy in self.copies if (copy.scope, copy.directory) in read)
 
-    def finds(self, agent: str, scope: Scope, name: str) -> list[Copy]:
-        """The copies through which an agent finds a skill at a scope, by its directories, each file once."""
-        found: dict[Path, Copy] = {}
+    def reads(self, agent: str, scope: Scope, name: str) -> list[Copy]:
+        """The texts, foreign ones too, that an agent reads at a scope, by its directories, each file once."""
+        texts: dict[Path, Copy] = {}
         for directory in AGENT_CONFIG[agent].directories(scope) if scope in self.roots else ():
             copy = self._by_place[scope, directory, name]
-            if copy.is_found:
-                found.setdefault(copy.file, copy)
-        return list(found.values())
+            if copy.is_found or copy.state is State.FOREIGN:
+                texts.setdefault(copy.file, copy)
+        return list(texts.values())
+
+    def finds(self, agent: str, scope: Scope, name: str) -> list[Copy]:
+        """The copies among them, through which the agent finds the skill."""
+        return [copy for copy in self.reads(agent, scope, name) if copy.is_found]
 
     def lacking(self, agent: str, scopes: Iterable[Scope]) -> list[str]:
         """The skills that an agent finds at none of the scopes."""
@@ -110,12 +114,13 @@ class Survey:
         return [agent for agent in AGENT_CONFIG if any(self.finds(agent, *place) for place in places)]
 
     def shadows(self, agents: Iterable[str]) -> list[Shadow]:
-        """Every two files of a skill that an agent finds at the two scopes; a file found at both does not count."""
+        """Every copy with another text that an agent reads at the other scope; a file read at both does not count."""
         pairs = []
         for name, agent in product(skill.SKILL_TEMPLATES, agents):
-            users, projects = self.finds(agent, "user", name), self.finds(agent, "project", name)
+            users, projects = self.reads(agent, "user", name), self.reads(agent, "project", name)
             both = {copy.file for copy in users} & {copy.file for copy in projects}
-            pairs += [(pair, agent) for pair in product(users, projects) if both.isdisjoint(copy.file for copy in pair)]
+            of_ours = (pair for pair in product(users, projects) if any(copy.is_found for copy in pair))
+            pairs += [(pair, agent) for pair in of_ours if both.isdisjoint(copy.file for copy in pair)]
         return [Shadow(user, project, found_by) for (user, project), found_by in grouped(pairs).items()]
 
     def losses(self, copies: Iterable[Copy], scope: Scope) -> dict[str, list[str]]:
