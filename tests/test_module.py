@@ -14,7 +14,7 @@ import pytest
 import muvad_tarnel
 import plain_skill
 from fresh_module import NAME, fresh_module
-from muvad_tarnel.installed.documents import RELEASED
+from muvad_tarnel.installed.copies import RELEASED
 from muvad_tarnel.setup import config, skill
 
 

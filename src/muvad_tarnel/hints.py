@@ -4,13 +4,12 @@ Following a hint never takes a skill from an agent that found it, and the hints 
 order and in part. Followed round after round, they end in a state without hints.
 """
 
-from collections.abc import Iterable, Sequence
+from collections.abc import Collection, Iterable, Sequence
 from itertools import product
 from typing import NamedTuple
 
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Survey, by_file, grouped, readers_of
 from muvad_tarnel.installed.writing import obstacle_to_removing
 from muvad_tarnel.planning import Plan, choose, obstacles_to, replaceable
@@ -81,18 +80,14 @@ def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint
         blocked = [agent for agent in agents if Plan(survey, scope, [agent]).obstacles]
         others = [agent for agent in agents if agent not in blocked]
         plans = [Plan(survey, scope, group) for group in (blocked, others)]
-    return [install_hint(plan) for plan in plans if plan.agents]
-
-
-def install_hint(plan: Plan) -> Hint:
-    """The install that a plan is for."""
-    survey, scope, agents = plan.survey, plan.scope, plan.agents
-    is_none = all(len(survey.lacking(agent, [scope])) == len(skill.SKILL_TEMPLATES) for agent in agents)
-    which = "any skill" if is_none else "every skill"
-    reason = f"{names_of(agents)} {'does' if len(agents) == 1 else 'do'} not find {which}"
-    if foreign := [copy for copy in plan.writes if copy.state is State.FOREIGN]:
-        reason += f"; {count(len(foreign))} not written by this package will be replaced and kept as SKILL.md.bak"
-    return Hint(reason, scope, ("install", "--scope", scope, *agent_words(agents)), plan.obstacles)
+    hints = []
+    for plan in (plan for plan in plans if plan.agents):
+        which = "every skill" if any(survey.finders([scope], plan.agents)) else "any skill"
+        reason = f"{names_of(plan.agents)} {'does' if len(plan.agents) == 1 else 'do'} not find {which}"
+        if foreign := [copy for copy in plan.writes if copy.state is State.FOREIGN]:
+            reason += f"; {count(len(foreign))} not written by this package will be replaced and kept as SKILL.md.bak"
+        hints.append(Hint(reason, scope, ("install", "--scope", scope, *agent_words(plan.agents)), plan.obstacles))
+    return hints
 
 
 def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> list[Hint]:
@@ -106,7 +101,7 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
         if not set(about) & set(readers):
             continue
         found = (after.finds(agent, scope, name) for agent, name in product(readers, names))
-        others = dict.fromkeys(copy.place for copies in found for copy in copies)
+        others = dict.fromkeys(copy.place for each in found for copy in each)
         needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
         reason = f"{who_find(readers)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
@@ -171,10 +166,9 @@ def who_find(agents: Sequence[str], how: str = "") -> str:
     return " ".join(filter(None, (names_of(agents), how, verb)))
 
 
-def skills_of(names: Iterable[str]) -> str:
+def skills_of(names: Collection[str]) -> str:
     """The names of skills, or that it is all of them."""
-    wanted = list(names)
-    return "every skill" if set(wanted) == set(skill.SKILL_TEMPLATES) else joined(wanted)
+    return "every skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
 
 
 def count(number: int) -> str:

@@ -6,8 +6,7 @@ from functools import cached_property
 from itertools import product
 
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Survey, by_file, each_once, grouped
 from muvad_tarnel.installed.writing import obstacle_to_writing
 from muvad_tarnel.setup import skill

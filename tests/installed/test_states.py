@@ -6,7 +6,7 @@ import pytest
 from running import answer, copy_in, put, run, text_of
 
 from muvad_tarnel import __version__
-from muvad_tarnel.installed import documents
+from muvad_tarnel.installed import copies
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.skill import SKILL_TEMPLATES
 
@@ -93,12 +93,11 @@ def test_released_templates_are_known(home: Path, monkeypatch: pytest.MonkeyPatc
         put(home, ".claude/skills", "outdated", name)
         copy = copy_in(home, ".claude/skills", name)
         copy.write_text(template.replace("{version}", "0.0.1"))
-        assert documents.judge(name, copy.read_bytes()) == (documents.State.OUTDATED, "0.0.1", True)
+        assert copies.judge(name, copy.read_bytes()) == (copies.State.OUTDATED, "0.0.1", True)
     monkeypatch.undo()
 
 
 def test_a_local_version_is_known_as_current(monkeypatch: pytest.MonkeyPatch) -> None:
     text = skill.render_skill_md("1.0+local").encode()
-    monkeypatch.setattr(documents, "__version__", "1.0+local")
-    monkeypatch.setattr(documents, "document", lambda name: skill.render_skill_md("1.0+local", name))
-    assert documents.judge("tarnel", text)[0] is documents.State.CURRENT
+    monkeypatch.setattr(copies, "__version__", "1.0+local")
+    assert copies.judge("tarnel", text)[0] is copies.State.CURRENT

@@ -9,8 +9,7 @@ from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import TONES, advised, agent_records, copy_record, copy_tables, obstacles_of
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import advice, count, doubled
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Survey
 from muvad_tarnel.installed.writing import (
     clean_up,

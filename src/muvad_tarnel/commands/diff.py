@@ -4,12 +4,12 @@ from muvad_tarnel import __version__
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import copy_record, obstacles_of
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State, document, plain
+from muvad_tarnel.installed.copies import Copy, State, plain
 from muvad_tarnel.installed.survey import each_once
 from muvad_tarnel.installed.writing import difference
 from muvad_tarnel.output.report import Document, Line, Report, Tone
 from muvad_tarnel.output.text import printable
+from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
@@ -53,7 +53,7 @@ def unified(copy: Copy) -> str:
 
     compared = unified_diff(
         lines(plain(copy.content or b"").decode()),
-        lines(document(copy.skill)),
+        lines(skill.render_skill_md(skill_name=copy.skill)),
         f"{copy.path} ({difference(copy)})",
         f"{copy.skill} {__version__} of this package",
     )

@@ -1,6 +1,5 @@
 """Declaring a command: the options that commands share, and how its report is printed."""
 
-import os
 from collections.abc import Callable
 from functools import wraps
 from pathlib import Path
@@ -59,8 +58,8 @@ def skill_command(scoping: Scoping, *, agents: str = "") -> Callable[[Callable[.
     def decorate(function: Callable[..., Report]) -> click.Command:
         @wraps(function)
         def run(*, json: bool, quiet: bool, verbose: bool, color: str, **options: Any) -> None:
-            style = Style.choose(color, os.environ)
-            console = Console(command=function.__name__, style=style, json=json, quiet=quiet, verbose=verbose)
+            style, command = Style.choose(color), function.__name__
+            console = Console(command=command, style=style, json=json, quiet=quiet, verbose=verbose)
             about = ("project", "scope", "agent_keys", "all_agents", "detect", "dry_run")
             try:
                 request = Request(console, scoping, **{key: options.pop(key) for key in about if key in options})

@@ -8,8 +8,7 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import EFFECTS, advised, agent_records, which_skills
 from muvad_tarnel.hints import names_of, removal_of, updating
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Shadow, grouped
 from muvad_tarnel.installed.writing import obstacle_to_removing, obstacle_to_writing
 from muvad_tarnel.output.report import Block, Command, Line, Record, Report, Table, Tone
@@ -60,20 +59,16 @@ def table(request: Request, shadows: Iterable[Shadow]) -> Table:
             request.place(copy.scope, copy.directory) + f" ({copy.state.value})" * (copy.state is not State.CURRENT)
             for copy in shadow[:2]
         )
-        effects = grouped((effect_on(agent, shadow), AGENT_CONFIG[agent].name) for agent in shadow.agents)
+        records = [AGENT_CONFIG[agent] for agent in shadow.agents]
+        effects = grouped((Line(EFFECTS[record.precedence], Tone.WARNING), record.name) for record in records)
+        if not shadow.is_different:
+            effects = {Line("same text, no harm", Tone.GOOD): [record.name for record in records]}
         cells += [((user, project, ", ".join(names), effect), shadow.user.skill) for effect, names in effects.items()]
     rows = [
         (user, project, which_skills(names), agents, effect)
         for (user, project, agents, effect), names in grouped(cells).items()
     ]
     return Table("Skills at both scopes", ("User copy", "Project copy", "Skills", "Agents", "Effect"), rows)
-
-
-def effect_on(agent: str, shadow: Shadow) -> Line:
-    """What the two copies mean to an agent."""
-    if shadow.is_different:
-        return Line(EFFECTS[AGENT_CONFIG[agent].precedence], Tone.WARNING)
-    return Line("same text, no harm", Tone.GOOD)
 
 
 def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:

@@ -6,7 +6,6 @@ from muvad_tarnel import __version__
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import Choice
-from muvad_tarnel.installed.documents import document
 from muvad_tarnel.output.report import Document, Report, Table
 from muvad_tarnel.setup import skill
 
@@ -22,15 +21,15 @@ def show(_: Request, *, name: str | None) -> Report:
     Examples:
       muvad-tarnel skill show tarnel | less
     """
-    names = [name] if name else list(skill.SKILL_TEMPLATES)
-    table = Table("", ("Skill", "Purpose"), [(each, purpose(each)) for each in names])
+    texts = {each: skill.render_skill_md(skill_name=each) for each in ([name] if name else skill.SKILL_TEMPLATES)}
+    table = Table("", ("Skill", "Purpose"), [(each, purpose(text)) for each, text in texts.items()])
     return Report(
-        [Document(document(name)) if name else table],
-        [{"skill": each, "version": __version__, "purpose": purpose(each), "text": document(each)} for each in names],
+        [Document(texts[name]) if name else table],
+        [{"skill": s, "version": __version__, "purpose": purpose(t), "text": t} for s, t in texts.items()],
     )
 
 
-def purpose(name: str) -> str:
+def purpose(text: str) -> str:
     """The first sentence of a document's description."""
-    description = document(name).partition("description: >-\n")[2].partition("\nversion:")[0]
+    description = text.partition("description: >-\n")[2].partition("\nversion:")[0]
     return " ".join(description.split()).partition(". ")[0] + "."

@@ -19,8 +19,7 @@ from muvad_tarnel.commands.wording import (
     times,
 )
 from muvad_tarnel.hints import advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import by_file
 from muvad_tarnel.installed.writing import obstacle_to_writing
 from muvad_tarnel.output.report import Block, Command, Line, Report, Table, Tone

@@ -5,7 +5,7 @@ import click
 from muvad_tarnel.commands.changes import Outcome, change_all, report_of
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.copies import State
 from muvad_tarnel.installed.survey import each_once
 from muvad_tarnel.output.report import Report
 from muvad_tarnel.planning import replaceable

@@ -6,23 +6,15 @@ from itertools import product
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import Hint
-from muvad_tarnel.installed.copies import Copy
-from muvad_tarnel.installed.documents import State
+from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Survey, grouped, readers_of
 from muvad_tarnel.output.report import Advice, Block, Command, Line, Record, Table, Tone
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
-TONES = {
-    State.CURRENT: Tone.GOOD,
-    State.NEWER: Tone.GOOD,
-    State.MODIFIED: Tone.WARNING,
-    State.OUTDATED: Tone.WARNING,
-    State.INCOMPLETE: Tone.BAD,
-    State.FOREIGN: Tone.BAD,
-    State.UNREADABLE: Tone.BAD,
-    State.MISSING: Tone.BAD,
-}
+TONES = dict.fromkeys(State, Tone.BAD)
+TONES |= {State.CURRENT: Tone.GOOD, State.NEWER: Tone.GOOD}
+TONES |= {State.MODIFIED: Tone.WARNING, State.OUTDATED: Tone.WARNING}
 
 # What an agent does with two different copies, by its precedence.
 EFFECTS = {
@@ -103,7 +95,7 @@ def agent_records(survey: Survey, scopes: Sequence[Scope], agents: Iterable[str]
 def advised(request: Request, hints: Iterable[Hint], label: str = "to fix:") -> list[Advice]:
     """The hints that no obstacle keeps from being given."""
     given = (hint for hint in hints if not hint.obstacles)
-    return [Advice(hint.reason, Command(label, request.command(hint.scope, hint.words))) for hint in given]
+    return [(hint.reason, Command(label, request.command(hint.scope, hint.words))) for hint in given]
 
 
 def times(number: int) -> str:

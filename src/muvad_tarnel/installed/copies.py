@@ -1,17 +1,39 @@
-"""One installed copy of a skill: reading it, and the links on the way to it."""
+"""One installed copy of a skill: reading it, judging its text, and the links on the way to it."""
 
 import os
 import stat
+from enum import Enum
 from pathlib import Path
 from typing import NamedTuple
 
+from muvad_tarnel import __version__
 from muvad_tarnel.failure import Obstacle, obstacle_of
-from muvad_tarnel.installed.documents import State, judge
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import Scope
 
 # No document comes near this many bytes. A repository may hold files that are made to exhaust memory.
 _LARGEST = 2**20
+
+# The SHA-256 digests of every template ever released. A template that changes gets a new digest here and keeps the old
+# one, so that copies which an earlier release wrote are not taken for modified ones.
+RELEASED = {
+    "tarnel": frozenset({"bef2522d3677b204b64107eb8f11578357806c23542c454484ecfa92ac5a5f02"}),
+    "tarnel-map": frozenset({"79ca54e5f36144a6738a1445f974f83244143c5aee02c5455d262add5d9474ed"}),
+    "tarnel-wiki": frozenset({"d96191336437e3021b867994a69db41de6573d507b8eaae8d6c1f2c0c0965a7d"}),
+}
+
+
+class State(Enum):
+    """A copy compared with this package."""
+
+    CURRENT = "current"
+    OUTDATED = "outdated"
+    NEWER = "newer"
+    MODIFIED = "modified"
+    INCOMPLETE = "incomplete"
+    FOREIGN = "foreign"
+    UNREADABLE = "unreadable"
+    MISSING = "missing"
 
 
 class Copy(NamedTuple):
@@ -129,3 +151,39 @@ def dangling(path: Path) -> Obstacle | None:
     if not place.is_symlink() or os.path.exists(place):  # noqa: PTH110 (never raises)
         return None
     return Obstacle(str(place), f"a dangling link to {place.readlink()}", "remove it, or restore what it leads to")
+
+
+def plain(content: bytes) -> bytes:
+    """The content without a byte order mark and with LF line ends."""
+    return content.removeprefix(b"\xef\xbb\xbf").replace(b"\r\n", b"\n").replace(b"\r", b"\n")
+
+
+def judge(name: str, content: bytes) -> tuple[State, str | None, bool]:
+    """The state of a copy with this content, its stamp, and whether this package wrote it, in any release.
+
+    Raises `UnicodeDecodeError`, unless that is due to a cut.
+    """
+    text = plain(content).decode(errors="replace")  # a cut may be inside a character
+    if text == skill.render_skill_md(__version__, name):  # even if its stamp cannot be read back: a local version's
+        return State.CURRENT, __version__, True
+    stamp = skill._VERSION_RE.search(text[:2000])  # where the module looks for it
+    version = stamp.group(1) if stamp else None
+    is_ours = stamp is not None and is_released(name, text[: stamp.start(1)] + "{version}" + text[stamp.end(1) :])
+    whole = skill.render_skill_md(version or __version__, name).encode()
+    if not is_ours and len(content) < len(whole) and whole.startswith(content):
+        return State.INCOMPLETE, version, True
+    content.decode()
+    if version is None:
+        return State.FOREIGN, None, False
+    key, own_key = skill._version_tuple(version), skill._version_tuple(__version__)
+    same = State.CURRENT if is_ours else State.MODIFIED
+    return State.OUTDATED if key < own_key else State.NEWER if key > own_key else same, version, is_ours
+
+
+def is_released(name: str, template: str) -> bool:
+    """Whether the text is a released template of the skill."""
+    if template == skill.SKILL_TEMPLATES[name]:
+        return True
+    from hashlib import sha256  # noqa: PLC0415 (slow to import, and seldom needed)
+
+    return sha256(template.encode()).hexdigest() in RELEASED[name]

@@ -8,8 +8,7 @@ from pathlib import Path
 from typing import NamedTuple
 
 from muvad_tarnel import __version__
-from muvad_tarnel.installed.copies import Copy, read_directory
-from muvad_tarnel.installed.documents import State, plain
+from muvad_tarnel.installed.copies import Copy, State, plain, read_directory
 from muvad_tarnel.roots import Roots
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
@@ -108,10 +107,10 @@ class Survey:
         """The skills that an agent finds at none of the scopes."""
         return [name for name in skill.SKILL_TEMPLATES if not any(self.finds(agent, s, name) for s in scopes)]
 
-    def finders(self, scopes: Iterable[Scope]) -> list[str]:
-        """The agents that find any skill at the scopes."""
+    def finders(self, scopes: Iterable[Scope], agents: Iterable[str] = AGENT_CONFIG) -> list[str]:
+        """Those of the agents that find any skill at the scopes."""
         places = list(product(scopes, skill.SKILL_TEMPLATES))
-        return [agent for agent in AGENT_CONFIG if any(self.finds(agent, *place) for place in places)]
+        return [agent for agent in agents if any(self.finds(agent, *place) for place in places)]
 
     def shadows(self, agents: Iterable[str]) -> list[Shadow]:
         """Every copy with another text that an agent reads at the other scope; a file read at both does not count."""
@@ -126,11 +125,8 @@ class Survey:
     def losses(self, copies: Iterable[Copy], scope: Scope) -> dict[str, list[str]]:
         """The skills that agents would no longer find at a scope if the copies were removed, by agent."""
         after = self.changed(State.MISSING, copies)
-        lost = {
-            agent: [name for name in after.lacking(agent, [scope]) if self.finds(agent, scope, name)]
-            for agent in AGENT_CONFIG
-        }
-        return {agent: names for agent, names in lost.items() if names}
+        lacking = ((agent, name) for agent in AGENT_CONFIG for name in after.lacking(agent, [scope]))
+        return grouped((agent, name) for agent, name in lacking if self.finds(agent, scope, name))
 
     def changed(self, state: State, copies: Iterable[Copy]) -> "Survey":
         """The survey as it is once the files of some copies have been written or removed."""

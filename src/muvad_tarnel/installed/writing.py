@@ -13,8 +13,8 @@ from itertools import count
 from pathlib import Path
 
 from muvad_tarnel.failure import Obstacle, obstacle_of
-from muvad_tarnel.installed.copies import Copy, read, read_copy
-from muvad_tarnel.installed.documents import State, document
+from muvad_tarnel.installed.copies import Copy, State, read, read_copy
+from muvad_tarnel.setup import skill
 
 _PREFIX, _SUFFIX = ".SKILL.md.", ".tmp"
 
@@ -104,7 +104,7 @@ def staged(copy: Copy) -> Iterator[Path]:
     path = copy.file.with_name(f"{_PREFIX}{os.urandom(6).hex()}{_SUFFIX}")
     try:
         with path.open("xb") as stream:
-            stream.write(document(copy.skill).encode())
+            stream.write(skill.render_skill_md(skill_name=copy.skill).encode())
             stream.flush()
             if copy.exists:
                 status = copy.file.stat()

@@ -1,7 +1,6 @@
 """Reports on standard output, notes and errors on standard error."""
 
 import sys
-from collections.abc import Sequence
 from dataclasses import dataclass
 
 import click
@@ -67,7 +66,10 @@ def plain_text(blocks: list[Block]) -> str:
     for block in blocks:
         match block:
             case Table(title, _, rows):
-                lines += [""] * bool(lines) + [printable(title)] * bool(title) + aligned(rows)
+                texts = [[printable(cell.text if isinstance(cell, Line) else cell) for cell in row] for row in rows]
+                widths = [max(map(len, column)) for column in zip(*texts, strict=True)]
+                lines += [""] * bool(lines) + [printable(title)] * bool(title)
+                lines += ["  ".join(map(str.ljust, row, widths)).rstrip() for row in texts]
             case Line(text, _):
                 lines.append(printable(text))
             case Command():
@@ -75,13 +77,6 @@ def plain_text(blocks: list[Block]) -> str:
             case Document(text, _):
                 lines += text.splitlines()
     return "".join(line + "\n" for line in lines)
-
-
-def aligned(rows: Sequence[Sequence[str | Line]]) -> list[str]:
-    """A line for every row, in columns."""
-    texts = [[printable(cell.text if isinstance(cell, Line) else cell) for cell in row] for row in rows]
-    widths = [max(map(len, column)) for column in zip(*texts, strict=True)]
-    return ["  ".join(map(str.ljust, row, widths)).rstrip() for row in texts]
 
 
 def object_text(command: str, report: Report, indent: int | None = None) -> str:

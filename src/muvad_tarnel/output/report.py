@@ -55,12 +55,8 @@ class Document(NamedTuple):
 
 type Block = Table | Line | Command | Document
 
-
-class Advice(NamedTuple):
-    """A command, and the reason to run it. Text is given both after the blocks."""
-
-    reason: str
-    command: Command
+# A reason, and the command that it is a reason to run.
+type Advice = tuple[str, Command]
 
 
 class Report(NamedTuple):

@@ -15,6 +15,7 @@ from muvad_tarnel.output.text import printable
 
 _STYLES = {Tone.GOOD: "green", Tone.WARNING: "yellow", Tone.BAD: "red", Tone.NEUTRAL: ""}
 _MARKS = {Tone.GOOD: "\N{CHECK MARK}", Tone.WARNING: "!", Tone.BAD: "\N{BALLOT X}", Tone.NEUTRAL: ""}
+_DIFF_STYLES = {"+": "green", "-": "red", "@": "cyan"}
 _BOX = box.Box("    \n    \n" + "\u2500" * 4 + "\n" + "    \n" * 5)  # a rule below the headings
 # A mark stays on the line of the word that follows it.
 _WORDS = re.compile(r"\S \S+|\S+")
@@ -51,14 +52,7 @@ def draw(console: Console, block: Block) -> None:
             console.print(Text(printable(str(block))), soft_wrap=True)
         case Document(text, is_diff):
             for line in text.splitlines():
-                console.print(Text(line, diff_style(line) if is_diff else ""), soft_wrap=True)
-
-
-def diff_style(line: str) -> str:
-    """The colour of a line of a unified difference."""
-    if line.startswith(("+++", "---")):
-        return "bold"
-    return {"+": "green", "-": "red", "@": "cyan"}.get(line[:1], "")
+                console.print(Text(line, _DIFF_STYLES.get(line[:1], "") if is_diff else ""), soft_wrap=True)
 
 
 def widths_of(columns: Sequence[str], rows: list[list[Text]], available: int) -> list[int]:

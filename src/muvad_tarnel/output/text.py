@@ -2,7 +2,6 @@
 
 import os
 import sys
-from collections.abc import Mapping
 from contextlib import suppress
 from typing import NamedTuple, TextIO
 
@@ -27,15 +26,15 @@ class Style(NamedTuple):
     has_colour: bool
 
     @classmethod
-    def choose(cls, colour: str, environment: Mapping[str, str]) -> "Style":
+    def choose(cls, colour: str) -> "Style":
         """The style for this process's standard output and the wish for colour: `auto`, `always` or `never`."""
         is_terminal = sys.stdout is not None and sys.stdout.isatty()
         if colour == "auto":
-            if environment.get("NO_COLOR"):
+            if os.environ.get("NO_COLOR"):
                 colour = "never"
-            elif environment.get("FORCE_COLOR", "0") not in ("", "0"):
+            elif os.environ.get("FORCE_COLOR", "0") not in ("", "0"):
                 colour = "always"
-            elif environment.get("TERM") == "dumb":
+            elif os.environ.get("TERM") == "dumb":
                 colour = "never"
         is_table = is_terminal or colour == "always"
         return cls(is_table, is_table and colour != "never")

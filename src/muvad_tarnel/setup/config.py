@@ -11,10 +11,7 @@ Rules for every row, at each scope:
   exception is Cursor's `.claude/skills`, which depends on a switch that is on by default.
 - A user directory that an environment variable moves starts with that variable (`MOVES` has their defaults).
 
-Some variables add directories or replace several at once. The table does not follow them: `OPENCODE_CONFIG_DIR` and
-`KILO_CONFIG_DIR` add one, `CRUSH_SKILLS_DIR` replaces all of Crush's, `GEMINI_CLI_HOME` replaces the home directory for
-Gemini CLI, `CLINE_DIR` moves `.cline` for Cline's command line but not for its extension, and `COPILOT_HOME` also makes
-Copilot's command line ignore `~/.agents/skills`.
+Variables that add directories or replace several at once are not followed: docs/cli.md lists them.
 """
 
 import os
