@@ -115,3 +115,4 @@ def test_a_project_at_home_counts_once(home: Path, monkeypatch: pytest.MonkeyPat
     result = run("shadowed", "--check", *agents("claude", "cursor"))
     assert (result.exit_code, "is the home directory" in result.stderr) == (0, True)
     assert len(answer("update")["results"]) == len(SKILL_TEMPLATES)
+    assert {row["scope"] for row in answer("remove", str(home / ".claude/skills"))["results"]} == {"user"}
