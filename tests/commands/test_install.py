@@ -58,19 +58,9 @@ def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> Non
 
 
 def test_a_plan_gives_its_reasons(project: Path) -> None:
-    said = answer("plan", *agents("claude", "cursor", "windsurf"), "--scope", "project")
-    assert {r["directory"]: {s["agent"]: s["why"] for s in r["serves"]} for r in said["results"]} == {
-        ".claude/skills": {"claude": "its own directory", "cursor": "shared, instead of its own"},
-        ".windsurf/skills": {"windsurf": "its own directory"},
-    }
-    (project / ".agents/skills").mkdir(parents=True)
-    (project / ".claude").symlink_to(".agents")
-    shown = run("plan", *agents("claude", "zed"), "--scope", "project").stdout
-    assert (shown.count("its own directory"), "through 1 directory" in shown) == (1, True)
-
-
-def test_a_plan_counts_what_is_there(project: Path) -> None:
     for there, asked, said in (
+        (".none/skills missing", "claude cursor", "shared, instead of its own"),
+        (".none/skills missing", "windsurf", "its own directory"),
         (".windsurf/skills current", "devin zed", "After the install, Windsurf and Devin find every skill in .agents"),
         (".windsurf/skills modified", "devin zed", "A copy in .windsurf/skills is kept: modified."),
         (".windsurf/skills current", "devin kiro", "shared: copies are there already"),
@@ -80,3 +70,10 @@ def test_a_plan_counts_what_is_there(project: Path) -> None:
         put(project, *there.split())
         assert said in run("plan", *agents(*asked.split()), "--scope", "project").stdout
         assert answer("install", "-n", *agents(*asked.split()), "--scope", "project")["advice"] == []
+
+
+def test_linked_directories_are_one_in_a_plan(project: Path) -> None:
+    (project / ".agents/skills").mkdir(parents=True)
+    (project / ".claude").symlink_to(".agents")
+    (row,) = answer("plan", *agents("claude", "zed"), "--scope", "project")["results"]
+    assert [served["why"] for served in row["serves"]] == ["its own directory"] * 2

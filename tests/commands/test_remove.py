@@ -27,6 +27,12 @@ def test_a_directory_tells_its_scope(home: Path, project: Path, arguments: str, 
     assert [name for name, root in (("home", home), ("project", project)) if holding_all(root)] == left.split()
 
 
+def test_a_project_at_home_is_the_users(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.chdir(home)
+    put(home, ".claude/skills")
+    assert {row["scope"] for row in answer("remove", str(home / ".claude/skills"))["results"]} == {"user"}
+
+
 def test_a_directory_may_be_relative_to_the_project(home: Path, project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
     put(project, ".cursor/skills")
     monkeypatch.chdir(home)
@@ -64,9 +70,6 @@ def test_it_undoes_an_install(home: Path) -> None:
         run(*hint["command"][2:])
         assert files(home) == written
         run("remove")
-    put(home, ".claude/skills")
-    assert run("remove", "--scope", "project").stdout == "Nothing to remove at project scope.\n"
-    assert holding_all(home) == {".claude/skills"}
 
 
 def test_a_directory_out_of_reach_keeps_nothing_else(home: Path) -> None:

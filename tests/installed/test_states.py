@@ -46,8 +46,6 @@ def test_status_tells_the_state(home: Path, kind: str) -> None:
     first, *others = answer(*asked, "--check", exit_code=code)["results"]
     assert (first["path"], first["state"], first["version"]) == (str(copy_in(home, ".claude/skills")), state, version)
     assert [other["state"] for other in others] == ["current"] * 2
-    assert run(*asked).exit_code == 0
-    assert run("status", "--check").exit_code == code
 
 
 @pytest.mark.parametrize("dry", [["--dry-run"], []], ids=["dry", "real"])
@@ -88,14 +86,11 @@ def test_diff_shows_what_could_be_replaced(home: Path, kind: str) -> None:
     assert ("\\ No newline at end of file" in run("diff").stdout) is (kind == "outdated, edited")
 
 
-def test_released_templates_are_known(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_released_templates_are_known(monkeypatch: pytest.MonkeyPatch) -> None:
     for name, template in SKILL_TEMPLATES.items():
         monkeypatch.setitem(SKILL_TEMPLATES, name, template.replace("# ", "# A later edition of ", 1))
-        put(home, ".claude/skills", "outdated", name)
-        copy = copy_in(home, ".claude/skills", name)
-        copy.write_text(template.replace("{version}", "0.0.1"))
-        assert copies.judge(name, copy.read_bytes()) == (copies.State.OUTDATED, "0.0.1", True)
-    monkeypatch.undo()
+        released = template.replace("{version}", "0.0.1").encode()
+        assert copies.judge(name, released) == (copies.State.OUTDATED, "0.0.1", True)
 
 
 def test_a_local_version_is_known_as_current(monkeypatch: pytest.MonkeyPatch) -> None:
