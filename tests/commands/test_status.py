@@ -26,6 +26,7 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
         ("user .claude/skills current, user .claude/skills unreadable tarnel", "", 1, ""),
         ("user .cursor/skills modified, user .agents/skills modified", "", 0, ""),
         ("project .claude/skills current tarnel", "", 1, "install --scope project --agent claude"),
+        ("user .claude/skills current, user .kiro/hooks current", "", 0, "install --scope user --agent kiro"),
     ],
 )
 def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, code: int, command: str | None) -> None:

@@ -61,18 +61,15 @@ def status(request: Request, *, check: bool) -> Report:
     survey, scopes, named = request.survey, request.scopes, request.named
     nothing = not any(copy.exists and copy.scope in scopes for copy in survey.copies)
     finding = survey.finders(scopes)
-    partly = [agent for agent in finding if survey.lacking(agent, scopes)]
+    agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
+    lacking = [agent for agent in agents if survey.lacking(agent, scopes)]
+    partly = [agent for agent in lacking if agent in finding]
     obstacles = {agent: in_the_way(survey, scopes, agent) for agent in partly if not named}
-    wanted = [agent for agent in partly if agent in request.in_use or not obstacles.get(agent)]
+    wanted = [agent for agent in lacking if agent in request.in_use or not obstacles.get(agent)]
     unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, wanted)
     hints = advice(survey, scopes, named or unnamed, about=named or AGENT_CONFIG)
     copies = list(listed(request))
-    agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
-    is_wrong = (
-        any(copy.state in _WRONG for copy in copies)
-        or any(survey.lacking(agent, scopes) for agent in named)
-        or (not named and (nothing or bool(partly)))
-    )
+    is_wrong = any(copy.state in _WRONG for copy in copies) or (lacking if named else nothing or partly)
     given = advised(request, hints)
     return Report(
         blocks(request, copies, agents, explains_doubles=not given),
@@ -81,7 +78,7 @@ def status(request: Request, *, check: bool) -> Report:
         agents=agent_records(survey, scopes, agents),
         advice=given,
         errors=[*obstacles_of(request, copies), *chain(*obstacles.values(), *(hint.obstacles for hint in hints))],
-        exit_code=int(check and is_wrong),
+        exit_code=int(check and bool(is_wrong)),
     )
 
 
