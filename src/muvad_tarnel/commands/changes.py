@@ -9,18 +9,9 @@ from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import TONES, advised, agent_records, copy_record, copy_tables, obstacles_of
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import advice, count, doubled
+from muvad_tarnel.installed import writing
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Survey
-from muvad_tarnel.installed.writing import (
-    clean_up,
-    difference,
-    obstacle_met,
-    obstacle_to_removing,
-    obstacle_to_writing,
-    reason_to_keep,
-    remove,
-    replace,
-)
 from muvad_tarnel.output.report import Block, Line, Report, Tone
 
 _DONE = {"install": "installed", "update": f"updated to {__version__}", "replace": "replaced", "remove": "removed"}
@@ -35,14 +26,14 @@ class Outcome(NamedTuple):
     obstacle: Obstacle | None = None
 
     @property
-    def done(self) -> str:
+    def result(self) -> str:
         """The action, or "failed"."""
         return "failed" if self.obstacle else self.action
 
     @property
     def is_done(self) -> bool:
         """Whether the action has succeeded, or would in a dry run."""
-        return self.done not in ("none", "failed")
+        return self.result not in ("none", "failed")
 
 
 def change_all(
@@ -51,19 +42,19 @@ def change_all(
     """Write or remove the copies, each tried whatever happens to the others, and say what becomes of other texts."""
     dry_run, outcomes = request.dry_run, []
     if not dry_run:
-        clean_up(copy for copy in request.survey.copies if copy.scope in request.scopes)
+        writing.clean_up(copy for copy in request.survey.copies if copy.scope in request.scopes)
     for copy in copies:
         action = "remove" if removes else "install" if not copy.exists else "update" if copy.is_stale else "replace"
-        obstacle = obstacle_to_removing(copy, force=force) if removes else obstacle_to_writing(copy)
-        reason, kept = reason_to_keep(copy) if removes else difference(copy), None
+        obstacle = writing.obstacle_to_removing(copy, force=force) if removes else writing.obstacle_to_writing(copy)
+        reason, kept = writing.reason_to_keep(copy) if removes else writing.difference(copy), None
         if not obstacle and not dry_run:
             try:
                 if removes:
-                    remove(copy, force=force)
+                    writing.remove(copy, force=force)
                 else:
-                    kept = replace(copy)
+                    kept = writing.replace(copy)
             except OSError as error:
-                obstacle = obstacle_met(error, copy)
+                obstacle = writing.obstacle_met(error, copy)
         keeps = kept or (dry_run and copy.exists and not copy.is_ours)
         if not obstacle and (reason if removes else keeps):
             verb = "remove" if removes else "replace"
@@ -113,15 +104,8 @@ def survey_after(request: Request, outcomes: Iterable[Outcome]) -> Survey:
     return removed.changed(State.CURRENT, (o.copy for o in done if o.action != "remove"))
 
 
-def report_of(
-    request: Request,
-    outcomes: Sequence[Outcome],
-    agents: Sequence[str],
-    *,
-    nothing: str = "",
-    remarks: Iterable[Block] = (),
-) -> Report:
-    """The report on changes for the agents, with remarks after the summary. `nothing` is said without outcomes."""
+def report_of(request: Request, outcomes: Sequence[Outcome], agents: Sequence[str], remarks: Iterable[Block]) -> Report:
+    """The report on changes for the agents, with remarks after the summary."""
     dry_run, after = request.dry_run, survey_after(request, outcomes)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
     unreadable = obstacles_of(request, (o.copy for o in outcomes if o.action == "none"))
@@ -133,11 +117,11 @@ def report_of(
     return Report(
         [
             *copy_tables(request, "Result", ((o.copy, result_cell(o, dry_run=dry_run)) for o in outcomes)),
-            summary(outcomes, dry_run=dry_run) if outcomes else Line(nothing, Tone.GOOD),
+            *([summary(outcomes, dry_run=dry_run)] if outcomes else []),
             *remarks,
             *map(Line, doubles),
         ],
-        [copy_record(o.copy) | {"action": o.done, "kept": o.kept and str(o.kept)} for o in outcomes],
+        [copy_record(o.copy) | {"action": o.result, "kept": o.kept and str(o.kept)} for o in outcomes],
         {"dry_run": dry_run},
         agents=agent_records(after, request.scopes, agents or request.survey.finders(request.scopes)),
         advice=given,

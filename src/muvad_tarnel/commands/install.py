@@ -37,8 +37,7 @@ def install(request: Request, *, force: bool) -> Report:
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 
-    remarks = finding_lines(request, outcomes)
-    report = report_of(request, outcomes, request.agents, remarks=remarks)
+    report = report_of(request, outcomes, request.agents, finding_lines(request, outcomes))
     return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.root)})
 
 

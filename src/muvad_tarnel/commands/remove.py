@@ -52,7 +52,8 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
     losses = list(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done]))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
-    report = report_of(request, outcomes, (), nothing=f"Nothing to remove {where}.", remarks=remarks)
+    nothing = [] if outcomes else [Line(f"Nothing to remove {where}.", Tone.GOOD)]
+    report = report_of(request, outcomes, (), [*nothing, *remarks])
     again = [] if request.dry_run else advised(request, losses, "to install again:")
     return report._replace(advice=[*again, *report.advice])
 

@@ -5,19 +5,9 @@ from itertools import chain
 
 import click
 
+from muvad_tarnel.commands import wording
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import (
-    TONES,
-    advised,
-    agent_records,
-    copy_record,
-    copy_tables,
-    obstacles_of,
-    shortlist,
-    skills_by_place,
-    times,
-)
 from muvad_tarnel.hints import advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import by_file
@@ -70,14 +60,17 @@ def status(request: Request, *, check: bool) -> Report:
     hints = advice(survey, scopes, named or unnamed, about=named or AGENT_CONFIG)
     copies = list(listed(request))
     is_wrong = any(copy.state in _WRONG for copy in copies) or (lacking if named else nothing or partly)
-    given = advised(request, hints)
+    given = wording.advised(request, hints)
     return Report(
         blocks(request, copies, agents, explains_doubles=not given),
-        [copy_record(copy) for copy in copies],
+        [wording.copy_record(copy) for copy in copies],
         {"roots": {scope: str(request.roots[scope]) for scope in scopes}},
-        agents=agent_records(survey, scopes, agents),
+        agents=wording.agent_records(survey, scopes, agents),
         advice=given,
-        errors=[*obstacles_of(request, copies), *chain(*obstacles.values(), *(hint.obstacles for hint in hints))],
+        errors=[
+            *wording.obstacles_of(request, copies),
+            *chain(*obstacles.values(), *(hint.obstacles for hint in hints)),
+        ],
         exit_code=int(check and bool(is_wrong)),
     )
 
@@ -95,11 +88,11 @@ def listed(request: Request) -> Iterator[Copy]:
 
 def blocks(request: Request, copies: list[Copy], agents: Sequence[str], *, explains_doubles: bool) -> Iterator[Block]:
     """The report for people: the copies, and where each agent finds each skill."""
-    states = (Line(f"{copy.state.value} {copy.version or ''}".rstrip(), TONES[copy.state]) for copy in copies)
-    yield from copy_tables(request, "State", zip(copies, states, strict=True))
+    states = (Line(f"{copy.state.value} {copy.version or ''}".rstrip(), wording.TONES[copy.state]) for copy in copies)
+    yield from wording.copy_tables(request, "State", zip(copies, states, strict=True))
     if not copies:
         yield Line("No skill is installed.", Tone.WARNING)
-    if shown := shortlist(request, agents):
+    if shown := wording.shortlist(request, agents):
         headings = ["For the user" if scope == "user" else "In the project" for scope in request.scopes]
         rows = [
             [Line(AGENT_CONFIG[agent].name), *(finds_cell(request, agent, scope) for scope in request.scopes)]
@@ -115,9 +108,9 @@ def blocks(request: Request, copies: list[Copy], agents: Sequence[str], *, expla
 
 def finds_cell(request: Request, agent: str, scope: Scope) -> Line:
     """Where an agent finds the skills at one scope: all of them in one place, or skill by skill."""
-    skills = skills_by_place(request, request.survey, agent, scope)
+    skills = wording.skills_by_place(request, request.survey, agent, scope)
     words = [
-        f"{', '.join(names)}:{times(len(places))} {joined(places) if places else 'nowhere'}"
+        f"{', '.join(names)}:{wording.times(len(places))} {joined(places) if places else 'nowhere'}"
         for places, names in skills.items()
     ]
     text = "; ".join(words) if len(words) > 1 else words[0].partition(": ")[2]

@@ -7,7 +7,7 @@ from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.installed.copies import State
 from muvad_tarnel.installed.survey import each_once
-from muvad_tarnel.output.report import Report
+from muvad_tarnel.output.report import Line, Report, Tone
 from muvad_tarnel.planning import replaceable
 
 
@@ -28,4 +28,4 @@ def update(request: Request, *, force: bool) -> Report:
     copies = [copy for copy in request.survey.copies if copy.scope in request.scopes]
     unreadable = each_once(copy for copy in copies if copy.state is State.UNREADABLE)
     outcomes = [*change_all(request, replaceable(copies, force=force)), *map(Outcome, unreadable)]
-    return report_of(request, outcomes, (), nothing="No copy needs an update.")
+    return report_of(request, outcomes, (), [] if outcomes else [Line("No copy needs an update.", Tone.GOOD)])
