@@ -10,7 +10,7 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.hints import advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy, State
-from muvad_tarnel.installed.survey import by_file
+from muvad_tarnel.installed.survey import by_file, grouped
 from muvad_tarnel.installed.writing import obstacle_to_writing
 from muvad_tarnel.output.report import Block, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
@@ -119,13 +119,15 @@ def finds_cell(request: Request, agent: str, scope: Scope) -> Line:
 
 
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
-    """What the tables do not show: foreign copies, linked directories, shadowing."""
-    foreign = [copy for copy in copies if copy.state is State.FOREIGN]
-    for copy in foreign:
+    """What the tables do not show: foreign and modified copies, linked directories, shadowing."""
+    others = [copy for copy in copies if copy.state in (State.FOREIGN, State.MODIFIED)]
+    for copy in (each for each in others if each.state is State.FOREIGN):
         yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)
-    for scope in dict.fromkeys(copy.scope for copy in foreign if not obstacle_to_writing(copy)):
-        for label, words in (("to see:", ["diff"]), ("to replace all it shows, kept as .bak:", ["update", "--force"])):
-            yield Command(label, request.command(scope, [*words, "--scope", scope]))
+    for scope, states in grouped((copy.scope, copy.state) for copy in others if not obstacle_to_writing(copy)).items():
+        yield Command("to see what differs:", request.command(scope, ["diff", "--scope", scope]))
+        if State.FOREIGN in states:
+            label = "to replace all it shows, kept as .bak:"
+            yield Command(label, request.command(scope, ["update", "--force", "--scope", scope]))
     files = by_file(copy for copy in copies if copy.exists).values()
     for places in sorted({tuple(request.place(c.scope, c.directory) for c in same) for same in files}):
         if len(set(places)) > 1:
