@@ -100,9 +100,11 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
 
 def test_what_stands_in_the_way_is_no_success(home: Path) -> None:
     (home / ".claude").write_text("a file")
+    assert "3 would fail (dry run).\n" in run("install", "-n").stdout
     assert "would fail" in run("plan", *agents("claude", "kiro")).stdout
     (home / ".claude").unlink()
     put(home, ".claude/skills", "unreadable")
+    assert "3 would be kept (dry run).\n" in run("remove", "-n").stdout
     assert "No other copy is modified" in run("diff").stdout
     assert all("not valid UTF-8" in run(*c.split()).stderr for c in ("update", "install -n --agent cursor"))
     (home / ".cursor").symlink_to("nowhere")
