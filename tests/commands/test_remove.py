@@ -72,11 +72,14 @@ def test_it_undoes_an_install(home: Path) -> None:
         run("remove")
 
 
-def test_a_directory_out_of_reach_keeps_nothing_else(home: Path) -> None:
+def test_a_directory_out_of_reach_keeps_nothing_else(home: Path, project: Path) -> None:
     put(home, ".kiro/skills")
     (home / ".claude").symlink_to(".claude")
     result = run("remove")
     assert (result.exit_code, holding_all(home)) == (1, set())
     assert result.stderr.startswith(f"Error: {home}/.claude")
-    assert "3 files removed, 3 kept.\nKiro no longer finds any skill at user scope.\n" in result.stdout
+    assert "3 files removed, 3 unreadable.\nKiro no longer finds any skill at user scope.\n" in result.stdout
     assert "to install again:  muvad-tarnel skill install --scope user --agent kiro\n" in result.stdout
+    (project / ".claude").symlink_to("/nowhere")
+    removed, installed = run("remove", "--force", "--scope", "project"), run("install", "--scope", "project")
+    assert (removed.exit_code, removed.stderr) == (1, installed.stderr)
