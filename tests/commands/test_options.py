@@ -20,7 +20,6 @@ def test_the_project_is_found_upward(project: Path, monkeypatch: pytest.MonkeyPa
     result = run("install", "--scope", "project")
     assert holding_all(project / root) == {".claude/skills"}
     assert (str(project / root) in result.stderr) is (git != "absent")
-    assert run("install", "--scope", "project", "--quiet").stderr == ""
 
 
 def test_a_moved_directory_is_installed_into(home: Path, tmp_path: Path) -> None:
@@ -59,7 +58,6 @@ def test_agents_in_use_are_detected(home: Path) -> None:
         ("install --agent nobody", ["nobody", "skill agents"]),
         ("install --all-agents --agent claude", ["--agent", "--all-agents", "--detect"]),
         ("install --agent coursor", ["'coursor' is unknown. Did you mean 'cursor'?"]),
-        ("install --agent vscode", ["Did you mean 'copilot'?"]),
         ("show tarnel-wikki", ["Did you mean 'tarnel-wiki'?"]),
         ("install --dryrun", ["--dry-run"]),
         ("uninstall", ["Did you mean 'remove'?"]),

@@ -40,8 +40,6 @@ def test_every_command(home: Path, project: Path, monkeypatch: pytest.MonkeyPatc
     assert expected.exit_code in (0, 1)
     assert expected.stdout == "" or command.startswith(("show", "diff"))
     assert len(expected.stderr.splitlines()) >= len(said["errors"])
-    is_one_error = disk == "no home" and command.split(maxsplit=1)[0] in ("install", "plan", "remove")
-    assert not is_one_error or [error["problem"] for error in said["errors"]] == ["HOME is empty"]
 
 
 @pytest.mark.parametrize("mistake", ["instal", "install --agent cursr", "status --nothing", "remove nowhere"])

@@ -10,7 +10,7 @@ from running import put, run_on_terminal
 ESCAPE = "\x1b["
 
 
-@pytest.mark.parametrize("columns", [40, 60, 80, 100, 120])
+@pytest.mark.parametrize("columns", [60, 80, 100, 120])
 @pytest.mark.parametrize("command", ["install -n", "status -v", "plan", "shadowed", "agents"])
 def test_tables_fit_and_lose_nothing(home: Path, project: Path, command: str, columns: int) -> None:
     put(home, ".claude/skills", "outdated")
@@ -22,14 +22,10 @@ def test_tables_fit_and_lose_nothing(home: Path, project: Path, command: str, co
     screen, wide = (run_on_terminal(*arguments, columns=width) for width in (columns, 1000))
     unbroken = re.compile(r"note: |Error: | +(to \w+.*:|removed) ")
     whole = [line for line in screen.lines if not unbroken.match(line)]
-    assert columns < 60 or [line for line in whole if len(line) > columns] == []
+    assert [line for line in whole if len(line) > columns] == []
     assert re.findall("to fix: .*", wide.text) == re.findall("to fix: .*", screen.text)
-    if columns >= 60:
-        shown, lost = (Counter(re.findall(r"[^\s\u2500:]+", text)) for text in (screen.text, wide.text))
-        assert not {word for word in lost - shown if not word.startswith("/")}
-    else:  # even names are broken there, but nothing is cut off
-        unbroken_text = re.sub(r"\s", "", screen.text)
-        assert all(directory in unbroken_text for directory in re.findall(r"\S*/skills\b", wide.text))
+    shown, lost = (Counter(re.findall(r"[^\s\u2500:]+", text)) for text in (screen.text, wide.text))
+    assert not {word for word in lost - shown if not word.startswith("/")}
 
 
 @pytest.mark.parametrize(
@@ -37,11 +33,9 @@ def test_tables_fit_and_lose_nothing(home: Path, project: Path, command: str, co
     [
         ("", {}, True),
         ("", {"NO_COLOR": "1"}, False),
-        ("", {"NO_COLOR": ""}, True),
         ("", {"NO_COLOR": "1", "FORCE_COLOR": "1"}, False),
         ("", {"TERM": "dumb"}, False),
         ("--color always", {"NO_COLOR": "1"}, True),
-        ("--json", {"FORCE_COLOR": "1"}, False),
     ],
 )
 def test_colour(home: Path, *, options: str, environment: dict[str, str], is_coloured: bool) -> None:

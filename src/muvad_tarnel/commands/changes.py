@@ -26,14 +26,9 @@ class Outcome(NamedTuple):
     obstacle: Obstacle | None = None
 
     @property
-    def result(self) -> str:
-        """The action, or "failed"."""
-        return "failed" if self.obstacle else self.action
-
-    @property
     def is_done(self) -> bool:
         """Whether the action has succeeded, or would in a dry run."""
-        return self.result not in ("none", "failed")
+        return self.action != "none" and not self.obstacle
 
 
 def change_all(
@@ -122,7 +117,10 @@ def report_of(request: Request, outcomes: Sequence[Outcome], agents: Sequence[st
             *remarks,
             *map(Line, doubles),
         ],
-        [copy_record(o.copy) | {"action": o.result, "kept": o.kept and str(o.kept)} for o in outcomes],
+        [
+            copy_record(o.copy) | {"action": "failed" if o.obstacle else o.action, "kept": o.kept and str(o.kept)}
+            for o in outcomes
+        ],
         {"dry_run": dry_run},
         agents=agent_records(after, request.scopes, agents or request.survey.finders(request.scopes)),
         advice=given,

@@ -48,7 +48,11 @@ class Request:
         scopes = (scope,) if scope else usual.get(scoping, SCOPES)
         self.roots = self._roots(scopes)
         self.scopes = tuple(scope for scope in scopes if scope in self.roots)
-        self.named = self._detected() if detect else tuple(AGENT_CONFIG if all_agents else dict.fromkeys(agent_keys))
+        self.named = tuple(self.in_use if detect else AGENT_CONFIG if all_agents else dict.fromkeys(agent_keys))
+        if detect:
+            if not self.in_use:
+                raise Failure("no agent was detected", "use --agent or --all-agents", self.roots.get("user", ""))
+            console.note(f"detected: {', '.join(AGENT_CONFIG[agent].name for agent in self.in_use)}")
 
     @cached_property
     def survey(self) -> Survey:
@@ -109,11 +113,3 @@ class Request:
             if "user" in roots and root.resolve() == roots["user"].resolve():
                 self.console.note("the project is the home directory: both scopes are the same place")
         return roots
-
-    def _detected(self) -> tuple[str, ...]:
-        home = home_directory()
-        found = agents_in_use(home)
-        if not found:
-            raise Failure(f"no agent was detected in {home}", "use --agent or --all-agents")
-        self.console.note(f"detected: {', '.join(AGENT_CONFIG[agent].name for agent in found)}")
-        return found
