@@ -24,8 +24,7 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 @click.option(
     "--force",
     is_flag=True,
-    help="Also delete texts that this package did not write, without a backup, and links in place of SKILL.md or of its "
-    "directory.",
+    help="Also delete other texts, without a backup, and links in place of SKILL.md or its directory.",
 )
 @dry_run_option
 def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool) -> Report:
