@@ -42,11 +42,11 @@ def test_each_skill_goes_beside_the_others(home: Path) -> None:
 
 
 def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> None:
-    for root, directory in ((home, ".claude/skills"), (home, ".gemini/skills"), (project, ".cursor/skills")):
+    for root, directory in ((home, ".agents/skills"), (home, ".pi/agent/skills"), (project, ".cursor/skills")):
         put(root, directory, "outdated", "tarnel")
     assert "already finds" not in run("install", *agents("cursor")).stdout
     shown = run("status").stdout
-    assert ("up to date: ~/.gemini/skills.\n" in shown, "up to date: .cursor/skills.\n" in shown) == (True, True)
+    assert ("up to date: ~/.pi/agent/skills.\n" in shown, "up to date: .cursor/skills.\n" in shown) == (True, True)
     run("update", "--scope", "user")
     assert "up to date: ~" not in run("status").stdout
 

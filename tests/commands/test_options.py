@@ -59,7 +59,6 @@ def test_agents_in_use_are_detected(home: Path) -> None:
         ("install --all-agents --agent claude", ["--agent", "--all-agents", "--detect"]),
         ("install --agent coursor", ["'coursor' is unknown. Did you mean 'cursor'?"]),
         ("show tarnel-wikki", ["Did you mean 'tarnel-wiki'?"]),
-        ("install --dryrun", ["--dry-run"]),
         ("uninstall", ["Did you mean 'remove'?"]),
         ("install Claude", ["Did you mean '--agent claude'?"]),
         ("install --agent claude,cursor", ["Repeat the option for each."]),
