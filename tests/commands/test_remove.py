@@ -15,6 +15,7 @@ from running import agents, answer, files, holding_all, put, run
         ("{home}/.claude/skills", "project"),
         ("~/.claude/skills .claude/skills", ""),
         ("../home/.claude/skills", "project"),
+        (".cursor/skills", "home project"),
         ("", "project"),
         ("-C .", "home"),
         ("-C . --scope user", "project"),
@@ -23,7 +24,9 @@ from running import agents, answer, files, holding_all, put, run
 def test_a_directory_tells_its_scope(home: Path, project: Path, arguments: str, left: str) -> None:
     put(home, ".claude/skills")
     put(project, ".claude/skills")
-    assert run("remove", *arguments.format(home=home).split()).exit_code == 0
+    put(home, ".cursor/skills", "current", "tarnel")
+    removed = run("remove", *arguments.format(home=home).split())
+    assert (removed.exit_code, "~/.cursor/skills has copies" in removed.stdout) == (0, arguments == ".cursor/skills")
     assert [name for name, root in (("home", home), ("project", project)) if holding_all(root)] == left.split()
 
 

@@ -56,6 +56,10 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
     losses = list(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done]))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
+    own = {
+        c.place: None for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places
+    }
+    where += f"; {joined(own)} has copies: use --scope user" if directories and own else ""
     nothing = [] if outcomes else [Line(f"Nothing to remove {where}.", Tone.GOOD)]
     report = report_of(request, outcomes, (), [*nothing, *remarks])
     again = [] if request.dry_run else advised(request, losses, "to install again:")
