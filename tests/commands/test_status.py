@@ -89,7 +89,10 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
     for kind in ("modified", "newer"):
         put(home, ".claude/skills", kind, "tarnel")
         shown = run("shadowed").stdout
-        ways_out = ("    muvad-tarnel skill update --scope user --force\n", ": use --force to remove it.\n")
+        ways_out = (
+            "    muvad-tarnel skill update --scope user --force\n",
+            ": rename it to keep it, or delete it with remove --force.\n",
+        )
         assert [way_out for way_out in ways_out if way_out not in shown] == []
         run("update", "--scope", "user", "--force")
         assert run("shadowed", "--check").exit_code == 0
