@@ -47,6 +47,7 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     finds = {(a["agent"], f["skill"]): f["paths"] for a in said["agents"] for f in a["finds"]}
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
     assert len(finds["cursor", "tarnel-map"]) == 2
+    assert "Agent           For the user " in run("status").stdout
     everyone = {agent["agent"] for agent in answer("status")["agents"]}
     assert {"claude", "cursor", "amp", "warp"} <= everyone <= {*AGENT_CONFIG} - {"kiro"}
 
