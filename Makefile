@@ -1,45 +1,45 @@
-# One command each: "make demo", "make test", "make lint". The first of them sets up .venv and builds the extension;
-# after that only what has changed is done again. Needed: a C++20 compiler, CPython 3.12 and the network for pip.
+# Start with "make demo", "make test" or "make lint". The first run sets up .venv and builds the extension; later runs
+# redo only what has changed. Requires a C++20 compiler, CPython 3.12, and network access for pip.
 #   make test ARGS="-k planning"                   arguments for pytest
-#   make PYTHON=/path/to/python3.12 CXX=clang++    when they are not found by themselves (for the first run)
+#   make PYTHON=/path/to/python3.12 CXX=clang++    if they are not found automatically (first run only)
 
 .DEFAULT_GOAL := help
 
 VENV  := .venv
 PY    := $(VENV)/bin/python
-# Not build/: "cmake -S . -B build" is the user's, and "make clean" leaves it alone.
+# Not build/, which is for the user's own "cmake -S . -B build" and which "make clean" leaves alone.
 BUILD := .build/dev
 
 ENVIRONMENT      := $(VENV)/.environment
 LINT_ENVIRONMENT := $(VENV)/.lint-environment
 INSTALLED        := $(BUILD)/.installed
 
-# Folders are listed as well: their time changes when a file is added or removed.
+# Includes folders, whose modification time changes when a file is added or removed.
 NATIVE_SOURCES := $(shell find native tests/native skills) cmake/EmbedDocuments.cmake CMakeLists.txt
-# What the native code is formatted and checked by.
+# The native sources to format and check.
 CPP   := $(shell find native tests/native hostile -name '*.cpp' -o -name '*.hpp' -o -name '*.c')
 SHELL_SCRIPTS := $(wildcard tools/*.sh) .ci/run
 
 PIP := -m pip --disable-pip-version-check
 PIP_INSTALL := $(PY) $(PIP) install -qq --no-deps
-# The pinned cmake and ninja come before the machine's.
+# Prefer the pinned cmake and ninja to the system's.
 WITH_VENV := PATH="$(CURDIR)/$(VENV)/bin:$$PATH"
 
 .PHONY: help
 help:
-	@echo "make demo       install the skills for four agents into an empty repository and show what was written"
+	@echo "make demo       install the skills for four agents into an empty repository and show the files written"
 	@echo "make test       run the native tests and the Python tests"
-	@echo "make hostile    fail, starve, interrupt, kill and mislead the module, and count what comes of it; longer: soak"
+	@echo "make hostile    test the module under faults: memory, system calls, signals, kills, replaced names; more: soak"
 	@echo "make lint       check style, types and the native code"
-	@echo "make docs       write docs/cli.md, its pictures and the README's table from real runs"
+	@echo "make docs       regenerate docs/cli.md, its pictures and the README's table from real runs"
 	@echo "make format     apply the formatters and the safe fixes"
-	@echo "make hooks      have git run the quick checks at each commit"
+	@echo "make hooks      make git run the quick checks at every commit"
 	@echo "make packages   build and check the source distribution and the wheels; one: sdist, wheel, linux-wheel, mac-wheel"
 	@echo "make clients    test the wheel with third-party tools and libraries"
 	@echo "make bench      time the extension against plain Python, Cython, mypyc and the bare system calls"
-	@echo "make bench-counts  count its system calls and instructions, and hold them to the recorded ceilings"
-	@echo "make fuzz       try random inputs on the core under sanitizers, each against a plain definition of the answer"
-	@echo "make embedding  build the extension by itself and test a host that vendors it"
+	@echo "make bench-counts  count its system calls and instructions, and check them against the recorded ceilings"
+	@echo "make fuzz       fuzz the core under sanitizers, and compare its results with simple definitions"
+	@echo "make embedding  build only the extension and test a host that vendors it"
 	@echo "make clean      remove everything that make has created"
 
 .PHONY: docs
@@ -57,7 +57,7 @@ test-native: $(INSTALLED)
 test-python: $(INSTALLED)
 	@PYTHONDEVMODE=1 $(PY) -m pytest -p xdist -n auto $(ARGS)
 
-# The hostile tests: counted experiments, see docs/reliability.md. One of them takes longer than pytest lets a test take.
+# The hostile tests, described in docs/reliability.md. One of them takes longer than pytest's timeout.
 HOSTILE := .build/hostile
 .PHONY: hostile hostile-tests soak
 hostile: hostile-tests
@@ -83,13 +83,13 @@ style-native: $(LINT_ENVIRONMENT)
 	@$(VENV)/bin/clang-format --dry-run -Werror $(CPP)
 style-other: $(LINT_ENVIRONMENT)
 	@$(VENV)/bin/shellcheck $(SHELL_SCRIPTS)
-	@git diff --check $$(git hash-object -t tree /dev/null)  # blanks at line ends, in files of any kind
+	@git diff --check $$(git hash-object -t tree /dev/null)  # trailing white space in any file
 
 types: $(LINT_ENVIRONMENT) $(INSTALLED)
 	@$(VENV)/bin/mypy
 	@$(VENV)/bin/stubtest --mypy-config-file pyproject.toml muvad_tarnel.setup.skill
 
-# clang-tidy takes seconds per source: each is checked again only when it, a header or the way it is compiled changes.
+# clang-tidy takes seconds per source, so check one again only if it, a header or its compile options change.
 TIDY := $(patsubst %.cpp,.build/tidy/%.checked,$(shell find native -name '*.cpp'))
 tidy: $(LINT_ENVIRONMENT) $(INSTALLED)
 	@$(MAKE) --no-print-directory -j2 $(TIDY)
@@ -98,7 +98,7 @@ tidy: $(LINT_ENVIRONMENT) $(INSTALLED)
 	@$(VENV)/bin/clang-tidy -p $(BUILD) --quiet $<
 	@mkdir -p $(@D) && touch $@
 
-# What "make docs" writes is what it would write today.
+# Check that the output of "make docs" is up to date.
 docs-fresh: $(INSTALLED)
 	@$(PY) tools/document_command_line.py --check
 
@@ -112,15 +112,15 @@ format: $(LINT_ENVIRONMENT)
 hooks: $(LINT_ENVIRONMENT)
 	@$(VENV)/bin/pre-commit install
 
-# Packages, into .build/packages/<target>, each looked at as soon as it is built. Their tools (zig among them) have an
-# environment of their own, and the folder of zig's program is put on PATH for CMake to find.
+# Packages go to .build/packages/<target>, and each is checked as soon as it is built. Their tools, including zig, have
+# a separate environment. The folder of the zig executable is put on PATH for CMake.
 PACKAGES     := .build/packages
 PACKAGING    := .build/packaging
 PACKAGING_PY := $(PACKAGING)/bin/python
 ZIG_FOLDER    = $$($(PACKAGING_PY) -c 'import os, ziglang; print(os.path.dirname(ziglang.__file__))')
 WITH_PACKAGING := PATH="$(CURDIR)/$(PACKAGING)/bin:$(ZIG_FOLDER):$$PATH"
 
-# $(call build,target,arguments): what a build prints is of interest when it fails.
+# $(call build,target,arguments,environment): show the output of a build only if it fails.
 define build
 @echo "Building $(1)"
 @rm -rf $(PACKAGES)/$(1) && mkdir -p $(PACKAGES)/$(1)
@@ -137,7 +137,7 @@ sdist: $(PACKAGING)/.environment
 	$(call build,sdist,--sdist)
 	@$(PACKAGING_PY) tools/check_contents.py $(PACKAGES)/sdist/*.tar.gz
 
-# As pip does it for everyone without a wheel of their own: from the source distribution, with this machine's compiler.
+# As pip builds it where no wheel is available: from the source distribution, with this machine's compiler.
 wheel: sdist
 	@echo "Building wheel"
 	@rm -rf $(PACKAGES)/wheel
@@ -153,7 +153,7 @@ linux-wheel: $(PACKAGING)/.environment
 	@$(call check_wheel,$(PACKAGES)/linux-wheel/audited/*-cp312-cp312-*manylinux_2_17_*.whl)
 	@tools/test_wheel.sh $(PACKAGES)/linux-wheel/audited/*.whl
 
-# Python itself names the platform of the wheel; the file's suffix cannot be asked of this machine's.
+# _PYTHON_HOST_PLATFORM names the wheel's platform. This machine's Python doesn't know the suffix of the extension.
 mac-wheel: $(PACKAGING)/.environment
 	$(call build,mac-wheel,--wheel -Cbuild-dir=.build/mac-wheel \
 	  -Ccmake.toolchain-file=cmake/cross/macos-arm64.cmake -Ccmake.define.TARNEL_SOABI=cpython-312-darwin,\
@@ -161,11 +161,11 @@ mac-wheel: $(PACKAGING)/.environment
 	@$(call check_wheel,$(PACKAGES)/mac-wheel/*-cp312-cp312-macosx_11_0_arm64.whl)
 	@$(PACKAGING_PY) tools/check_macho.py $(PACKAGES)/mac-wheel/*.whl
 
-# What a hosted machine does for the platforms that are not at hand.
+# The workflow for hosted machines, which build for the other platforms.
 workflow: $(PACKAGING)/.environment
 	@tools/check_workflow.sh
 
-# Programs and libraries of others, meeting the package in use: they have the wheel, and a folder with what it requires.
+# Test the wheel with third-party programs and libraries. They get the wheel and a folder with its dependencies.
 CLIENTS    := .build/clients
 CLIENTS_PY := $(CLIENTS)/bin/python
 WHEELHOUSE := $(PACKAGES)/wheelhouse
@@ -179,7 +179,7 @@ clients: wheel $(CLIENTS)/.environment
 	@TARNEL_WHEELHOUSE=$(CURDIR)/$(WHEELHOUSE) $(CLIENTS_PY) -X dev -m pytest tests/clients $(ARGS) \
 	  --override-ini="addopts=-ra --disable-plugin-autoload -p pyfakefs.pytest_plugin"
 
-# The benchmark: the extension as it was just built, beside the same module from other compilers.
+# The benchmark: the current build of the extension, compared with the same module from other compilers.
 BENCH    := .build/bench
 BENCH_PY := PYTHONPATH=src $(BENCH)/bin/python
 PEERS    := .build/peers
@@ -193,12 +193,12 @@ $(PEERS)/probe.so: bench/probe.c $(PEERS)/.built
 bench-build: $(PEERS)/.built $(INSTALLED)
 	@mkdir -p $(PEERS)/extension && cp $(BUILD)/skill.*.so $(PEERS)/extension/
 $(PEERS)/.built: $(BENCH)/.environment bench/peers.py bench/plain_skill.py bench/floor.c $(wildcard skills/*/SKILL.md)
-	@echo "Building what the extension is compared with"
+	@echo "Building the peers of the benchmark"
 	@$(BENCH_PY) bench/peers.py $(PEERS)
 	@touch $@
 
-# libFuzzer, which needs clang. Sanitizers and the guidance by coverage are for the core: what it is compared with would
-# take most of the time with them. FUZZ="-runs=1000000" counts inputs instead of seconds.
+# libFuzzer requires clang. Only the core is built with sanitizers and coverage guidance: with them, the definitions it
+# is compared with would take most of the time. FUZZ="-runs=1000000" limits the inputs instead of the seconds.
 FUZZ_SECONDS ?= 60
 FUZZ         ?= -max_total_time=$(FUZZ_SECONDS)
 FUZZ_TARGETS := stamps versions paths planning
@@ -222,8 +222,8 @@ $(FUZZ_TARGETS:%=fuzz-%): fuzz-%: .build/fuzz/%
 .build/fuzz/core/utf8.o: .build/fuzz/core/utf8.cpp
 	@$(FUZZ_CXX) -fsanitize=fuzzer-no-link,$(SANITIZERS) -c $< -o $@
 
-# $(call variant,name,arguments for CMake,environment): the module built in another way, in a copy of the package. It is used by the
-# interpreter itself, for in .venv the editable package would be found first.
+# $(call variant,name,arguments for CMake,environment): build the module with other options, in a copy of the package.
+# The base interpreter runs it, because the editable package would come first in .venv.
 define variant
 @echo "Building for $(1)"
 @rm -rf .build/$(1)/site && mkdir -p .build/$(1)/site && cp -r src/muvad_tarnel .build/$(1)/site
@@ -235,8 +235,8 @@ with_variant = PYTHONPATH=$(CURDIR)/.build/$(1)/site:$(CURDIR)/$(VENV)/lib/pytho
 BASE_PY      = $$($(PY) -c 'import sys; print(sys._base_executable)')
 TEST_MODULE  = $(BASE_PY) -m pytest -p xdist -n 2 -q tests/test_*.py $(ARGS)
 
-# AddressSanitizer has to be loaded first, and with it the C++ library whose exceptions it sees. What the interpreter
-# itself keeps at its end is no leak of the module's.
+# AddressSanitizer must be loaded first, with the C++ library whose exceptions it intercepts. Leaks are not detected,
+# because the interpreter itself keeps memory at exit.
 .PHONY: sanitize
 sanitize: $(ENVIRONMENT)
 	$(call variant,sanitize,-DCMAKE_BUILD_TYPE=RelWithDebInfo -DTARNEL_SANITIZE=address$(comma)undefined)
@@ -246,7 +246,7 @@ sanitize: $(ENVIRONMENT)
 	  $(TEST_MODULE)
 comma := ,
 
-# Which lines of the native code the tests run.
+# Line coverage of the native code by the tests.
 COVERAGE := .build/coverage
 .PHONY: coverage
 coverage: $(ENVIRONMENT) $(COVERAGE)/.environment
@@ -264,7 +264,7 @@ embedding: $(ENVIRONMENT)
 clean:
 	rm -rf $(VENV) .build .hypothesis .mypy_cache .pytest_cache .ruff_cache
 
-# A new environment also means a new build: the old one knows the interpreter and the cmake that are gone.
+# A new environment requires a new build: the old one refers to an interpreter and a cmake that are gone.
 $(ENVIRONMENT): requirements-dev.txt tools/find_python.sh tools/check_compiler.sh
 	@python=$$(tools/find_python.sh); found=$$?; tools/check_compiler.sh && test $$found -eq 0 && \
 	  echo "Setting up $(VENV) with $$python" && rm -rf $(BUILD) && "$$python" -m venv --clear $(VENV)
@@ -276,15 +276,15 @@ $(LINT_ENVIRONMENT): $(ENVIRONMENT) requirements-lint.txt
 	@$(PIP_INSTALL) -r requirements-lint.txt && $(PY) -m pip check --quiet
 	@touch $@
 
-# Environments for other occasions, each from the requirements of its name.
+# Other environments, each from the requirements file with its name.
 .build/%/.environment: requirements-%.txt tools/find_python.sh
-	@echo "Installing what \"make\" uses for $*"
+	@echo "Installing the tools for $*"
 	@python=$$(tools/find_python.sh) && "$$python" -m venv --clear $(@D)
 	@$(@D)/bin/python $(PIP) install -qq --no-deps -r $< && $(@D)/bin/python $(PIP) check --quiet
 	@touch $@
 
-# The package's Python files are used from src/ as they are; the extension is built and installed again when its sources,
-# or what the package's metadata is made of, change.
+# The package's Python files are used directly from src/. The extension is rebuilt and reinstalled if its sources or the
+# sources of the package's metadata change.
 $(INSTALLED): $(ENVIRONMENT) $(NATIVE_SOURCES) pyproject.toml src/muvad_tarnel/__init__.py
 	@echo "Building the extension"
 	@$(WITH_VENV) $(PIP_INSTALL) --no-build-isolation -Cbuild-dir=$(BUILD) \

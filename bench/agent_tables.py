@@ -1,4 +1,4 @@
-"""Agent tables: the four agents that most figures are about, and larger tables, generated from a fixed seed."""
+"""Agent tables: the four agents of most benchmarks, and larger tables generated from a fixed seed."""
 
 import random
 from dataclasses import dataclass
@@ -6,7 +6,7 @@ from dataclasses import dataclass
 
 @dataclass(frozen=True, slots=True)
 class Agent:
-    """What the module reads of an agent: its skills directories at each scope, its own first."""
+    """What the module reads of an agent: its skills directories at each scope, the agent's own first."""
 
     skills_project_roots: tuple[str, ...]
     skills_user_roots: tuple[str, ...]
@@ -23,15 +23,15 @@ FOUR: AgentTable = {
 
 
 def separate_agents(count: int) -> AgentTable:
-    """Agents with a directory each, which no other agent reads."""
+    """Agents with one directory each, which no other agent reads."""
     return {f"agent-{i}": Agent((f".agent-{i}/skills",), (f".agent-{i}/skills",)) for i in range(count)}
 
 
 def overlapping_agents(agents: int, directories: int) -> AgentTable:
-    """Agents that read a directory of their own and up to three others.
+    """Agents that read their own directory and up to three others.
 
-    With fewer directories than agents, some have theirs in common. One in two of the others is among the first three,
-    which play the part of `.claude/skills`.
+    With fewer directories than agents, some agents share an own directory. Half of the others are among the first
+    three directories, which stand for `.claude/skills`.
     """
     generator = random.Random(agents)  # noqa: S311  # the same table every time
     names = [f".agent-{i}/skills" for i in range(directories)]

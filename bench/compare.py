@@ -1,7 +1,7 @@
-"""Compare the extension with the module as plain Python and as its compilers make it, and with the floor.
+"""Compare the extension with the same module in plain Python, Cython and mypyc, and with the floor.
 
-Every variant gives its answers first, and they must be equal. Then all are timed in turn, over many rounds, and the
-least time of each counts.
+First, the answers of all variants are compared and must be equal. Then the variants are timed in turn, over many
+rounds, and the minimum time of each counts.
 """
 
 import argparse
@@ -15,7 +15,7 @@ from rows import ROWS
 from variants import Floor, ModuleVariant
 from workloads import Workload
 
-SAMPLE = 1e6  # nanoseconds that a sample takes, unless one call takes longer
+SAMPLE = 1e6  # nanoseconds per sample, unless one call takes longer
 MODULES = ("python", "cython", "mypyc", "extension")
 
 
@@ -25,12 +25,12 @@ def files_in(folder: Path) -> dict[Path, bytes | None]:
 
 
 def check_answers(workload: Workload, modules: dict[str, ModuleVariant], floor: Floor) -> None:
-    """Stop unless all variants give the same answer and leave the same files."""
+    """Exit unless all variants give the same answer and leave the same files."""
     expected = modules["python"].answer(workload)
     files = files_in(workload.project)
 
     def check(name: str, answer: object, wanted: object) -> None:
-        if repr(answer) != repr(wanted):  # their SkillResults are of different classes
+        if repr(answer) != repr(wanted):  # their SkillResult classes differ
             raise SystemExit(f"bench: {workload.name}: {name} gives {answer}, not {wanted}")
         if files_in(workload.project) != files:
             raise SystemExit(f"bench: {workload.name}: {name} leaves other files in {workload.project}")
@@ -43,7 +43,7 @@ def check_answers(workload: Workload, modules: dict[str, ModuleVariant], floor: 
 
 
 def measure(workloads: list[Workload], modules: dict[str, ModuleVariant], floor: Floor, rounds: int) -> list[Times]:
-    """The least nanoseconds per call of every variant, for each workload."""
+    """The minimum nanoseconds per call of every variant, for each workload."""
     plans = []
     for workload in workloads:
         variants = modules | ({"floor": floor} if workload.has_floor else {})
@@ -53,7 +53,7 @@ def measure(workloads: list[Workload], modules: dict[str, ModuleVariant], floor:
     for number in range(rounds):
         for (workload, variants, calls), least in zip(plans, times, strict=True):
             names = list(variants)
-            for name in names[number % len(names) :] + names[: number % len(names)]:  # nobody is always the first
+            for name in names[number % len(names) :] + names[: number % len(names)]:  # rotate which variant goes first
                 sample = variants[name].sample(workload, calls[name])
                 least[name] = min(sample, least.get(name, sample))
     return times
@@ -61,8 +61,8 @@ def measure(workloads: list[Workload], modules: dict[str, ModuleVariant], floor:
 
 @contextmanager
 def temporary_folder() -> Iterator[Path]:
-    """A folder in memory if the system has such, so that no disk is measured."""
-    memory = Path("/dev/shm")  # noqa: S108  # not a temporary file of a fixed name
+    """A folder in memory if the system has one, so that the disk is not measured."""
+    memory = Path("/dev/shm")  # noqa: S108  # not a temporary file with a fixed name
     with tempfile.TemporaryDirectory(prefix="bench-", dir=memory if memory.is_dir() else None) as folder:
         yield Path(folder)
 

@@ -1,7 +1,7 @@
-"""Count what the machine's load can't change: system calls (strace) and instructions (callgrind) of every workload.
+"""Count what doesn't depend on the machine's load: system calls (strace) and instructions (callgrind) per workload.
 
-The extension's are held to recorded ceilings: system calls exactly, instructions with a margin. They are recorded for
-one version of Python, compiler and C library; another may need other ceilings.
+The extension's counts must not exceed the recorded ceilings: system calls exactly, instructions with a margin. Ceilings
+are recorded for one version of Python, compiler and C library; other versions may need other ceilings.
 """
 
 import argparse
@@ -23,7 +23,7 @@ type Counts = dict[str, dict[str, int]]  # per call, by workload and variant
 
 
 def trace(tracer: tuple[str, ...], peers: Path, variants: list[str]) -> None:
-    """Run the marked calls under a tracer, in an environment that is the same every time."""
+    """Run the marked calls under a tracer, in a fixed environment."""
     environment = {"PATH": os.environ["PATH"], "PYTHONPATH": str(BENCH.parent / "src")}
     environment |= {"PYTHONHASHSEED": "0", "PYTHONDONTWRITEBYTECODE": "1"}
     program = (sys.executable, "-S", str(BENCH / "marked_calls.py"), str(peers), tracer[0], *variants)
@@ -59,7 +59,7 @@ def instructions(peers: Path, variants: list[str]) -> Counts:
 
 
 def per_call(totals: dict[str, int]) -> Counts:
-    """From the totals by mark. The difference between n and 3 n calls leaves out what doesn't belong to the calls."""
+    """Counts per call from the totals by mark. The difference between n and 3 n calls cancels everything else out."""
     seen: dict[tuple[str, str], list[tuple[int, int]]] = defaultdict(list)
     for mark, total in totals.items():
         if "/" in mark:
@@ -73,7 +73,7 @@ def per_call(totals: dict[str, int]) -> Counts:
 
 
 def table_of(kind: str, counts: Counts, ceilings: dict[str, int]) -> str:
-    """The counts of one kind, with a mark at those above their ceiling."""
+    """The counts of one kind, with those above their ceiling marked."""
     variants = sorted({variant for by_variant in counts.values() for variant in by_variant})
     rows: list[tuple[str, ...]] = [("workload", *variants, "ceiling", "")]
     for workload, by_variant in counts.items():
@@ -85,12 +85,12 @@ def table_of(kind: str, counts: Counts, ceilings: dict[str, int]) -> str:
 
 
 def exceeds(kind: str, count: int, ceiling: int | None) -> bool:
-    """Whether a count is above its ceiling, with the margin for its kind, or has none."""
+    """Whether a count exceeds its ceiling plus the margin for its kind, or has no ceiling."""
     return ceiling is None or count > ceiling * MARGINS[kind]
 
 
 def main() -> None:
-    """Count, print, and compare with the ceilings or record them."""
+    """Count, print, and compare with the ceilings or record new ones."""
     parser = argparse.ArgumentParser(description=__doc__)
     parser.add_argument("peers", type=Path, help="folder of what was built to compare")
     parser.add_argument("--check", action="store_true", help="leave plain Python out, which takes half the time")

@@ -1,5 +1,5 @@
-// The least that any implementation must do: the system calls of an operation, and nothing around them; for planning, a
-// pruned search over bit masks. The benchmark calls it through ctypes, and it measures its own time.
+// The minimum that any implementation must do: an operation's system calls and nothing else; for planning, a pruned
+// search over bit masks. The benchmark calls this through ctypes. It measures its own time.
 #include <errno.h>
 #include <fcntl.h>
 #include <stdint.h>
@@ -24,7 +24,7 @@ static double nanoseconds(void) {
     return 1e9 * (double)now.tv_sec + (double)now.tv_nsec;
 }
 
-// One read, when it returns exactly the size that fstat told; otherwise on until the end.
+// One read if it returns exactly the size from fstat; otherwise reads until the end.
 static long read_file(const char* path) {
     static char buffer[1 << 16];
     struct stat status;
@@ -48,7 +48,7 @@ static long write_file(const char* path, const char* content, size_t size) {
     return written;
 }
 
-// Leaf first, as pathlib's mkdir(parents=True, exist_ok=True).
+// Leaf first, like pathlib's mkdir(parents=True, exist_ok=True).
 static long make_directory(const char* path) {
     struct stat status;
     if (mkdir(path, 0777) == 0) return 0;
@@ -71,7 +71,7 @@ static long perform(const struct operation* op) {
     }
 }
 
-// Nanoseconds for `loops` times all operations.
+// Nanoseconds for running all operations `loops` times.
 double run_operations(struct operation* ops, int count, long loops) {
     const double start = nanoseconds();
     for (long i = 0; i < loops; i++)
@@ -79,8 +79,8 @@ double run_operations(struct operation* ops, int count, long loops) {
     return nanoseconds() - start;
 }
 
-// Agents' directories as numbers of candidates (fewer than 64 in a search), in order of preference: those of agent i are
-// directories[starts[i]] up to directories[starts[i + 1]].
+// Agents' directories as candidate numbers (below 64 in a search), in order of preference. Those of agent i are
+// directories[starts[i]] up to, but not including, directories[starts[i + 1]].
 struct planning {
     int agents;
     const int* starts;
@@ -103,11 +103,11 @@ static int is_better(const struct best* a, const struct best* b) {
     if (a->native_rank != b->native_rank) return a->native_rank < b->native_rank;
     if (a->size != b->size) return a->size < b->size;
     const uint64_t difference = a->selection ^ b->selection;
-    return (a->selection & difference & -difference) != 0;  // the first directory they don't share is the earlier one
+    return (a->selection & difference & -difference) != 0;  // a has the lowest directory that they don't share
 }
 
-// Branch on the directories of the first agent without one: a selection with a directory to spare has more duplicates
-// than the same without it, so no other selection can win. `excluded` is what earlier branches have tried.
+// Branches on the directories of the first agent without one. No other selection can win, because a redundant directory
+// only adds duplicates. `excluded` holds the directories that earlier branches have tried.
 static void search(const struct planning* p, const uint64_t* masks, uint64_t selection, uint64_t excluded,
                    struct best* best) {
     struct best found = {0, 0, __builtin_popcountll(selection), selection};
@@ -132,7 +132,7 @@ static void search(const struct planning* p, const uint64_t* masks, uint64_t sel
     }
 }
 
-// Nanoseconds for `loops` searches; the best selection's directories are marked in `chosen`.
+// Nanoseconds for `loops` searches. Marks the best selection's directories in `chosen`.
 double run_search(const struct planning* p, char* chosen, long loops) {
     const double start = nanoseconds();
     for (long loop = 0; loop < loops; loop++) {
@@ -145,7 +145,7 @@ double run_search(const struct planning* p, char* chosen, long loops) {
     return nanoseconds() - start;
 }
 
-// Nanoseconds for `loops` greedy choices among `count` directories, marked in `chosen`.
+// Nanoseconds for `loops` greedy choices among `count` directories. Marks the choice in `chosen`.
 double run_greedy(const struct planning* p, char* chosen, int count, long loops) {
     const double start = nanoseconds();
     for (long loop = 0; loop < loops; loop++) {

@@ -1,7 +1,7 @@
-"""Call every workload between marks: what count_calls.py runs under strace and callgrind, which count between them.
+"""Call every workload between marks. count_calls.py runs this under strace and callgrind, which count between marks.
 
-A mark's name tells what was done since the last: `workload/variant/calls`, or nothing that matters. The arguments are
-the folder of the peers, the tracer and the variants of the module, the extension among them.
+A mark's name says what ran since the previous mark: `workload/variant/calls`, or "nothing". The arguments are the
+folder of the peers, the tracer, and the variants of the module, which include the extension.
 """
 
 import ctypes
@@ -26,7 +26,7 @@ def mark_imports(peers: Path, names: list[str], mark: Mark) -> dict[str, ModuleV
         importlib.import_module(imported)
     modules = {}
     for name in names:
-        re.purge()  # each compiles its own patterns
+        re.purge()  # each variant compiles its own patterns
         mark(NOTHING)
         modules[name] = ModuleVariant(peers / name)
         mark(f"{IMPORT.name}/{name}/1")
@@ -34,7 +34,7 @@ def mark_imports(peers: Path, names: list[str], mark: Mark) -> dict[str, ModuleV
 
 
 def mark_calls(modules: dict[str, ModuleVariant], mark: Mark, base: Path) -> None:
-    """Call each workload n and 3 n times, having called it before."""
+    """Call each workload n and 3 n times, after a warm-up."""
     for row in ROWS[1:]:
         row.lay_out(base, modules["extension"].module)
         for name, module in modules.items():
@@ -46,7 +46,7 @@ def mark_calls(modules: dict[str, ModuleVariant], mark: Mark, base: Path) -> Non
 
 
 def mark_floor(floor: Floor, mark: Mark) -> None:
-    """Take what each workload can't do without, on the files that were laid out."""
+    """Run the floor's operations for each workload, on the files created for it."""
     for row in ROWS:
         if row.files:
             operations = floor.operations(row, 1)
@@ -56,7 +56,7 @@ def mark_floor(floor: Floor, mark: Mark) -> None:
 
 
 def main() -> None:
-    """Make the marks that suit the tracer: a system call for strace, a request to callgrind."""
+    """Choose the mark for the tracer, a system call for strace or a request to callgrind, and run everything."""
     peers, tracer, *names = Path(sys.argv[1]), *sys.argv[2:]
     probe = ctypes.CDLL(str(peers / "probe.so"))
     marks: dict[str, Mark] = {

@@ -1,7 +1,7 @@
-"""Build what the benchmark compares with the extension: a folder for each of python, cython and mypyc, and floor.so.
+"""Build the peers that the benchmark compares with the extension: folders python, cython and mypyc, and floor.so.
 
-All three peers are made of one file: the plain-Python twin with the documents put in as constants, as the extension has
-them, so that its import reads no templates. The rest of its code stays as it is.
+All three peers are built from one file: the plain-Python twin, with the documents embedded as constants like in the
+extension, so that its import reads no templates. The rest of its code is unchanged.
 """
 
 import ast
@@ -19,7 +19,7 @@ SUFFIX = sysconfig.get_config_var("EXT_SUFFIX")
 
 
 class EmbedTemplates(ast.NodeTransformer):
-    """Put the documents in place of the calls of `_read_template`, and drop that function."""
+    """Replace the calls of `_read_template` with the documents, and drop that function."""
 
     names: ClassVar[dict[str, str]] = {}
 
@@ -46,7 +46,7 @@ def embedded_twin() -> str:
 
 
 def run(*command: str | Path, folder: Path) -> None:
-    """Run a compiler, which is heard only when it fails."""
+    """Run a compiler, and show its output only if it fails."""
     environment = os.environ | {"CFLAGS": "-O3 -g0", "MYPYPATH": ""}
     done = subprocess.run(command, cwd=folder, env=environment, capture_output=True, text=True, check=False)
     if done.returncode:
@@ -54,7 +54,7 @@ def run(*command: str | Path, folder: Path) -> None:
 
 
 def build(folder: Path) -> None:
-    """Build all peers anew."""
+    """Rebuild all peers."""
     shutil.rmtree(folder, ignore_errors=True)
     host = Path("muvad_tarnel/setup")
     for name in ("python", "cython", "mypyc"):
@@ -73,7 +73,7 @@ def build(folder: Path) -> None:
     run(Path(sys.executable).with_name("cythonize"), "-3", "-i", file, folder=folder / "cython/source")
     run(Path(sys.executable).with_name("mypyc"), file, folder=folder / "mypyc/source")
     for name in ("cython", "mypyc"):
-        # mypyc makes two, of which one imports the other.
+        # mypyc builds two files, one of which imports the other.
         for built in (folder / name / "source" / host).glob(f"*{SUFFIX}"):
             shutil.move(built, folder / name)
 

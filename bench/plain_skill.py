@@ -14,9 +14,9 @@ nothing-changed installs.
 """
 
 # The plain-Python twin of the extension module: the reference of the differential tests
-# and the peer of the benchmark. It differs in one thing: the template texts are read at
-# import from the source tree beside this file instead of being compiled in. Versions go
-# into messages with !s, because a replaced __version__ may format differently from its str().
+# and the peer of the benchmark. The only difference is that the template texts are read at
+# import from the source tree beside this file instead of being compiled in. Messages format
+# versions with !s, because a replaced __version__ may format differently from its str().
 
 from __future__ import annotations
 
@@ -75,7 +75,7 @@ def _agent_roots(agent_keys: Iterable[str], scope: str) -> dict[str, tuple[str, 
     return roots
 
 
-# Up to this many candidate directories every subset is scored.
+# With up to this many candidate directories, every subset is scored.
 _EXHAUSTIVE_SEARCH_LIMIT = 12
 
 _Score = tuple[int, int, int, tuple[str, ...]]

@@ -1,4 +1,4 @@
-// Splits callgrind's counts: what was executed since the last mark is written to a file of its own, under this name.
+// Splits callgrind's counts: writes those since the last mark to a separate file, labelled with this name.
 #include <valgrind/callgrind.h>
 
 void mark(const char* name) { CALLGRIND_DUMP_STATS_AT(name); }

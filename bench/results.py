@@ -1,4 +1,4 @@
-"""The table: shares of plain Python's time, beside what they must be and what they are to become."""
+"""The results table: fractions of plain Python's time, with required and target values."""
 
 from datetime import UTC, datetime
 from pathlib import Path
@@ -12,7 +12,7 @@ HEAD = ("workload", "Cython", "mypyc", "extension", "floor", "excess", "must", "
 
 
 def share(value: float | None) -> str:
-    """Two digits that count: 1.23, .45, .067."""
+    """A fraction with two significant digits, or two decimals from 1 on: 1.23, .45, .067."""
     if value is None:
         return ""
     digits = 2 if abs(value) >= 0.095 else 3 if abs(value) >= 0.0095 else 4
@@ -20,7 +20,7 @@ def share(value: float | None) -> str:
 
 
 def row_of(workload: Workload, times: Times) -> tuple[str, ...]:
-    """One row, with a mark when the extension misses what it must reach."""
+    """One row, marked if the extension misses the required value."""
     cython, mypyc, extension, *floor = (times[name] / times["python"] for name in times if name != "python")
     excess = extension - floor[0] if workload.files else None
     figure = extension if excess is None else excess
@@ -35,7 +35,7 @@ def table_of(workloads: list[Workload], times: list[Times]) -> str:
 
 
 def markdown(rows: list[tuple[str, ...]]) -> str:
-    """A Markdown table, aligned to be read as it is; the first row is its head."""
+    """A Markdown table with aligned columns. The first row is the header."""
     widths = [max(3, *map(len, column)) for column in zip(*rows, strict=True)]
     lines = ["| " + " | ".join((row[0].ljust(widths[0]), *map(str.rjust, row[1:], widths[1:]))) + " |" for row in rows]
     rule = "|" + "|".join(["-" * (widths[0] + 2), *("-" * (width + 1) + ":" for width in widths[1:])]) + "|"
@@ -43,7 +43,7 @@ def markdown(rows: list[tuple[str, ...]]) -> str:
 
 
 def publish(table: str) -> None:
-    """Put the table, with the day it was measured, between the marks on its page."""
+    """Write the table, with today's date, between the markers on its page."""
     before, _, rest = PAGE.read_text(encoding="utf-8").partition(START)
     _, _, after = rest.partition(END)
     day = datetime.now(tz=UTC).date()

@@ -1,4 +1,4 @@
-"""The rows of the table, with what each must reach and what it aims at."""
+"""The rows of the table, with the required and target value of each."""
 
 from agent_tables import overlapping_agents, separate_agents
 from workloads import Scope, Workload, find, find_and_read, find_pairs, read_all, read_one, rewrite, write
@@ -14,7 +14,7 @@ SHADOWED = "shadowed_skills(project, agents=agents)"
 
 OWN: tuple[Scope, ...] = ("project",)
 BOTH: tuple[Scope, ...] = ("user", "project")
-MANY = 100  # calls of what takes few instructions
+MANY = 100  # calls, for workloads with few instructions
 
 IMPORT = Workload("import, own share", "", 1.0, 0.95)
 PLANNING = [
@@ -41,7 +41,7 @@ FILES = [
 
 
 def growth(agents: int, must: float | None = None, aim: float | None = None) -> list[Workload]:
-    """Status and the up-to-date install for agents with a directory each."""
+    """Status and up-to-date install for agents with one directory each."""
     table = separate_agents(agents)
     return [
         Workload(f"status, agents: {agents}", STATUS, must, aim, table, BOTH, read_all),

@@ -1,4 +1,4 @@
-"""What is compared: the module as Python, as its compilers make it and as shipped, and the floor below them all."""
+"""The variants that are compared: the module in plain Python, compiled, and as the extension; and the floor."""
 
 import ctypes
 import importlib
@@ -16,12 +16,12 @@ from rows import IMPORT
 from workloads import Operation, Workload
 
 NAME = "muvad_tarnel.setup.skill"
-# What the module imports, to be there before it: its own share is measured.
+# The module's imports. Imported first, so that only the module's own import time is measured.
 IMPORTS = ("__future__", "collections.abc", "dataclasses", "itertools", "pathlib", "re", "muvad_tarnel.setup.config")
 
 
 def load(folder: Path) -> ModuleType:
-    """The module in `folder`, imported by its usual name, which is free again afterwards."""
+    """The module in `folder`, imported under its usual name and removed from sys.modules."""
     muvad_tarnel.setup.__path__.insert(0, str(folder))
     try:
         return importlib.import_module(NAME)
@@ -30,7 +30,7 @@ def load(folder: Path) -> ModuleType:
 
 
 def import_time(folder: Path) -> float:
-    """Nanoseconds for the import of the module in `folder` by a new process, without that of other modules."""
+    """Nanoseconds to import the module in `folder` in a new process, without the imports of other modules."""
     program = f"import {', '.join(IMPORTS)}; muvad_tarnel.setup.__path__.insert(0, {str(folder)!r}); import {NAME}"
     command = (sys.executable, "-S", "-X", "importtime", "-c", program)
     printed = subprocess.run(command, capture_output=True, text=True, check=True).stderr
@@ -42,13 +42,13 @@ class ModuleVariant:
     """A build of the module."""
 
     def __init__(self, folder: Path) -> None:
-        """Load the module that is in `folder`."""
+        """Load the module in `folder`."""
         self.folder = folder
         self.module = load(folder)
         self.timers: dict[str, tuple[Timer, dict[str, Any]]] = {}
 
     def prepare(self, workload: Workload, calls: int) -> tuple[Timer, dict[str, Any]]:
-        """The workload's timer, ready for so many calls, and the names that it sees."""
+        """The workload's timer, ready for the calls, and the statement's globals."""
         if workload.name not in self.timers:
             names = vars(self.module) | workload.names
             self.timers[workload.name] = Timer(workload.statement, timer=perf_counter_ns, globals=names), names
@@ -58,10 +58,10 @@ class ModuleVariant:
         return timer, names
 
     def answer(self, workload: Workload) -> Any:
-        """What the workload's statement gives."""
+        """The result of the workload's statement."""
         if workload is IMPORT:
             return None
-        return eval(workload.statement, self.prepare(workload, 1)[1])  # noqa: S307  # a text of ours
+        return eval(workload.statement, self.prepare(workload, 1)[1])  # noqa: S307  # our own text
 
     def sample(self, workload: Workload, calls: int) -> float:
         """Nanoseconds per call."""
@@ -97,7 +97,7 @@ MOST_SEARCHED = 12
 
 
 class Floor:
-    """The C library that does the least."""
+    """The C library that does the minimum work."""
 
     def __init__(self, file: Path) -> None:
         """Load the library in `file`."""
@@ -117,7 +117,7 @@ class Floor:
         return [operation.result for operation in operations]
 
     def expected_results(self, workload: Workload) -> list[int]:
-        """What the operations should tell, as Python finds the files."""
+        """The results that the operations should have, computed from the files in Python."""
         results = []
         for step in workload.operations(workload.prepare(1)):
             size = step.path.stat().st_size if step.path.exists() else -1
@@ -138,7 +138,7 @@ class Floor:
         )
 
     def operations(self, workload: Workload, calls: int) -> Any:
-        """The operations of one call, or of so many where each has a project of its own."""
+        """The operations of one call, or of all calls if each has its own project."""
         projects = workload.prepare(calls)
         if workload.name not in self.made or workload.fresh:
             steps = workload.operations(projects)
@@ -146,7 +146,7 @@ class Floor:
         return self.made[workload.name]
 
     def planning(self, workload: Workload) -> tuple[CPlanning, Any, list[str]]:
-        """The agents' directories by number, room for marks, and the candidates."""
+        """The agents' directories as numbers, a buffer for the chosen ones, and the candidates."""
         if workload.name not in self.made:
             roots = [agent.skills_project_roots for agent in workload.table.values()]
             candidates = sorted({root for own in roots for root in own})
@@ -167,5 +167,5 @@ class Floor:
 
 
 def c_operation(step: Operation) -> COperation:
-    """The same for C."""
+    """Convert an operation for C."""
     return COperation(KINDS.index(step.kind), bytes(step.path), step.content, len(step.content), 0)

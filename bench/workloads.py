@@ -1,4 +1,4 @@
-"""A workload: what is called, the files that it meets, and the operations on files that it can't do without."""
+"""Workloads: the call, the files it finds, and the file operations it needs at least."""
 
 import os
 import shutil
@@ -18,7 +18,7 @@ type Scope = Literal["user", "project"]
 
 @dataclass(frozen=True)
 class Operation:
-    """A step that touches files, as the floor takes it; writing takes content."""
+    """A file operation of the floor. `content` is for writing."""
 
     kind: Literal["exists", "read", "make directory", "write"]
     path: Path
@@ -29,9 +29,9 @@ class Operation:
 class Workload:
     """One row of the table.
 
-    `statement` is Python, run with the module's names and those of `names`. `must` and `aim` are shares of plain
-    Python's time, for what touches files the shares that exceed the floor's. With `fresh`, each call gets an empty
-    project of its own, `next(projects)`.
+    `statement` is Python code that sees the module's names and `names`. `must` and `aim` are fractions of plain
+    Python's time; for workloads that touch files, fractions in excess of the floor's. With `fresh`, each call gets its
+    own empty project, `next(projects)`.
     """
 
     name: str
@@ -39,16 +39,16 @@ class Workload:
     must: float | None = None
     aim: float | None = None
     table: AgentTable = field(default_factory=lambda: FOUR)
-    copies: tuple[Scope, ...] = ()  # scopes at which the skills are installed
-    files: Callable[["Workload", Path], list[Operation]] | None = None  # of a call for a project
+    copies: tuple[Scope, ...] = ()  # scopes where the skills are installed
+    files: Callable[["Workload", Path], list[Operation]] | None = None  # the operations of a call for a project
     plans: bool = False
     fresh: bool = False
-    counted: int = 2  # calls by which instructions are counted
+    counted: int = 2  # calls for counting instructions
     folder: Path = Path()
 
     @property
     def has_floor(self) -> bool:
-        """Only what plans or touches files has one."""
+        """Whether the workload plans or touches files."""
         return self.plans or self.files is not None
 
     @property
@@ -61,12 +61,12 @@ class Workload:
 
     @property
     def names(self) -> dict[str, Any]:
-        """What the statement sees besides the module's names, and `projects`."""
+        """The statement's globals, apart from the module's names and `projects`."""
         copy = self.project / ".claude/skills/tarnel/SKILL.md"
         return {"agents": tuple(self.table), "project": self.project, "copy": copy, "version": "1.10.0"}
 
     def lay_out(self, base: Path, plain: ModuleType) -> None:
-        """Make the home and the project, below `base`, and install what is to be there."""
+        """Create the home and the project below `base`, and install the copies."""
         self.folder = base / self.name.replace(" ", "-")
         vars(plain)["AGENT_CONFIG"] = self.table
         for directory in (self.home, self.project):
@@ -76,7 +76,7 @@ class Workload:
             plain.install_skills(scope, self.project, agents=tuple(self.table))
 
     def prepare(self, calls: int) -> list[Path]:
-        """Set the home directory; return the projects of the coming calls."""
+        """Set the home directory; return the projects for the next calls."""
         os.environ["HOME"] = str(self.home)
         if not self.fresh:
             return [self.project]
@@ -87,7 +87,7 @@ class Workload:
         return projects
 
     def operations(self, projects: list[Path]) -> list[Operation]:
-        """What no implementation can do without, one call after the other."""
+        """The operations that every implementation needs, call by call."""
         return [operation for project in projects for operation in (self.files(self, project) if self.files else ())]
 
     def roots(self, scope: Scope) -> list[str]:
@@ -96,12 +96,12 @@ class Workload:
 
 
 def skill_files(base: Path, directories: list[str]) -> list[Path]:
-    """Where the skills' documents are, in these directories."""
+    """The paths of the skills' documents in these directories."""
     return [base / directory / name / "SKILL.md" for directory in directories for name in SKILLS]
 
 
 def targets(workload: Workload, project: Path) -> list[Path]:
-    """Where an install into the project writes: for the four agents, in two directories."""
+    """The files that an install into the project writes: for the four agents, in two directories."""
     chosen = [".claude/skills", ".windsurf/skills"] if workload.table is FOUR else workload.roots("project")
     return skill_files(project, chosen)
 
@@ -112,20 +112,20 @@ def read_one(workload: Workload, _project: Path) -> list[Operation]:
 
 
 def read_all(workload: Workload, project: Path) -> list[Operation]:
-    """Status: read what each directory has, at both scopes."""
+    """Status: read the copies in every directory, at both scopes."""
     paths = skill_files(workload.home, workload.roots("user")) + skill_files(project, workload.roots("project"))
     return [Operation("read", path) for path in paths]
 
 
 def find_pairs(workload: Workload, project: Path) -> list[Operation]:
-    """Shadowed: Claude Code, which is asked first, has both copies of each skill."""
+    """Shadowed: Claude Code, which is checked first, has both copies of each skill."""
     return [
         Operation("exists", path) for base in (workload.home, project) for path in skill_files(base, [".claude/skills"])
     ]
 
 
 def find(workload: Workload, project: Path) -> list[Operation]:
-    """A dry run where there is nothing."""
+    """A dry run where nothing is installed."""
     return [Operation("exists", path) for path in targets(workload, project)]
 
 
@@ -135,7 +135,7 @@ def find_and_read(workload: Workload, project: Path) -> list[Operation]:
 
 
 def write(workload: Workload, project: Path) -> list[Operation]:
-    """An install where there is nothing."""
+    """An install where nothing is installed."""
     return [
         op
         for path in targets(workload, project)
@@ -144,7 +144,7 @@ def write(workload: Workload, project: Path) -> list[Operation]:
 
 
 def rewrite(workload: Workload, project: Path) -> list[Operation]:
-    """A forced install, which tells what version was there."""
+    """A forced install, which reports the version it replaces."""
     return [
         op
         for path in targets(workload, project)

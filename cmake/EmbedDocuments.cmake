@@ -1,6 +1,6 @@
-# Script (cmake -P): turn skills/<name>/SKILL.md into one C++ source, texts as raw string literals.
-#   SOURCE_DIR  the folder that holds one folder per skill
-#   SKILLS      the skills' names, in the order in which the module lists them, separated by commas
+# Script (cmake -P): embed the skills/<name>/SKILL.md files in one C++ source, as raw string literals.
+#   SOURCE_DIR  the folder with one folder per skill
+#   SKILLS      the skills' names, separated by commas, in the order in which the module lists them
 #   OUTPUT      the file to write
 string(REPLACE "," ";" names "${SKILLS}")
 set(entries "")

@@ -1,6 +1,6 @@
-"""What test_processes.py asks, in a process that may crash. Arguments: the module's file, the question, and with what.
+"""Runs an experiment of test_processes.py in a process that may crash. Arguments: the module's file, its name, options.
 
-Prints its complaints, and at the end what it counted.
+Prints any problems, then its counts.
 """
 
 import atexit
@@ -35,7 +35,7 @@ ROUNDS = 5
 
 
 class MallocState(ctypes.Structure):
-    """`struct mallinfo2`, whose eighth field are the bytes in use, those of C++ among them."""
+    """`struct mallinfo2`. Its eighth field is the number of bytes in use, including those of C++ code."""
 
     _fields_ = [(f"field_{number}", ctypes.c_size_t) for number in range(1, 11)]
 
@@ -51,21 +51,21 @@ MEASURES: dict[str, Callable[[list[object]], int]] = {
 
 
 def growth(case: Callable[[], object], calls: int, watched: list[object]) -> dict[str, list[int]]:
-    """How much more there is of everything after each round."""
-    totals = [array("q", bytes(8 * (1 + ROUNDS))) for _ in MEASURES]  # which take no blocks when they are set
+    """The growth of each measure in each round."""
+    totals = [array("q", bytes(8 * (1 + ROUNDS))) for _ in MEASURES]  # setting an item allocates no memory blocks
     for number in range(1 + ROUNDS):
         for _ in range(calls if number else min(calls, 500)):
             with contextlib.suppress(Exception):
                 case()
         gc.collect()
-        sys._clear_type_cache()  # it owns names, more of them as time goes by
+        sys._clear_type_cache()  # it owns a growing number of names
         for measure, total in zip(MEASURES.values(), totals, strict=True):
             total[number] = measure(watched)
     return {kind: [b - a for a, b in itertools.pairwise(total)] for kind, total in zip(MEASURES, totals, strict=True)}
 
 
 def odd_cases(skill: ModuleType, nameless: ModuleType) -> dict[str, Callable[[], object]]:
-    """What ends in places that no scenario reaches; `nameless` lacks the names that it would need."""
+    """Calls that cover code no scenario reaches. `nameless` lacks the names that they need."""
     (body,) = filter(callable, skill._score.__code__.co_consts)
     del nameless.SKILL_TEMPLATES
     vars(nameless)["_scope_base"] = nameless.skill_target_path
@@ -97,13 +97,13 @@ def count_leaks(way: str, most_calls: str) -> dict[str, int]:
     cases = odd_cases(*modules)
     calls_of = {
         name: int(most_calls) // (20 if name in cases else 1) for name in [*cases, *SCENARIOS]
-    }  # those are slow
+    }  # the odd cases are slow
     gc.freeze()
     for name, calls in calls_of.items():
         prepare(ROOT, SCENARIOS[name].files if name in SCENARIOS else {})
         case = SCENARIOS[name].bound(modules[0], ROOT) if name in SCENARIOS else cases[name]
         for kind, steps in growth(case, calls, watched).items():
-            # Malloc's own caches take a while to fill, most of all by imports.
+            # Malloc's own caches fill slowly, especially during imports.
             least = (16 if name in SCENARIOS else 1024) * calls if kind == "bytes of malloc" else 0
             if min(steps) > least or max(steps) < -least:
                 sys.stdout.write(f"{name}, {way}: {kind} per {calls} calls: {steps}\n")
@@ -133,7 +133,7 @@ def use_interpreter(source: str, isolated: bool) -> None:
 
 
 def use_eight_interpreters() -> dict[str, int]:
-    """At once, all but two with a GIL of their own; this one uses the module after them, then beside them."""
+    """Run eight interpreters at once, all but two with their own GIL, then use the module in the main one. Repeat."""
     for _ in range(4):
         threads = [threading.Thread(target=use_interpreter, args=(CONTROL + MODULE, i % 4 > 0)) for i in range(8)]
         for thread in threads:
@@ -156,7 +156,7 @@ def count_memory(kind: str, what: str, cycles: str) -> dict[str, int]:
 
 
 def count_imports() -> dict[str, int]:
-    """In a host that isn't ready yet, and in one that tests itself; what outlives its module is used as well."""
+    """Import the module without a dependency and with a mocked pathlib. Use functions that outlive their module."""
 
     def grown(file: str) -> int:
         before = 0
@@ -189,7 +189,7 @@ def count_imports() -> dict[str, int]:
 
 
 class AtEnd:
-    """Calls when it is deleted."""
+    """Calls a function when it is deleted."""
 
     def __init__(self, call: Callable[[], object]) -> None:
         self.call = call
@@ -199,7 +199,7 @@ class AtEnd:
 
 
 def end() -> None:
-    """Use the module ever later while the interpreter ends, and tell what came of it."""
+    """Use the module in successive stages of interpreter shutdown, and print the outcomes."""
     skill = fresh_module(FILE)
     install = skill.install_skills
 
@@ -207,7 +207,7 @@ def end() -> None:
         def call() -> None:
             try:
                 told = f"{install('project', force=True)}"
-            except Exception as error:  # noqa: BLE001  # little is left by then
+            except Exception as error:  # noqa: BLE001  # anything may fail this late
                 told = f"{type(error)}"
             write(1, f"{when}: {told}\n".encode())
 
@@ -220,8 +220,8 @@ def end() -> None:
 
 
 def end_with_daemons(call: str) -> dict[str, int]:
-    """Threads are within the system call when the interpreter begins to end, and come out of it before it has."""
-    shim = importlib.import_module("shim")  # which needs the library that is loaded before all others
+    """Threads enter the system call before interpreter shutdown begins, and return from it before shutdown ends."""
+    shim = importlib.import_module("shim")  # requires the preloaded library
     skill = fresh_module(FILE)
     skill.install_skills("project")
     rule = shim.armed(Path.cwd(), shim.Fault(shim.Action.PAUSE, 50, call, count=shim.FOR_EVER))

@@ -1,4 +1,4 @@
-"""Runs what may crash or hang: each point of an experiment in a fork of this process."""
+"""Runs experiments that may crash or hang: each point in a fork of this process."""
 
 import io
 import os
@@ -13,7 +13,7 @@ from typing import Any
 
 
 class Ended(str):
-    """How a child ended that gave no answer: by a signal, or not at all."""
+    """How a child ended without an answer: killed by a signal, hung, or with an exception."""
 
     __slots__ = ()
 
@@ -26,7 +26,7 @@ def _start[Point](task: Callable[[Point], object], point: Point) -> tuple[int, i
         return child, reading
     try:
         answer = task(point)
-    except BaseException as error:  # noqa: BLE001  # the parent tells what it means
+    except BaseException as error:  # noqa: BLE001  # the parent judges it
         answer = Ended(f"raised {error!r}")
     with os.fdopen(writing, "wb") as stream:
         pickle.dump(answer, stream)
@@ -42,7 +42,7 @@ def _answer(child: int, reading: int, deadline: float) -> Any:
                 status = os.waitpid(child, 0)[1]
                 if os.WIFSIGNALED(status):
                     return Ended(f"killed by {signal.Signals(os.WTERMSIG(status)).name}")
-                return pickle.loads(content.getvalue())  # noqa: S301  # our own
+                return pickle.loads(content.getvalue())  # noqa: S301  # written by our own child
             content.write(part)
     os.kill(child, signal.SIGKILL)
     os.waitpid(child, 0)
@@ -52,7 +52,7 @@ def _answer(child: int, reading: int, deadline: float) -> Any:
 def answers[Point, Answer](
     task: Callable[[Point], Answer], points: Iterable[Point], limit: float = 10
 ) -> Iterator[tuple[Point, Answer | Ended]]:
-    """What comes of the task at each point, in order; several run at a time, for no more than `limit` seconds each."""
+    """The task's answer at each point, in order. Several children run at a time, for at most `limit` seconds each."""
     running = deque[tuple[Point, Callable[[], Any]]]()
     try:
         for point in points:

@@ -1,4 +1,4 @@
-"""What the hostile tests share: directories of their own, an effort, and the figures that a run counts."""
+"""Fixtures of the hostile tests: temporary directories, the effort, and the figures that a run counts."""
 
 import os
 from collections import Counter
@@ -17,25 +17,25 @@ FIGURES = pytest.StashKey[dict[tuple[int, str], Counter[str]]]()
 
 @pytest.fixture(scope="session")
 def effort() -> float:
-    """How many times as much as in CI is to be tried."""
+    """The number of attempts as a multiple of CI's."""
     return float(os.environ.get("HOSTILE_EFFORT", "1"))
 
 
 @pytest.fixture
 def root(tmp_path: Path) -> Path:
-    """The directory that home and project lie in."""
+    """The directory that contains home and project."""
     return tmp_path
 
 
 class Figure(Protocol):
-    """Adds up counts for a row of the table in docs/reliability.md, apart for each subject."""
+    """Adds up counts for a row of the table in docs/reliability.md, separately for each subject."""
 
     def __call__(self, row: int, subject: str = "", /, **counts: int) -> None: ...
 
 
 @pytest.fixture
 def figure(request: pytest.FixtureRequest) -> Figure:
-    """Add to the figures that the run prints."""
+    """A function that adds to the figures that the run prints."""
     figures = request.config.stash.setdefault(FIGURES, {})
 
     def add(row: int, subject: str = "", /, **counts: int) -> None:
@@ -47,14 +47,14 @@ def figure(request: pytest.FixtureRequest) -> Figure:
 
 
 class Judge(Protocol):
-    """Takes what each point of an experiment has met, nothing if all is well; adds to the figures, and judges them."""
+    """Takes the points of an experiment with their problems, falsy if none. Adds to the figures, and checks them."""
 
     def __call__(self, row: int, subject: str, tried: Iterable[tuple[Any, object]], /, **counts: int) -> None: ...
 
 
 @pytest.fixture
 def judge(figure: Figure) -> Judge:
-    """Fail when a point has met something, or when there is none."""
+    """A function that fails if a point had a problem, or if there are no points."""
 
     def add(row: int, subject: str, tried: Iterable[tuple[Any, object]], /, **counts: int) -> None:
         points = list(tried)

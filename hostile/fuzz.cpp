@@ -1,4 +1,4 @@
-// What the core says of random input, against plain definitions of it. Compiled for each target: -DTARGET=stamps ...
+// Compares the core's results for random input with simple definitions. Compiled for each target: -DTARGET=stamps ...
 #include <iconv.h>
 
 #include <algorithm>
@@ -15,7 +15,7 @@
 using namespace tarnel::core;
 using Input = std::span<const std::uint8_t>;
 
-bool is_utf8_with_sanitizers(std::string_view text);  // is_utf8, compiled as the core is
+bool is_utf8_with_sanitizers(std::string_view text);  // is_utf8, compiled with the sanitizers like the core
 
 namespace {
 
@@ -44,7 +44,7 @@ std::string encoded(std::u32string_view text) {
     return bytes;
 }
 
-// ASCII bytes stand for themselves, the others for what chance seldom makes.
+// ASCII bytes stand for themselves, the others for sequences that random input rarely contains.
 std::u32string text_of(Input input) {
     constexpr std::array<std::u32string_view, 11> rare = {
         U"version:", U"\nversion: 1.2", U"\r\n",   U"\u00e9",     U"\u00b2",           U"\u0661",
@@ -62,7 +62,7 @@ std::vector<std::u32string> split(std::u32string text, char32_t separator) {
     return pieces;
 }
 
-// The value in the first line, if any, of which there are no more than white space, the value and white space.
+// The value in the first stamp with nothing but white space around the value, if any.
 std::u32string search(std::u32string_view text) {
     static constexpr std::u32string_view ascii = U"_.-0123456789abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
     for (std::size_t start = text.find(U"version:"); start != text.npos; start = text.find(U"version:", start + 1))
@@ -80,16 +80,16 @@ std::u32string search(std::u32string_view text) {
 
 void stamps(Input input) {
     std::u32string text = text_of(input);
-    if (text.starts_with(U'~')) text.insert(0, 1940 + 4 * (text.size() % 16), U'x');  // near the end of the search
+    if (text.starts_with(U'~')) text.insert(0, 1940 + 4 * (text.size() % 16), U'x');  // near the end of the head
     if (text.ends_with(U'~')) text.insert(0, 900, U'\u00e9');
     std::u32string head;
     for (std::size_t i = 0; i < text.size() && head.size() < 2000; i++)
         if (text[i] != U'\r' || !text.substr(i + 1, 1).starts_with(U'\n')) head += text[i] == U'\r' ? U'\n' : text[i];
     const std::string utf8 = encoded(text);
-    const std::vector<char> exact(utf8.begin(), utf8.end());  // a byte too far is one too many
+    const std::vector<char> exact(utf8.begin(), utf8.end());  // so that the sanitizer detects reads past the end
     require(find_stamp({exact.data(), exact.size()}, classes).value_or("") == encoded(search(head)));
 
-    // Whether bytes are well-formed turns on where they lie between these.
+    // These bytes are the boundaries that decide whether UTF-8 is well-formed.
     std::vector<char> bytes(input.empty() ? 0 : input[0] % 40, 'x');
     for (const std::uint8_t byte : input)
         bytes.push_back("\x7F\x80\x8F\x90\x9F\xA0\xBF\xC1\xC2\xDF\xE0\xED\xEF\xF0\xF4\xF5"[byte % 16]);
@@ -135,7 +135,7 @@ std::string written(std::u32string root, const std::vector<std::u32string>& name
     return root.empty() ? "." : encoded(root);
 }
 
-// Joined as posixpath joins, and written as pathlib writes once they are whole.
+// Joined as by posixpath, then normalised as by pathlib.
 void paths(Input input) {
     PathText joined;
     std::u32string whole;
@@ -168,7 +168,7 @@ std::optional<Score> score(const std::vector<Directories>& agents, const std::ve
     return score;
 }
 
-// The best of all subsets.
+// Compares best_selection with the best of all subsets.
 void planning(Input input) {
     const std::size_t candidates = input.empty() ? 1 : input[0] % 10 + 1;
     std::vector<std::vector<Candidate>> lists;

@@ -1,4 +1,4 @@
-"""What the module and its plain-Python twin are asked to do while things go wrong."""
+"""The calls that the module and its plain-Python twin run under faults."""
 
 import os
 import shutil
@@ -25,7 +25,7 @@ ROOT = object()  # stands for the project's root among arguments
 
 @dataclass(frozen=True)
 class Scenario:
-    """A call of a function, and the files that lie there before."""
+    """A function call, and the files that exist before it."""
 
     files: Mapping[str, bytes]
     function: str
@@ -33,7 +33,7 @@ class Scenario:
     keywords: Mapping[str, Any] = field(default_factory=dict)
 
     def bound(self, module: ModuleType, root: Path) -> Callable[[], Any]:
-        """The call, ready to be made; nothing of it is made of Python code. `{root}` in texts is the root."""
+        """The call as a partial, which runs no Python code of its own. `{root}` in texts stands for the root."""
 
         def fill(value: Any) -> Any:
             return value.replace("{root}", str(root)) if isinstance(value, str) else value
@@ -43,7 +43,7 @@ class Scenario:
         return partial(getattr(module, self.function), *arguments, **keywords)
 
 
-# Those that touch files.
+# Scenarios that access files.
 ON_FILES = {
     "install fresh": Scenario(FRESH, "install_skills", ("project", ROOT)),
     "install fresh for the user": Scenario(FRESH, "install_skills"),
@@ -54,7 +54,7 @@ ON_FILES = {
     "status": Scenario(OUTDATED, "skill_status", (ROOT,)),
     "shadowed": Scenario(CURRENT, "shadowed_skills", (ROOT,)),
 }
-# Those besides whose memory runs out; some end in an error.
+# Further scenarios for running out of memory; some end in an error.
 _ROOTS = {"a": ("x", "y"), "b": ("y",)}
 OTHERS = {
     "dry run": Scenario(OUTDATED, "install_skills", ("project", ROOT), {"dry_run": True}),
@@ -84,7 +84,7 @@ OTHERS = {
 
 
 def prepare(root: Path, files: Mapping[str, bytes]) -> None:
-    """Lay out home and project anew, and go to the project."""
+    """Recreate home and project, and change to the project."""
     shutil.rmtree(root, ignore_errors=True)
     for place in ("home", "project"):
         (root / place).mkdir(parents=True)
@@ -97,7 +97,7 @@ def prepare(root: Path, files: Mapping[str, bytes]) -> None:
 
 
 def tree(root: Path) -> dict[str, bytes | str | None]:
-    """All that lies below a directory: files with their bytes, links with their targets."""
+    """Everything below a directory: files with their bytes, links with their targets."""
     return {
         path.relative_to(root).as_posix(): str(path.readlink())
         if path.is_symlink()
@@ -109,7 +109,7 @@ def tree(root: Path) -> dict[str, bytes | str | None]:
 
 
 def outcome(call: Callable[[], Any]) -> Any:
-    """What can be told of what the call returns or raises."""
+    """A comparable description of what the call returns or raises."""
     try:
         result = call()
     except Exception as error:  # noqa: BLE001  # any error is an outcome
@@ -118,5 +118,5 @@ def outcome(call: Callable[[], Any]) -> Any:
 
 
 def torn(files: Mapping[str, object], before: Mapping[str, bytes]) -> list[str]:
-    """The copies that are neither as they were nor as they are to be."""
+    """The copies that have neither their old content nor the current one."""
     return [place for place in PLACES if files.get(place) not in (before.get(place), CURRENT[place])]

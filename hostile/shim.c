@@ -1,5 +1,5 @@
 // Preloaded into the interpreter: fails, shortens, interrupts, kills or delays the n-th system call on a path, and
-// fails the n-th allocation of the extension's C++ code. Does nothing until it is told to; shim.py steers it.
+// fails the n-th allocation of the extension's C++ code. Does nothing until armed by shim.py.
 #define _GNU_SOURCE
 #include <dirent.h>
 #include <dlfcn.h>
@@ -23,7 +23,7 @@ static char seen[1 << 18];  // "call path\n" of each call on a path below `root`
 static size_t seen_size;
 
 static struct {
-    char root[PATH_MAX], call[16], path[PATH_MAX];  // an empty call or path stands for every one
+    char root[PATH_MAX], call[16], path[PATH_MAX];  // an empty call or path matches all
     int first, count, action, value, matched;
 } rule;
 
@@ -45,7 +45,7 @@ static int is_below_root(const char* path) {
     return rule.root[0] != '\0' && path != NULL && strncmp(path, rule.root, strlen(rule.root)) == 0;
 }
 
-// What to do about this call, if anything.
+// The action for this call.
 static int action_on(const char* call, const char* path) {
     if (!is_below_root(path)) return WATCH;
     if (seen_size + strlen(call) + strlen(path) + 3 < sizeof seen)
@@ -55,7 +55,7 @@ static int action_on(const char* call, const char* path) {
     return number >= 0 && number < rule.count ? rule.action : WATCH;
 }
 
-// Whether the call fails instead of being made.
+// Performs the action. Whether the call fails without being made.
 static int stands_in(int action) {
     if (action == KILL) raise(SIGKILL);
     if (action == INTERRUPT) raise(rule.value);
@@ -90,7 +90,7 @@ int close(int descriptor) {
     const int action = action_on("close", path);
     const int result = action == KILL ? stands_in(action) : REAL(close)(descriptor);
     if (path != NULL) path_of[descriptor][0] = '\0';
-    return stands_in(action) ? -1 : result;  // failed or not, the descriptor is closed
+    return stands_in(action) ? -1 : result;  // the descriptor is closed even after an error
 }
 
 #define TRANSFER(name, type)                                                                          \
@@ -105,7 +105,7 @@ int close(int descriptor) {
 TRANSFER(read, void*)
 TRANSFER(write, const void*)
 
-// Calls by the name `as`, whose path is `key`.
+// Wraps calls. `as` is the call's name in rules, `key` its path.
 #define CALL(type, failed, name, as, key, parameters, arguments) \
     type name parameters {                                       \
         if (stands_in(action_on(as, key))) return failed;        \
@@ -144,7 +144,7 @@ int linkat(int from_directory, const char* from, int to_directory, const char* t
     return REAL(linkat)(from_directory, from, to_directory, to, flags);
 }
 
-// C++ allocations: operator new is linked into the extension, and calls malloc from there.
+// C++ allocations: operator new is linked statically, so malloc's caller is in the extension.
 static int allocations_left, allocations_failing;
 void shim_starve(int first, int count) { allocations_left = first, allocations_failing = count; }
 

@@ -1,4 +1,4 @@
-"""Steers the preloaded shim, shim.c."""
+"""Controls the preloaded shim, shim.c."""
 
 import ctypes
 import enum
@@ -13,20 +13,20 @@ _process.shim_disarm.restype = ctypes.c_char_p  # AttributeError: the shim isn't
 
 
 class Action(enum.IntEnum):
-    """What a system call meets; `value` is an errno, a number of bytes or a signal."""
+    """What happens to a system call. A fault's `value` is an errno, a number of bytes, a signal or milliseconds."""
 
     WATCH = 0
     FAIL = 1
-    SHORTEN = 2  # transfer no more than so many bytes
-    INTERRUPT = 3  # raise that signal, and fail with EINTR
+    SHORTEN = 2  # transfer at most `value` bytes
+    INTERRUPT = 3  # raise the signal `value`, and fail with EINTR
     KILL = 4  # before the call
-    KILL_AFTER = 5  # after a transfer of so many bytes
-    PAUSE = 6  # for so many milliseconds, and then go on
+    KILL_AFTER = 5  # after transferring `value` bytes
+    PAUSE = 6  # for `value` milliseconds, then make the call
 
 
 @dataclass(frozen=True)
 class Fault:
-    """The `first`-th and the following calls of a name on a path, and what they meet; empty text: any."""
+    """An action for `count` calls of a name on a path, from the `first` on. An empty name or path matches any."""
 
     action: Action = Action.WATCH
     value: int = 0
@@ -38,7 +38,7 @@ class Fault:
 
 @dataclass
 class Watch:
-    """The calls that were made below the root, by name and path, and how many met the fault."""
+    """The calls made below the root, by name and path, and how many of them the fault hit."""
 
     calls: list[tuple[str, str]] = field(default_factory=list)
     hits: int = 0
@@ -46,7 +46,7 @@ class Watch:
 
 @contextmanager
 def armed(root: Path, fault: Fault) -> Iterator[Watch]:
-    """Let system calls on paths below the root meet the fault."""
+    """Apply the fault to system calls on paths below the root."""
     watch = Watch()
     _process.shim_arm(
         *(text.encode() for text in (str(root), fault.call, fault.path)),
@@ -61,5 +61,5 @@ def armed(root: Path, fault: Fault) -> Iterator[Watch]:
 
 
 def starve(first: int, count: int) -> None:
-    """Fail so many allocations of the extension's C++ code after the next `first` ones; none if count is 0."""
+    """Fail `count` allocations of the extension's C++ code, after the next `first` ones."""
     _process.shim_starve(first, count)

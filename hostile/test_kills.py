@@ -1,4 +1,4 @@
-"""Installers killed at every system call, and run once more."""
+"""Installers killed at every system call, then run again."""
 
 import os
 import sys
@@ -18,7 +18,7 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
 from scenarios import FRESH, OUTDATED, prepare, torn, tree
 from shim import Action, Fault, armed
 
-# A kill before one of these, or before a directory is opened, leaves the files as one before the next call does.
+# A kill before one of these, or before opening a directory, leaves the same files as a kill before the next call.
 LEAVE_FILES_ALONE = {"access", "close", "flock", "fstat", "fsync", "lseek", "lstat", "opendir", "read", "stat"}
 EDITED = {place: text + b"mine" for place, text in OUTDATED.items()}
 
@@ -40,7 +40,7 @@ def install_by_command(root: Path) -> None:
 
 
 def looks_current(content: Any) -> bool:
-    """Whether its stamp is complete, and this version's."""
+    """Whether the stamp is complete and has this version."""
     return f"\nversion: {skill.__version__}\n".encode() in content
 
 
@@ -49,7 +49,7 @@ type Files = dict[str, bytes | str | None]
 
 
 def run(install: Install, root: Path, fault: Fault) -> Any:
-    """The calls that an install in a fork has made, or how it ended."""
+    """The calls that an install in a fork made, or how it ended."""
 
     def task(fault: Fault) -> list[tuple[str, str]]:
         with armed(root, fault) as watch:
@@ -61,7 +61,7 @@ def run(install: Install, root: Path, fault: Fault) -> Any:
 
 
 def run_twice(install: Install, files: Mapping[str, bytes], root: Path, fault: Fault) -> tuple[Any, Files, Files]:
-    """What comes of a first install, which meets the fault, and the files after that and after a second one."""
+    """The outcome of a first install with the fault, and the files after it and after a second install."""
     own_root = root / str(os.getpid())
     prepare(own_root, files)
     ended = run(install, own_root, fault)

@@ -1,4 +1,4 @@
-"""Memory that runs out at every point of every function and of the import, once or for ever after."""
+"""Running out of memory at every allocation of every function and of the import, once or permanently."""
 
 import _imp
 import _testcapi
@@ -23,14 +23,14 @@ from fresh_module import NAME, fresh_module
 from muvad_tarnel.setup import skill
 from scenarios import ON_FILES, OTHERS, Scenario, outcome, prepare, torn, tree
 
-IN_A_ROW = 8  # successes, after which no allocation is taken to be left: some failures are made up for
+IN_A_ROW = 8  # successes that end a sweep; fewer may be failures that were recovered from
 RAN_OUT = "MemoryError"
 GROUPS = {name: {name: scenario} for name, scenario in ON_FILES.items()}
 GROUPS |= {"other functions and errors": OTHERS, "first calls": ON_FILES}
 
 
 class Point(NamedTuple):
-    """The allocation that fails first, how many do, and whose: the interpreter's or those of the C++ code."""
+    """The first allocation that fails, how many fail, and whose: the interpreter's or the C++ code's."""
 
     first: int
     times: int
@@ -41,14 +41,14 @@ NEVER = Point(0, 0, "C++")
 
 
 def starving(call: Callable[[], Any], point: Point) -> Any:
-    """What comes of the call. In few instructions, since CPython spins where it has no memory for a high number."""
+    """The call's result or error. Kept short: CPython loops if it can't allocate the int of an instruction's offset."""
     if point.owner == "C++":
         shim.starve(point.first, point.times)
     else:
         _testcapi.set_nomemory(point.first, point.first + 1 if point.times == 1 else 0)
     try:
         result = call()
-    except BaseException as error:  # noqa: BLE001  # also what nobody expects
+    except BaseException as error:  # noqa: BLE001  # including unexpected ones
         _testcapi.remove_mem_hooks()
         shim.starve(0, 0)
         return error
@@ -58,7 +58,7 @@ def starving(call: Callable[[], Any], point: Point) -> Any:
 
 
 def sweep(task: Callable[[Point], list[str]]) -> Iterator[tuple[Point, Any]]:
-    """What is met at each point, until there is no allocation left to fail."""
+    """The problems at each point, until no allocation is left to fail."""
     for owner, times in itertools.product(("interpreter", "C++"), (1, shim.FOR_EVER)):
         successes = 0
         for point, met in answers(task, (Point(first, times, owner) for first in itertools.count())):
@@ -76,14 +76,14 @@ def judge_all(judge: Judge, subject: str, tried: list[tuple[Point, Any]]) -> Non
 
 
 def run(module: ModuleType, scenario: Scenario, root: Path, point: Point) -> tuple[Any, str, dict[str, Any]]:
-    """What the call returns or raises, that in words wherever the root is, and the files."""
+    """What the call returns or raises, its description independent of the root, and the files."""
     prepare(root, scenario.files)
     result = starving(scenario.bound(module, root), point)
     return result, repr(outcome(lambda: result)).replace(str(root), "ROOT"), tree(root)
 
 
 def calls(scenario: Scenario, root: Path, *, is_first: bool) -> Callable[[Point], list[str]]:
-    """Makes the call of the scenario, and once more when there is memory again."""
+    """A task that makes the scenario's call, and repeats it once memory is available again."""
     module = fresh_module(skill.__file__)
     expected = run(skill if is_first else module, scenario, root, NEVER)[1:]
 
@@ -104,18 +104,18 @@ def test_rows_1_and_2_of_calls(group: str, root: Path, judge: Judge, effort: flo
     is_first = group == "first calls"
     scenarios = list(GROUPS[group].values())
     if is_first and effort <= 1:
-        del scenarios[1:]  # most of it is the same for all
+        del scenarios[1:]  # first calls differ little
     tasks = [calls(scenario, root, is_first=is_first) for scenario in scenarios]
     judge_all(judge, group, [found for task in tasks for found in sweep(task)])
 
 
 def made_of_c(monkeypatch: pytest.MonkeyPatch) -> None:
-    """Let nothing that the import calls be made of Python code, which CPython 3.12.1 itself fails to run."""
+    """Replace all Python code that the import calls, because CPython 3.12.1 itself fails to run it without memory."""
     pattern = skill._VERSION_RE
     holder = type("Holder", (), {pattern.pattern: pattern})
     stands_for: dict[str, dict[str, object]] = {
         "re": {"compile": partial(getattr, holder), "MULTILINE": re.MULTILINE},
-        "dataclasses": {"dataclass": partial({}.get, None)},  # gives the class back
+        "dataclasses": {"dataclass": partial({}.get, None)},  # returns the class
         "muvad_tarnel": {"__version__": skill.__version__},
     }
     for name, contents in stands_for.items():
@@ -125,7 +125,7 @@ def made_of_c(monkeypatch: pytest.MonkeyPatch) -> None:
 
 
 def test_row_1_of_the_import(root: Path, judge: Judge, monkeypatch: pytest.MonkeyPatch) -> None:
-    spec = importlib.util.spec_from_file_location(NAME, shutil.copy(skill.__file__, root))  # loaded by nobody yet
+    spec = importlib.util.spec_from_file_location(NAME, shutil.copy(skill.__file__, root))  # not loaded before
     assert spec
 
     def load() -> ModuleType:

@@ -1,4 +1,4 @@
-"""Memory, interpreters, imports and the end: asked of child processes, since what is looked for may crash."""
+"""Leaks, interpreters, imports and shutdown: tested in child processes, which may crash."""
 
 import json
 import os
@@ -15,11 +15,11 @@ from muvad_tarnel.setup import skill
 
 
 def told(*question: object, module: object = skill.__file__) -> list[str]:
-    """What the child prints; it says nothing else, and ends well."""
+    """The child's output. Checks that it prints no errors and exits successfully."""
     child = Path(__file__).with_name("child.py")
     run = subprocess.run(
         [sys.executable, "-X", "faulthandler", "-W", "error", child, *map(str, (module, *question))],
-        # Not in development mode: its memory allocator doesn't survive that several interpreters are made at once.
+        # Not in development mode: its memory allocator can't handle creating several interpreters at once.
         env=os.environ | {"PYTHONPATH": os.pathsep.join(filter(None, sys.path)), "PYTHONDEVMODE": ""},
         capture_output=True,
         check=False,

@@ -1,4 +1,4 @@
-"""Names of the module and of the standard library, replaced by what means harm."""
+"""Names of the module and of the standard library, replaced by harmful objects."""
 
 import builtins
 import itertools
@@ -20,11 +20,11 @@ from scenarios import OUTDATED, prepare, tree
 from test_fast_paths import guarded, noting, replaced
 from test_twin import FUNCTIONS, NAMES
 
-type Point = tuple[Callable[["Harm"], None] | None, Any, str]  # the harm, and what is replaced; no owner: the module
+type Point = tuple[Callable[["Harm"], None] | None, Any, str]  # the harm; the owner, None for the module; the name
 
 
 def use(module: Any) -> Iterator[Any]:
-    """What its functions return or raise."""
+    """What the module's functions return or raise."""
     for function, arguments in (
         (module.install_skills, ("project",)),
         (module.skill_status, ()),
@@ -67,11 +67,11 @@ def change_functions(harm: "Harm") -> None:
         function.__code__ = function.__code__.replace()
 
 
-KINDS = [None, fail, recurse, delete, enter_again, change_what_is_walked, change_functions]  # None: is of a wrong type
+KINDS = [None, fail, recurse, delete, enter_again, change_what_is_walked, change_functions]  # None: wrong type
 
 
 class Harm(list[object]):
-    """Stands in for the list in which a replacement notes that it is called, and does harm for the first few times."""
+    """Replaces the list in which a replacement records its calls, and does harm on the first few calls."""
 
     def __init__(self, deed: Callable[["Harm"], None], module: Any, owner: Any, name: str) -> None:
         self.deed, self.module, self.owner, self.name = deed, module, owner, name
@@ -90,17 +90,17 @@ def points() -> Iterator[Point]:
 
 
 def told(point: Point, module: ModuleType, root: Path) -> object:
-    """What comes of using the module while the name is replaced."""
+    """The outcome of using the module while the name is replaced."""
     kind, owner, name = point
     prepare(root, OUTDATED)
-    vars(pwd)["getpwuid"] = lambda _: SimpleNamespace(pw_dir=str(root / "home"))  # where Path.home() turns without HOME
+    vars(pwd)["getpwuid"] = lambda _: SimpleNamespace(pw_dir=str(root / "home"))  # for Path.home() without HOME
     vars(module).update(AGENT_CONFIG=dict(module.AGENT_CONFIG))
     owner = owner or module
     value = vars(owner).get(name)
     is_called = callable(value) or isinstance(value, property | classmethod)
     with replaced(owner, name, noting(value, Harm(kind, module, owner, name)) if kind and is_called else object()):
         met = list(use(module))
-    # How deep a recursion went, and what else is in it, is left out.
+    # Ignore the message of a RecursionError: it depends on the depth and on other frames.
     errors = [(type(error), "" if isinstance(error, RecursionError) else str(error)) for error in met]
     return [e if isinstance(m, Exception) else account(m) for m, e in zip(met, errors, strict=True)], tree(root)
 
@@ -110,7 +110,7 @@ def test_row_13_harmful_replacements(root: Path, judge: Judge) -> None:
         own_root = root / str(os.getpid())
         found, expected = (told(point, module, own_root) for module in (skill, plain_skill))
         shutil.rmtree(own_root)
-        # The module looks none of the builtins up that its own functions use.
+        # The module doesn't look up builtins that its own functions use.
         return found != expected and point[1:] not in ((builtins, "len"), (builtins, "OSError"))
 
     prepare(root, OUTDATED)

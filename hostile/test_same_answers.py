@@ -14,13 +14,14 @@ from recording import account
 from scenarios import CURRENT, OUTDATED, prepare
 from test_fast_paths import AGENTS, PLACES, clear, outcome, slow_path, walk
 
-# What matters to the pattern of stamps, and to version keys.
+# Characters that matter to the stamp pattern and to version keys.
 PIECES = ["version:", "\nversion:", "\n", "\r", "\r\n", " ", "\t\v\f", "\u00a0", "\x1c", "\x85", "\u2028", "\ufeff"]
 PIECES += ["1", "1.2", "9" * 18, "1" * 19, "\u0663", "\u00b2", "é", "\u0301", "_", "-", ".", "x", "\0", "\U0001d7d9"]
 ENDINGS = [b"", b"", b"\xff", b"\xc3", b"\xed\xa0\x80"]
 COMPONENTS = ["/", "/", "//", ".", "..", "a", "é", "\udc80", "~", " "]
 ODD_COMPONENTS = ["\ud800", "a\0", "n" * 300]
-OBSTACLES = [b"in the way", None, "nowhere", "nowhere/deeper", "SKILL.md", "s", "..", "/proc/version"]
+# No link leads out of the scenario's directory. ".." below ".." would, and its files would affect the next scenario.
+OBSTACLES = [b"in the way", None, "nowhere", "nowhere/deeper", "SKILL.md", "s", "../project", "/proc/version"]
 IN_A_CHUNK = 250
 
 
@@ -29,7 +30,7 @@ def text(random: Random, pieces: list[str], most: int) -> str:
 
 
 def document(random: Random) -> bytes:
-    """The stamp of a document may stand where the pattern no longer looks."""
+    """A document whose stamp may lie beyond the searched head."""
     filler = "é" * random.randint(1980, 2001) + random.choice(["\n", "\r\n", "\r"])
     before = random.choice(["", "", filler])
     return f"{before}version:{text(random, PIECES, 9)}".encode() + random.choice(ENDINGS)
@@ -40,7 +41,7 @@ def component(random: Random) -> str:
 
 
 def step(random: Random) -> tuple[str, Any]:
-    """An obstacle or a document that is put somewhere, or a call."""
+    """An obstacle or a document to place somewhere, or a call."""
     if random.random() < 0.6:
         texts = [document(random), *OUTDATED.values(), *CURRENT.values()]
         return random.choice(PLACES), random.choice(texts if random.random() < 0.5 else OBSTACLES)
@@ -53,7 +54,7 @@ def step(random: Random) -> tuple[str, Any]:
 
 
 def met(seed: int, home: str) -> Any:
-    """What comes of a scenario; it is a walk over obstacles, or of a function of documents, versions or paths."""
+    """The outcome of a scenario: a walk over obstacles, or a function of documents, versions or paths."""
     random = Random(seed)
     kind = random.choice(["walk", "document", "version", "path"])
     if kind == "walk":

@@ -1,4 +1,4 @@
-"""System calls that fail, transfer less than asked, or are interrupted: as Python's own way has it."""
+"""System calls that fail, transfer too little or are interrupted: the module behaves like plain Python."""
 
 import errno
 import itertools
@@ -17,7 +17,7 @@ from muvad_tarnel.setup import skill
 from scenarios import CURRENT, ON_FILES, OUTDATED, PLACES, ROOT, Scenario, outcome, prepare, torn, tree
 from shim import FOR_EVER, Action, Fault, armed
 
-# What the manual pages name; EIO, ENOMEM and EINTR besides, which network file systems give where the pages don't.
+# The errnos in the manual pages. Network file systems also return EIO, ENOMEM and EINTR elsewhere.
 OF_PATHS = "EACCES EFAULT EINTR EINVAL EIO ELOOP ENAMETOOLONG ENOENT ENOMEM ENOTDIR"
 OF_WRITING = "EDQUOT ENOSPC EPERM EROFS"
 ERRNOS = {
@@ -35,7 +35,7 @@ RETRIED = {"open", "read", "write"}  # after EINTR
 
 
 def run(scenario: Scenario, module: ModuleType, root: Path, fault: Fault) -> tuple[Any, Calls]:
-    """What comes of the scenario and of the files, and the calls that were made."""
+    """The outcome of the scenario with its files, and the calls made."""
     prepare(root, scenario.files)
     with armed(root, fault) as watch:
         told = outcome(scenario.bound(module, root))
@@ -47,14 +47,14 @@ def run(scenario: Scenario, module: ModuleType, root: Path, fault: Fault) -> tup
 
 
 def different(scenario: Scenario, root: Path, faults: Iterable[Fault]) -> Iterator[tuple[Fault, object]]:
-    """The faults, and what comes of them in the module and in the twin if that isn't the same."""
+    """Each fault with the outcomes of the module and the twin if they differ, else False."""
     for fault in faults:
         found, expected = (run(scenario, module, root, fault)[0] for module in (skill, plain_skill))
         yield fault, found != expected and (found, expected)
 
 
 def addresses(calls: Calls) -> Iterator[tuple[str, str, int]]:
-    """Each call by its name, its path, and how many like it came before."""
+    """Each call by name, path, and number of earlier calls with the same name and path."""
     met = Counter[tuple[str, str]]()
     for call in calls:
         yield *call, met[call]
@@ -62,10 +62,10 @@ def addresses(calls: Calls) -> Iterator[tuple[str, str, int]]:
 
 
 def faults_of(calls: Calls) -> Iterator[Fault]:
-    """Each call failing with each errno, once and from then on."""
+    """Each call failing with each errno, once and permanently."""
     for call, path, first in addresses(calls):
         for code in ERRNOS[call].split():
-            # Python repeats interrupted calls for ever, and calls fstat where the module doesn't.
+            # Python retries interrupted calls indefinitely, and calls fstat where the module doesn't.
             is_single = (code == "EINTR" and call in RETRIED) or call == "fstat"
             for count in (1,) if is_single else (1, FOR_EVER):
                 yield Fault(Action.FAIL, getattr(errno, code), call, path, first, count)
@@ -85,11 +85,11 @@ def test_row_4_any_transfer_may_be_short(root: Path, judge: Judge) -> None:
 
 
 class Raised(Exception):  # noqa: N818  # no error
-    """What a signal handler raises."""
+    """Raised by a signal handler."""
 
 
 class Handler:
-    """Counts the signals that it is called for; raises while it is told to."""
+    """A signal handler that counts its calls, and raises while `raises` is set."""
 
     def __init__(self) -> None:
         self.met = 0
@@ -103,7 +103,7 @@ class Handler:
 
 @pytest.fixture
 def handler() -> Iterator[Handler]:
-    """A handler of the signals of this file's tests."""
+    """The handler of the signals that the tests send."""
     handler = Handler()
     before = {number: signal.signal(number, handler) for number in (signal.SIGUSR1, signal.SIGALRM)}
     yield handler
@@ -114,7 +114,7 @@ def handler() -> Iterator[Handler]:
 
 @pytest.mark.parametrize("ending", ["return", "raise"])
 def test_row_4_any_call_may_be_interrupted(ending: str, handler: Handler, root: Path, judge: Judge) -> None:
-    """Where the handler raises, Python's own way tears files, and the module doesn't."""
+    """If the handler raises, plain Python tears files, and the module doesn't."""
     handler.raises = ending == "raise"
     tried = []
     for scenario in ON_FILES.values():
@@ -127,9 +127,9 @@ def test_row_4_any_call_may_be_interrupted(ending: str, handler: Handler, root: 
 
 
 @pytest.mark.parametrize("ending", ["return", "raise"])
-@pytest.mark.filterwarnings("ignore")  # what becomes of the files that Python leaves open
+@pytest.mark.filterwarnings("ignore")  # ResourceWarning for files that plain Python leaves open
 def test_row_4_no_timer_tears_a_file(ending: str, handler: Handler, root: Path, figure: Figure, effort: float) -> None:
-    """The delay of the signal goes through the time that an install takes; Python's own way shows that it does."""
+    """The signal's delay sweeps the duration of an install. Files torn by plain Python show that signals hit."""
     prepare(root, OUTDATED)
     place = PLACES[-1]
     tears = {}

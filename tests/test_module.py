@@ -47,6 +47,18 @@ def test_the_import_goes_through_the_import_function_that_is_in_place(monkeypatc
     assert calls == expected != []
 
 
+def test_the_import_takes_no_dict_watcher() -> None:
+    support = pytest.importorskip("_testcapi")
+
+    def free_watcher() -> object:
+        number = support.add_dict_watcher(0)
+        support.clear_dict_watcher(number)
+        return number
+
+    before, module, after = free_watcher(), fresh_module(skill.__file__), free_watcher()
+    assert (module.__name__, after) == (NAME, before)
+
+
 def test_importing_once_more_gives_a_namespace_of_its_own() -> None:
     first, second = (fresh_module(skill.__file__) for _ in range(2))
     assert first.SkillResult is not second.SkillResult

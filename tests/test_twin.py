@@ -321,10 +321,13 @@ def test_the_same_steps_are_taken_also_when_some_fail_or_answer_oddly(
 
 
 @pytest.mark.parametrize("kind", [Refused, UnicodeError, NameError])
-def test_an_update_that_fails_at_any_step_has_the_same_consequences(kind: type[BaseException]) -> None:
+@pytest.mark.parametrize(("function", "arguments"), [("install_skill", ("project",)), ("skill_status", ())])
+def test_a_failure_at_many_steps_has_the_same_consequences(
+    function: str, arguments: tuple[str, ...], kind: type[BaseException]
+) -> None:
     files: Files = {"project/.claude/skills/tarnel/SKILL.md": b"version: 0.1"}
-    call = Call("install_skill", ("project",), files=files, watched=frozenset(READ), found_in="special")
+    call = Call(function, arguments, files=files, watched=frozenset(READ), found_in="special")
     steps = compare(call)
     assert steps > 40, "all of it is watched"
-    for number in range(steps):
+    for number in range(0, steps, steps // 40):
         compare(call, {number: Failure(kind, ("odd",))})

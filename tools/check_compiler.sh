@@ -1,5 +1,5 @@
 #!/bin/sh
-# Compile and link a small C++20 program, so that a missing or old compiler is reported as such and not as a failed build.
+# Compile and link a small C++20 program, to report a missing or old compiler clearly instead of failing the build.
 set -u
 
 compiler=${CXX:-c++}
@@ -14,7 +14,7 @@ template <std::integral T> T first(std::span<T const> values) { return values.fr
 int main() { int const values[] = {0}; return std::string().starts_with("a") + first<int>(values); }
 PROGRAM
 
-# CXX may carry arguments ("ccache g++"), hence no quotes.
+# Not quoted: CXX may contain arguments ("ccache g++").
 # shellcheck disable=SC2086
 $compiler -std=c++20 "$scratch/program.cpp" -o "$scratch/program" >"$scratch/messages" 2>&1 && exit 0
 

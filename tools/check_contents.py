@@ -1,6 +1,6 @@
-"""Check that source distributions and wheels hold what they should and nothing else.
+"""Check that source distributions and wheels contain the expected files and nothing else.
 
-What is expected is what git knows, so that a stray file of somebody's working copy is found as well as a missing one.
+The expected files are those tracked by git, so stray files of a working copy are found as well as missing ones.
 """
 
 import re
@@ -26,14 +26,14 @@ METADATA = ["METADATA", "RECORD", "WHEEL", "entry_points.txt", "licenses/LICENSE
 
 
 def tracked(paths: Iterable[str]) -> set[str]:
-    """The files under some paths, as git has them."""
+    """The files under some paths that git tracks."""
     command = ["git", "ls-files", "-z", "--", *paths]
     listing = subprocess.run(command, check=True, capture_output=True, text=True).stdout
     return set(filter(None, listing.split("\0")))
 
 
 def contents_of_sdist(path: Path) -> tuple[set[str], set[str]]:
-    """The files of a source distribution, and those that it should have."""
+    """The files of a source distribution, and the expected ones."""
     root = path.name.removesuffix(".tar.gz")
     with tarfile.open(path) as archive:
         files = {member.name.removeprefix(f"{root}/") for member in archive if not member.isdir()}
@@ -41,7 +41,7 @@ def contents_of_sdist(path: Path) -> tuple[set[str], set[str]]:
 
 
 def contents_of_wheel(path: Path) -> tuple[set[str], set[str]]:
-    """The files of a wheel, and those that it should have: the package, one extension and the metadata."""
+    """The files of a wheel, and the expected ones: the package, one extension and the metadata."""
     project, version, _ = path.name.split("-", 2)
     machine = re.search(r"(?:x86_64|aarch64)$", path.stem)
     system = f"{machine.group()}-linux-gnu" if machine else "darwin"
@@ -54,7 +54,7 @@ def contents_of_wheel(path: Path) -> tuple[set[str], set[str]]:
 
 
 def main() -> int:
-    """Check each file named on the command line; return how many are not as they should be."""
+    """Check each file named on the command line; return how many are wrong."""
     wrong = 0
     for path in map(Path, sys.argv[1:]):
         read = contents_of_wheel if path.suffix == ".whl" else contents_of_sdist

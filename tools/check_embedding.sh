@@ -1,6 +1,6 @@
 #!/bin/sh
-# Check what a host that vendors the module gets: from CMake alone, at the oldest version that CMakeLists.txt admits, an
-# extension that exports its initialisation function only, and that works beside another version and agent table.
+# Check the extension for hosts that vendor the module. It is built with CMake alone, at the oldest version that
+# CMakeLists.txt accepts. It must export only its initialisation function, and work with another version and table.
 # Needs the development environment (make test) for its pip.
 set -eu
 
@@ -31,7 +31,7 @@ if [ "$(uname)" = Linux ]; then
     expect_lines "exported names" "PyInit_skill" "$(nm -D --defined-only "$scratch/installed/$extension" | awk '{ print $NF }')"
 fi
 
-# The host of the example, put together as docs/embedding.md has it, and run by a Python that knows no other package.
+# The example host, assembled as described in docs/embedding.md, and run by a Python without other packages.
 cp -R examples/embedding "$scratch/host"
 "$cmake" --install "$scratch/build" --component extension --prefix "$scratch/host" >"$scratch/log"
 cd "$scratch/host"

@@ -1,8 +1,7 @@
-"""Check a wheel's extension for macOS: what it is, what it exports, and that the system or CPython has all it asks for.
+"""Check a wheel's extension for macOS: its format, its exports, and that the system or CPython has all names it needs.
 
-Names that the link did not find in a library are looked up in the process when the extension is loaded. Each of them
-has to be declared in CPython's headers, those of its internals left out: that is the interface which every build of
-CPython 3.12 exports.
+Names that the linker did not find in a library are looked up in the process when the extension is loaded. Each must be
+declared in CPython's headers, except the internal ones: every build of CPython 3.12 exports that interface.
 """
 
 import re
@@ -14,12 +13,12 @@ from pathlib import Path
 import lief
 
 EXTENSION = "muvad_tarnel/setup/skill.cpython-312-darwin.so"
-SYMBOL_KIND = 0x0E  # of a symbol's type byte
+SYMBOL_KIND = 0x0E  # mask for a symbol's type byte
 UNDEFINED = 0x00
 
 
 def public_names() -> set[str]:
-    """The names that CPython's headers declare as its interface."""
+    """The names that CPython's public headers declare."""
     include = Path(sysconfig.get_path("include"))
     headers = [*include.glob("*.h"), *(include / "cpython").glob("*.h")]
     text = re.sub(r"/\*.*?\*/|//[^\n]*", "", "".join(path.read_text() for path in headers), flags=re.DOTALL)
@@ -27,7 +26,7 @@ def public_names() -> set[str]:
 
 
 def read_extension(wheel: Path) -> lief.MachO.Binary:
-    """The one architecture of the one binary in a wheel."""
+    """The single architecture of the single binary in a wheel."""
     with zipfile.ZipFile(wheel) as archive:
         binaries = [name for name in archive.namelist() if name.endswith((".so", ".dylib"))]
         if binaries != [EXTENSION]:
@@ -41,7 +40,7 @@ def read_extension(wheel: Path) -> lief.MachO.Binary:
 
 
 def bound_names(binary: lief.MachO.Binary) -> dict[str, str | None]:
-    """What is undefined in the extension, and the library in which each name is looked for; None: anywhere."""
+    """The extension's undefined names, each with the library that provides it; None: any."""
     names: dict[str, str | None] = {}
     for symbol in binary.symbols:
         if symbol.raw_type & SYMBOL_KIND != UNDEFINED:
@@ -52,7 +51,7 @@ def bound_names(binary: lief.MachO.Binary) -> dict[str, str | None]:
 
 
 def main() -> int:
-    """Compare a wheel's extension with what it has to be; return how many things differ."""
+    """Compare a wheel's extension with the expectations; return the number of differences."""
     binary = read_extension(Path(sys.argv[1]))
     names = bound_names(binary)
     looked_up = {name for name, library in names.items() if library is None}
@@ -71,7 +70,7 @@ def main() -> int:
         ),
         "signed": (binary.has_code_signature, True),
         "names that are not CPython's": (sorted(looked_up - public), []),
-        # Guards the checks above: an extension without CPython's names was not read rightly.
+        # Guards the checks above: if CPython's names are missing, the extension was not parsed correctly.
         "asks CPython for objects": ("_PyObject_GetAttr" in looked_up & public, True),
     }
     differing = 0

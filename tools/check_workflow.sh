@@ -1,6 +1,6 @@
 #!/bin/sh
-# Check the hosted workflow as far as that goes without its host: the file's form, and the wheels that cibuildwheel would
-# make of pyproject.toml on each platform.
+# Check the hosted workflow as far as possible locally: the file's schema, and the wheels that cibuildwheel would build
+# from pyproject.toml on each platform.
 set -eu
 
 cd "$(dirname "$0")/.."

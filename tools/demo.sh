@@ -1,5 +1,5 @@
 #!/bin/sh
-# Install the skills for four agents into an empty repository, twice, and show what has been written.
+# Install the skills for four agents into an empty repository, twice, and show the files written.
 set -eu
 
 tarnel=$(cd "$(dirname "$0")/.." && pwd)/.venv/bin/muvad-tarnel

@@ -1,11 +1,11 @@
-"""Renew the generated blocks of README.md and docs/cli.md, and the pictures, from real runs of the command line.
+"""Regenerate the blocks in README.md and docs/cli.md, and the pictures, from real runs of the command line.
 
     python tools/document_command_line.py            write them
     python tools/document_command_line.py --check    exit 1 and name the stale files
 
-A block stands between `<!-- STEP -->` and `<!-- end -->`. The steps of a file are taken in order, in a home directory
-with an empty repository in it. A step is `agents` (the table), `commands` (the list), a command line after `$`, which
-is run on a terminal, or `edit PATH` and `outdate PATH`, which change a copy and print nothing.
+A block is enclosed in `<!-- STEP -->` and `<!-- end -->`. The steps of a file run in order, in a home directory that
+contains an empty repository. A step is `agents` (the table), `commands` (the list), a command line after `$`, which
+runs on a terminal, or `edit PATH` and `outdate PATH`, which change a copy and print nothing.
 """
 
 import os
@@ -40,17 +40,17 @@ PICTURES = {
 
 
 class Stage:
-    """A home directory with a repository in it, and commands run there."""
+    """A home directory that contains a repository, for running commands."""
 
     def __init__(self) -> None:
-        """Make the directories, at a path as long as the one shown, so that tables keep their shape."""
+        """Create the directories, at a path as long as the one shown, so that tables keep their layout."""
         name = "".join(random.choices(string.ascii_lowercase, k=len(SHOWN_HOME) - len("/tmp/")))  # noqa: S108, S311
-        self.home = Path("/tmp") / name  # noqa: S108 (where a path is short enough)
+        self.home = Path("/tmp") / name  # noqa: S108 (paths elsewhere are too long)
         self.home.mkdir(mode=0o700)
         (self.home / PROJECT / ".git").mkdir(parents=True)
 
     def __enter__(self) -> Self:
-        """Use the stage."""
+        """Return the stage itself."""
         return self
 
     def __exit__(self, *_: object) -> None:
@@ -58,7 +58,7 @@ class Stage:
         shutil.rmtree(self.home)
 
     def run(self, line: str, *, colour: bool = False) -> str:
-        """What `muvad-tarnel` prints on a terminal of 80 columns, and its exit code unless that is 0."""
+        """The output of `muvad-tarnel` on a terminal of 80 columns, and its exit code unless that is 0."""
         environment = {"HOME": str(self.home), "TERM": "xterm-256color", "LANG": "C.UTF-8", "PATH": os.defpath}
         if not colour:
             environment["NO_COLOR"] = "1"
@@ -68,7 +68,7 @@ class Stage:
         return "\n".join(screen.lines).replace(str(self.home), SHOWN_HOME) + code
 
     def block(self, match: re.Match[str]) -> str:
-        """A block with what its step gives today."""
+        """A block with the current output of its step."""
         step = match["step"]
         word, _, rest = step.partition(" ")
         if word == "agents":
@@ -90,7 +90,7 @@ class Stage:
 
 
 def agents_table() -> str:
-    """The agents and their directories, where no variable moves them."""
+    """The agents and their default directories, without environment variables."""
     rows = ["| `--agent` | Agent | In a project | For the user (under `~`) |", "|---|---|---|---|"]
     for key, record in resolved({}).items():
         project, user = (
@@ -102,14 +102,14 @@ def agents_table() -> str:
 
 
 def renewed(name: str) -> str:
-    """A page with its blocks renewed."""
+    """A page with its blocks regenerated."""
     with Stage() as stage:
         return BLOCK.sub(stage.block, (ROOT / name).read_text())
 
 
 def pictures() -> dict[str, str]:
-    """The pictures' texts by file name, drawn from what a terminal was sent."""
-    # The frame loads a font over the network; a picture is better off with the reader's own.
+    """The SVG texts of the pictures by file name, drawn from terminal output."""
+    # The frame loads a font over the network; use the reader's own instead.
     frame = re.sub(r"\s*@font-face \{\{.*?\}\}", "", CONSOLE_SVG_FORMAT, flags=re.DOTALL)
     frame = frame.replace("Fira Code", "monospace")
     drawn = {}
@@ -123,7 +123,7 @@ def pictures() -> dict[str, str]:
 
 
 def main() -> None:
-    """Write or check all that is made here."""
+    """Write or check all generated files."""
     made = {name: renewed(name) for name in ("README.md", "docs/cli.md")} | pictures()
     stale = [name for name, text in made.items() if not (ROOT / name).exists() or (ROOT / name).read_text() != text]
     if "--check" in sys.argv[1:]:

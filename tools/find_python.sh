@@ -1,7 +1,6 @@
 #!/bin/sh
-# Print the path of a CPython 3.12 that can build extensions, or say why there is none.
-# It is the interpreter itself that is printed: neither a version manager's shim nor a virtual environment's link, both
-# of which may be gone tomorrow.
+# Print the path of a CPython 3.12 that can build extensions, or explain why there is none.
+# Print the interpreter itself, not a version manager's shim or a virtual environment's link, which may disappear.
 set -u
 
 probe='
@@ -24,7 +23,7 @@ if missing:
 print(interpreter)
 '
 
-# A command that is not there, or is a shim for another version, complains on its own: only the probe is to be heard.
+# Show only the probe's messages, not those of a missing command or a shim for another version.
 is_suitable() {
     "$1" -I -c '' 2>/dev/null && "$1" -I -c "$probe"
 }

@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Runs one fuzz target with libFuzzer's options and says how many inputs it tried, or shows what it found.
+# Run one fuzz target with libFuzzer's options. Print the number of inputs, or the failure.
 set -euo pipefail
 target=$1
 corpus=$target.corpus

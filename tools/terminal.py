@@ -1,4 +1,4 @@
-"""Running a program on a terminal at which nobody sits."""
+"""Runs a program on a pseudo-terminal."""
 
 import fcntl
 import os
@@ -12,21 +12,21 @@ from typing import NamedTuple
 
 
 class Screen(NamedTuple):
-    """What a terminal was sent, both streams together, and the program's exit code."""
+    """The output of a program on a terminal, both streams combined, and its exit code."""
 
     text: str
     exit_code: int
 
     @property
     def lines(self) -> list[str]:
-        """The text's lines, without the terminal's line ends."""
+        """The lines of the text, without line ends."""
         return self.text.replace("\r\n", "\n").splitlines()
 
 
 def run_on_terminal(
     command: Sequence[str], environment: Mapping[str, str], columns: int, directory: Path | None = None
 ) -> Screen:
-    """Run a command on a terminal of that width, in that directory."""
+    """Run a command on a terminal of the given width, in the given directory."""
     screen, terminal = pty.openpty()
     fcntl.ioctl(terminal, termios.TIOCSWINSZ, struct.pack("HHHH", 40, columns, 0, 0))
     process = subprocess.Popen(
@@ -38,6 +38,6 @@ def run_on_terminal(
         while chunk := os.read(screen, 65536):
             shown += chunk
     except OSError:
-        pass  # how Linux says that the last program has left the terminal
+        pass  # on Linux, the last program has closed the terminal
     os.close(screen)
     return Screen(shown.decode(errors="surrogateescape"), process.wait(60))

@@ -1,5 +1,5 @@
 #!/bin/sh
-# Run the Python tests against an installed wheel, in a fresh environment that sees nothing of the development build.
+# Run the Python tests against an installed wheel, in a fresh environment isolated from the development build.
 set -eu
 
 wheel=$(realpath "$1")
@@ -12,7 +12,7 @@ python=$(tools/find_python.sh)
 python=$scratch/venv/bin/python
 "$python" -m pip --disable-pip-version-check install -qq --no-deps -r requirements-dev.txt "$wheel"
 
-# -P: what lies in the current directory is not to be imported instead.
+# -P: don't import from the current directory instead.
 "$python" -P -c '
 import pathlib, sys
 from muvad_tarnel.setup import skill

@@ -1,6 +1,5 @@
-# How a module is linked: by the linker itself, without a compiler in between that would have to pass its options on.
-# Names that neither stub lists are left to be looked up at import, as CPython's are; tools/check_macho.py finds those
-# that are not CPython's.
+# Links a module by calling the linker directly, so that no compiler has to pass its options on. Names that neither stub
+# lists, such as CPython's, are looked up at import; tools/check_macho.py finds those that are not CPython's.
 find_program(TARNEL_LD64 NAMES ld64.lld ld64.lld-19 REQUIRED)  # Debian: lld-19
 set(stubs "${CMAKE_CURRENT_LIST_DIR}/macos-stubs")
 unset(CMAKE_CXX_LINKER_WRAPPER_FLAG)

@@ -1,4 +1,4 @@
-"""What a host can rely on, told by its own version and table: `python -m unittest` in the folder of the host."""
+"""What a host can rely on with its own version and table. Run `python -m unittest` in the host's folder."""
 
 import subprocess
 import sys
@@ -13,7 +13,7 @@ HOST = Path(__file__).parent
 
 
 class TestHost(unittest.TestCase):
-    """The module as a part of this host and of no other package."""
+    """The module as part of this host, without any other package."""
 
     def setUp(self) -> None:
         folder = tempfile.TemporaryDirectory()
@@ -21,7 +21,7 @@ class TestHost(unittest.TestCase):
         self.project = Path(folder.name).resolve()
 
     def run_host(self) -> list[str]:
-        """Run the host's program in the project, as its user does, and return what it prints."""
+        """Run the host's program in the project, like its user, and return its output."""
         command = [sys.executable, "-m", "muvad_tarnel"]
         environment = {"PYTHONPATH": str(HOST), "HOME": str(self.project / "home")}
         done = subprocess.run(command, cwd=self.project, env=environment, check=True, capture_output=True, text=True)
@@ -34,7 +34,7 @@ class TestHost(unittest.TestCase):
     def test_agents_and_directories_are_those_of_the_host(self) -> None:
         self.assertEqual(skill.skill_capable_agents(), ["scribe", "reviewer"])
         self.assertEqual(skill.skill_dir_plan(["scribe", "reviewer"]), {".scribe/skills": ["scribe", "reviewer"]})
-        self.assertEqual(skill.resolve_skill_dirs(["claude"]), [])  # somebody else's agent
+        self.assertEqual(skill.resolve_skill_dirs(["claude"]), [])  # not an agent of this host
 
     def test_copies_carry_the_version_of_the_host_and_are_updated_to_it(self) -> None:
         first = self.run_host()

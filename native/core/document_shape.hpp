@@ -1,4 +1,4 @@
-// What the module relies on in a skill document's template.
+// Checks that a skill template has the structure the module relies on.
 #pragma once
 
 #include <algorithm>
@@ -9,7 +9,7 @@
 
 namespace tarnel::core {
 
-// Thrown by check_shape; during constant evaluation the compiler shows the throw and its text.
+// Thrown by check_shape. During constant evaluation, the compiler reports the throw and its text.
 struct ShapeFault {
     const char* what;
 };
@@ -18,7 +18,7 @@ constexpr void require_shape(bool holds, const char* what) {
     if (!holds) throw ShapeFault{what};
 }
 
-// Throws a ShapeFault that names the first rule that the document breaks.
+// Throws a ShapeFault that names the first rule the document breaks.
 constexpr void check_shape(const Document& document) {
     const std::string_view text = document.text;
     const auto is_name_character = [](char c) { return (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9') || c == '-'; };

@@ -1,7 +1,7 @@
 #include "core/documents.hpp"
 
 #include "core/document_shape.hpp"
-#include "embedded_documents.inc"  // made from skills/ by the build: embedded::documents
+#include "embedded_documents.inc"  // generated from skills/; defines embedded::documents
 
 namespace tarnel::core {
 

@@ -1,4 +1,4 @@
-// The skill documents that are built into the module: templates with one field for the version.
+// The skill documents built into the module: templates with one version field.
 #pragma once
 
 #include <array>
@@ -19,21 +19,21 @@ struct Document {
             if (!utf8::is_continuation(byte)) characters_before_field++;
     }
 
-    std::string_view name;  // the skill's name, its directory's name and its front matter's `name`
+    std::string_view name;  // the skill's name, also its directory name and the front matter's `name`
     std::string_view text;  // the template: UTF-8, line feeds only, with one `version_field`
-    std::size_t field;      // where the field begins, in bytes
+    std::size_t field;      // byte offset of the field
     std::size_t characters_before_field = 0;
 };
 
 inline constexpr std::size_t document_count = 3;
 
-// The primary skill, the map skill and the wiki skill, in this order.
+// The primary, map and wiki skills, in that order.
 extern const std::array<Document, document_count> documents;
 
-// Their texts once more, in UTF-16: the interpreter stores them with two bytes for a character.
+// The same texts in UTF-16, because the interpreter stores them with two bytes per character.
 extern const std::array<std::u16string_view, document_count> documents_in_utf16;
 
-// The document with the version in its field.
+// The document with the version filled in.
 [[nodiscard]] std::string render(const Document& document, std::string_view version);
 
 }  // namespace tarnel::core

@@ -8,7 +8,7 @@ namespace {
 
 constexpr char separator = '/';
 
-// Two slashes at the front are a root of their own; one, or more than two, are one.
+// Exactly two leading slashes are a root distinct from `/`; one, or more than two, mean `/`.
 std::size_t length_of_root(std::string_view path) {
     const std::size_t slashes = std::min(path.find_first_not_of(separator), path.size());
     return slashes == 2 ? 2 : std::min<std::size_t>(slashes, 1);

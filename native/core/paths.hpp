@@ -1,4 +1,4 @@
-// Paths as pathlib joins and writes them on POSIX, without looking at any file.
+// Joins and formats paths as pathlib does on POSIX, without accessing the file system.
 #pragma once
 
 #include <cstddef>
@@ -7,30 +7,30 @@
 
 namespace tarnel::core {
 
-// A path in the making. Its text is what `str()` gives for a path object of the same components: no empty ones, no
-// `.`, no slash at the end, and one or two slashes at the front of an absolute path.
+// A path builder. Its text equals `str()` of a path object with the same components: no empty components, no `.`, no
+// trailing slash, and one or two leading slashes if the path is absolute.
 class PathText {
   public:
     PathText() { text_.reserve(usual_length); }
 
-    // Joins a component: behind what is there, or in its place if the component is absolute.
+    // Appends a component. An absolute component replaces the path.
     void join(std::string_view component);
 
-    // The text; "." if nothing is left.
+    // The text; "." if the path is empty.
     [[nodiscard]] std::string_view text() const { return text_.empty() ? std::string_view(".") : text_; }
 
-    // How many names it has, besides the root.
+    // The number of components, not counting the root.
     [[nodiscard]] std::size_t size() const noexcept { return size_; }
 
   private:
     static constexpr std::size_t usual_length = 127;
 
     std::string text_;
-    std::size_t root_ = 0;  // slashes at the front
+    std::size_t root_ = 0;  // number of leading slashes
     std::size_t size_ = 0;
 };
 
-// The parent of such a text, as another one: "." for a single relative component, and the root's parent is the root.
+// The parent of a path text, in the same form: "." for a single relative component; the root is its own parent.
 [[nodiscard]] std::string_view parent_of(std::string_view text);
 
 }  // namespace tarnel::core

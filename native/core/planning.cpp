@@ -12,14 +12,14 @@ namespace {
 
 constexpr std::size_t nodes_between_checkpoints = 1024;
 
-// A directory as one agent sees it.
+// One agent's use of a directory.
 struct Reading {
     std::size_t agent;
-    std::size_t times;     // how often the agent lists the directory
-    std::size_t position;  // of the first of these, in the agent's order of preference
+    std::size_t times;     // number of times the agent lists the directory
+    std::size_t position;  // of its first occurrence in the agent's order of preference
 };
 
-// What decides between two selections, before the selections themselves.
+// Ranks selections, lowest first. The selections themselves break ties.
 struct Score {
     std::size_t duplicates = 0;
     std::size_t native_rank = 0;
@@ -27,12 +27,12 @@ struct Score {
     friend auto operator<=>(const Score&, const Score&) = default;
 };
 
-// A search of all selections that can win, for agents that share directories, directly or through other agents.
+// Branch-and-bound search for the best selection for a set of agents, usually one group.
 //
-// A selection with a directory to spare never wins: without it there are fewer double sightings. So each node takes an
-// agent that finds no skill yet and tries its directories in turn; a directory that has been tried stays excluded from
-// what its later siblings try, so that no selection is met twice. Adding a directory never makes double sightings
-// fewer, which bounds the search by the best selection so far.
+// A selection with a redundant directory never wins: without the directory it has fewer duplicates. So each node picks
+// an agent that finds no skill yet and tries its directories in turn. A directory that has been tried is excluded from
+// later sibling branches, so no selection is visited twice. Adding a directory never reduces the duplicates, so the
+// best selection so far bounds the search.
 class Search {
   public:
     Search(std::span<const Directories> agents, std::size_t candidates, const std::function<void()>& checkpoint)
@@ -48,14 +48,14 @@ class Search {
   private:
     struct AgentState {
         Directories directories;
-        std::size_t weight = 1;     // agents with the same directories are one
-        std::size_t sightings = 0;  // of a skill, through the selection
-        std::size_t rank = 0;       // if there are any: the first position of a directory that is selected
+        std::size_t weight = 1;     // number of agents with the same directories
+        std::size_t sightings = 0;  // selected directories in its list, with repetitions
+        std::size_t rank = 0;       // if there are sightings: position of the first selected directory
     };
     struct CandidateState {
-        std::size_t first_reading = 0;  // in `readings_`
+        std::size_t first_reading = 0;  // index into `readings_`
         std::size_t end_of_readings = 0;
-        std::size_t cost = 0;  // double sightings that it would add, at the node that is visited
+        std::size_t cost = 0;  // duplicates that it would add at the current node
         bool is_excluded = false;
     };
 
@@ -69,7 +69,7 @@ class Search {
         unserved_ = agents_.size();
     }
 
-    // Sorts what the agents read by candidate.
+    // Groups the agents' readings by candidate.
     void find_readers() {
         for (const AgentState& agent : agents_)
             for (const Candidate directory : agent.directories) candidates_[directory].end_of_readings++;
@@ -114,15 +114,15 @@ class Search {
         return !candidate.is_excluded && score_.duplicates + candidate.cost <= bound_.duplicates;
     }
 
-    // Whether whatever is added leads to a worse score than the best. Once no double sighting may be added, what is
-    // added changes nothing for the agents that already find a skill.
+    // Whether every extension of the selection scores worse than the best one. Once no duplicate may be added, further
+    // directories don't affect the agents that already find a skill.
     [[nodiscard]] bool is_hopeless(std::size_t least_native_rank_to_add) const {
         if (score_.duplicates < bound_.duplicates) return false;
         const std::size_t native_rank = score_.native_rank + least_native_rank_to_add;
         return std::pair(native_rank, score_.size + 1) > std::pair(bound_.native_rank, bound_.size);
     }
 
-    // As deep as the selection is large.
+    // The recursion depth is the size of the selection.
     // NOLINTNEXTLINE(misc-no-recursion)
     void visit() {
         if (++nodes_ % nodes_between_checkpoints == 0) checkpoint_();
@@ -148,17 +148,17 @@ class Search {
         if (!is_hopeless(least_native_rank)) branch(fewest);
     }
 
-    // Tries the directories, the cheapest first, and then the most native.
+    // Tries the directories, cheapest first, then most native.
     // NOLINTNEXTLINE(misc-no-recursion)
     void branch(Directories directories) {
-        std::vector<std::pair<std::size_t, std::size_t>> options;  // cost, and position
+        std::vector<std::pair<std::size_t, std::size_t>> options;  // cost, position
         options.reserve(directories.size());
         for (std::size_t position = 0; position < directories.size(); position++)
             if (can_win(directories[position])) options.emplace_back(candidates_[directories[position]].cost, position);
         std::ranges::sort(options);
         for (const auto& [cost, position] : options) {
             const Candidate directory = directories[position];
-            if (candidates_[directory].is_excluded) continue;  // a repeated one
+            if (candidates_[directory].is_excluded) continue;  // listed twice
             choose(directory);
             visit();
             undo(directory);
@@ -215,7 +215,7 @@ class Search {
 
     std::vector<AgentState> agents_;
     std::vector<CandidateState> candidates_;
-    std::vector<Reading> readings_;  // by candidate
+    std::vector<Reading> readings_;  // grouped by candidate
 
     std::vector<Candidate> selection_;
     std::vector<std::size_t> saved_ranks_;
@@ -228,15 +228,14 @@ class Search {
     const std::function<void()>& checkpoint_;
 };
 
-// Candidates that are connected through agents that read them. What is best for the agents of one group doesn't depend
-// on the other groups.
+// Candidates connected through the agents that read them. Each group can be solved independently.
 struct Group {
     std::vector<Candidate> candidates;  // ascending
-    std::vector<Directories> agents;    // of positions in `candidates`
+    std::vector<Directories> agents;    // positions in `candidates`
 };
 
 struct Groups {
-    std::vector<Candidate> positions;  // what the groups' agents read, one after the other
+    std::vector<Candidate> positions;  // all agents' directories, concatenated; the groups hold spans of it
     std::vector<Group> groups;
 };
 
@@ -262,7 +261,7 @@ Groups groups_of(std::span<const Directories> agents, std::size_t candidates) {
         readings += directories.size();
         for (const Candidate directory : directories) connections.connect(directory, directories.front());
     }
-    std::vector<Group> groups(candidates);  // most of them stay empty: each is found at its root
+    std::vector<Group> groups(candidates);  // indexed by root; most stay empty
     std::vector<Candidate> positions(candidates);
     for (std::size_t i = 0; i < candidates; i++) {
         std::vector<Candidate>& members = groups[connections.root(static_cast<Candidate>(i))].candidates;
@@ -282,7 +281,7 @@ Groups groups_of(std::span<const Directories> agents, std::size_t candidates) {
 
 std::vector<Candidate> best_selection(std::span<const Directories> agents, std::size_t candidates,
                                       const std::function<void()>& checkpoint) {
-    // Few candidates are searched sooner than they are put into groups.
+    // For few candidates, searching is faster than grouping.
     constexpr std::size_t few_candidates = 8;
     if (candidates <= few_candidates) {
         Search search(agents, candidates, checkpoint);

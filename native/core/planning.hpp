@@ -1,4 +1,4 @@
-// The choice of directories, on plain values.
+// Chooses directories, on plain values.
 #pragma once
 
 #include <cstddef>
@@ -9,22 +9,22 @@
 
 namespace tarnel::core {
 
-// A candidate directory: its position in the ascending list of all of them.
+// A candidate directory: its index in the ascending list of all candidates.
 using Candidate = std::uint16_t;
 
-// The directories that one agent reads, in its order of preference; not empty. A repeated one counts each time.
+// The directories one agent reads, in order of preference. Never empty. A repeated directory counts each time.
 using Directories = std::span<const Candidate>;
 
-// Candidates for which a search is made at all.
+// The largest number of candidates to search natively.
 inline constexpr std::size_t max_candidates = 256;
 
-// The selection through which every agent finds a skill, with the fewest double sightings, then the most native
-// directories, then the fewest directories, then the first in ascending order: the best of all subsets by that score.
-// Ascending. `checkpoint` is called now and then during a long search, and may throw to end it.
+// The best of all subsets through which every agent finds a skill, ascending: the fewest duplicates, then the most
+// native directories, then the fewest directories, then the first in lexicographic order. `checkpoint` is called
+// periodically during a long search and may throw to stop it.
 [[nodiscard]] std::vector<Candidate> best_selection(std::span<const Directories> agents, std::size_t candidates,
                                                     const std::function<void()>& checkpoint);
 
-// For each agent in turn its native directory, unless it already finds a skill. Ascending.
+// The greedy choice: each agent's native directory, unless the agent already finds a skill. Ascending.
 [[nodiscard]] std::vector<Candidate> quick_selection(std::span<const Directories> agents, std::size_t candidates);
 
 }  // namespace tarnel::core

@@ -32,7 +32,7 @@ std::optional<int> digit_of(char32_t character, const CharacterClasses& classes)
     return static_cast<int>(character - '0');
 }
 
-// The length of the run of such characters at the front of the text.
+// The length in bytes of the leading run of characters that satisfy the predicate.
 template <typename Predicate>
 std::size_t length_of_run(std::string_view text, Predicate&& holds) {
     std::string_view rest = text;
@@ -43,7 +43,7 @@ std::size_t length_of_run(std::string_view text, Predicate&& holds) {
     return text.size();
 }
 
-// The part of the document that is searched.
+// The part of the document that is searched for a stamp.
 std::string_view head_of(std::string_view document) {
     if (document.size() <= searched_characters) return document;  // a character takes at least one byte
     std::size_t characters = 0;
@@ -55,8 +55,8 @@ std::string_view head_of(std::string_view document) {
     return document;
 }
 
-// The version of a stamp that begins at the front of the text: white space, the value, and nothing but white space
-// behind it, with a line's end or the text's.
+// The version in the stamp at the start of the text: the marker, optional white space, the value, then only white space
+// up to a line end or the end of the text.
 std::optional<std::string_view> value_of_stamp(std::string_view text, const CharacterClasses& classes) {
     const auto space = [&](char32_t character) { return is_space(character, classes); };
     text.remove_prefix(marker.size());
@@ -78,7 +78,7 @@ std::optional<std::string_view> first_stamp(std::string_view head, const Charact
     return {};
 }
 
-// At most so many bytes of the front of the text, and no part of a character.
+// At most the first `size` bytes of the text, without splitting a character.
 std::string_view front_of(std::string_view text, std::size_t size) {
     if (text.size() <= size) return text;
     while (size > 0 && utf8::is_continuation(text[size])) size--;
@@ -88,7 +88,7 @@ std::string_view front_of(std::string_view text, std::size_t size) {
 }  // namespace
 
 std::optional<std::string_view> find_stamp(std::string_view document, const CharacterClasses& classes) {
-    // A line that ends within so many bytes is part of the head, and most stamps do: this saves counting characters.
+    // A line that ends within this many bytes is in the head. Most stamp lines do, which saves counting characters.
     const std::string_view front = front_of(document, searched_characters);
     if (const auto stamp = first_stamp(front, classes)) {
         const std::string_view behind = front.substr(static_cast<std::size_t>(stamp->end() - front.begin()));
@@ -98,7 +98,7 @@ std::optional<std::string_view> find_stamp(std::string_view document, const Char
 }
 
 std::optional<std::uint64_t> take_number(std::string_view& version, const CharacterClasses& classes) {
-    constexpr int most_digits = 18;  // any number of so many fits
+    constexpr int most_digits = 18;  // any number with this many digits fits
     const std::size_t end = version.find('.');
     std::string_view piece = version.substr(0, end);
     version = end == std::string_view::npos ? std::string_view() : version.substr(end + 1);
@@ -119,7 +119,7 @@ std::optional<std::strong_ordering> compare_versions(std::string_view left, std:
     const auto right_pieces = std::ranges::count(right, '.') + 1;
     std::strong_ordering order = std::strong_ordering::equal;
     for (std::ptrdiff_t i = 0; i < std::max(left_pieces, right_pieces); i++) {
-        const auto left_number = take_number(left, classes);  // 0 behind the end
+        const auto left_number = take_number(left, classes);  // 0 past the end
         const auto right_number = take_number(right, classes);
         if (!left_number || !right_number) return {};
         if (order == 0 && i < std::min(left_pieces, right_pieces)) order = *left_number <=> *right_number;

@@ -9,27 +9,26 @@
 
 namespace tarnel::core {
 
-// What Unicode says of characters beyond ASCII: whoever calls has the interpreter's tables.
+// Unicode properties of non-ASCII characters. The caller provides the interpreter's tables.
 struct CharacterClasses {
     bool (*is_space)(char32_t);
-    bool (*is_word)(char32_t);              // letters, digits and whatever else `\w` matches
+    bool (*is_word)(char32_t);              // letters, digits and anything else that `\w` matches
     std::optional<int> (*digit)(char32_t);  // the value of a decimal digit
 };
 
-// Characters at the head of a document that are searched for a stamp. A carriage return and line feed are one.
+// The number of leading characters searched for a stamp. A CRLF pair counts as one.
 inline constexpr std::size_t searched_characters = 2000;
 
-// The version in the first stamp of a document; nothing if it has none. As the pattern
-// `^version:\s*([0-9][\w.\-]*)\s*$` finds it in the document's head, line by line, with universal newlines.
-// The document is UTF-8.
+// The version in the first stamp of a UTF-8 document, or nothing. Same result as searching the document's head for
+// `^version:\s*([0-9][\w.\-]*)\s*$` in multiline mode with universal newlines.
 [[nodiscard]] std::optional<std::string_view> find_stamp(std::string_view document, const CharacterClasses& classes);
 
-// Takes the next piece off a version: up to a full stop, which goes as well, or the end. Its leading decimal digits as
-// a number, or 0; nothing if that has more than 18 digits. UTF-8.
+// Removes the next dot-separated piece from a UTF-8 version and returns its leading decimal digits as a number, or 0 if
+// it has none. Returns nothing if there are more than 18 digits.
 [[nodiscard]] std::optional<std::uint64_t> take_number(std::string_view& version, const CharacterClasses& classes);
 
-// How the keys of two versions compare, piece by piece, the shorter one first if they are equal so far; nothing if a
-// number is too large. UTF-8.
+// Compares the keys of two UTF-8 versions piece by piece; a key that is a prefix of the other comes first. Returns
+// nothing if a number is too large.
 [[nodiscard]] std::optional<std::strong_ordering> compare_versions(std::string_view left, std::string_view right,
                                                                    const CharacterClasses& classes);
 

@@ -1,4 +1,4 @@
-// UTF-8 without a Python object: strict, as CPython's decoder is (no surrogates, no overlong forms).
+// UTF-8 without Python objects, as strict as CPython's decoder: no surrogates, no overlong forms.
 #pragma once
 
 #include <array>
@@ -20,14 +20,14 @@ constexpr bool is_ascii(char byte) { return static_cast<unsigned char>(byte) < 0
 
 constexpr bool is_continuation(char byte) { return (static_cast<unsigned char>(byte) & 0xC0U) == 0x80U; }
 
-// The length of the character that begins with this byte, if it is a well-formed one.
+// The length of a well-formed character with this lead byte.
 constexpr std::size_t length_by_lead(unsigned lead) {
     if (lead < 0x80U) return 1;
     if (lead < 0xE0U) return 2;
     return lead < 0xF0U ? 3 : 4;
 }
 
-// The length of the well-formed character at `index`, which is not ASCII; 0 if it is malformed or cut off.
+// The length of the non-ASCII character at `index`; 0 if it is malformed or truncated.
 constexpr std::size_t length_of_character(std::string_view text, std::size_t index) {
     const unsigned lead = byte_at(text, index);
     const std::size_t length = length_by_lead(lead);
@@ -41,7 +41,7 @@ constexpr std::size_t length_of_character(std::string_view text, std::size_t ind
     return overlong || surrogate || beyond_unicode ? 0 : length;
 }
 
-// The first position at or after `index` that is not ASCII, or the text's end.
+// The first non-ASCII position at or after `index`, or the end of the text.
 constexpr std::size_t skip_ascii(std::string_view text, std::size_t index) {
     if (!std::is_constant_evaluated() && std::endian::native == std::endian::little) {
         constexpr std::uint64_t high_bits = 0x8080808080808080U;
@@ -76,7 +76,7 @@ constexpr bool is_utf8(std::string_view text) {
     return true;
 }
 
-// The character at the front of `text`, which is well-formed and not empty; takes it off.
+// Removes and returns the first character of `text`, which must be well-formed and not empty.
 constexpr char32_t take_character(std::string_view& text) {
     const unsigned lead = utf8::byte_at(text, 0);
     const std::size_t length = utf8::length_by_lead(lead);

@@ -36,7 +36,7 @@ int check_directory(const char* path) noexcept {
 int make_directory(const char* path, mode_t mode) noexcept { return error_of(::mkdir(path, mode)); }
 
 int File::open(const char* path, int flags) noexcept {
-    constexpr mode_t mode_of_new_files = 0666;  // less the umask
+    constexpr mode_t mode_of_new_files = 0666;  // minus the umask
     descriptor_ = ::open(path, flags, mode_of_new_files);
     return error_of(descriptor_);
 }
@@ -58,13 +58,13 @@ int Reading::start() {
     if (const int error = file_.open(path_, flags_for_reading); error != 0) return error;
     was_opened_ = true;
     struct stat status{};
-    if (::fstat(file_.descriptor(), &status) < 0) return errno == EBADF ? EBADF : 0;  // others don't matter
+    if (::fstat(file_.descriptor(), &status) < 0) return errno == EBADF ? EBADF : 0;  // ignore other errors
     if (S_ISDIR(status.st_mode)) return EISDIR;
     expected_ = static_cast<std::size_t>(std::max<off_t>(status.st_size, 0));
     return 0;
 }
 
-// A file that has exactly its size needs one read; any other is read until there is no more.
+// One read suffices if it returns exactly the expected size; otherwise reads until the end of the file.
 int Reading::read_to_end() {
     for (;;) {
         if (size_ == capacity_) grow(std::max({smallest_buffer, expected_ + 1, capacity_ * 2}));

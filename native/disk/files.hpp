@@ -1,7 +1,7 @@
-// The system calls on files. POSIX only; errors are values of errno, 0 for none. Nothing here knows of Python: callers
-// may release the GIL around any of these.
+// System calls on files, POSIX only. Errors are errno values, 0 for success. Nothing here depends on Python, so callers
+// may release the GIL around these functions.
 //
-// Calls that a signal interrupts return EINTR where Python would run its handlers and try again; whoever calls does so.
+// Where Python would run its signal handlers and retry, an interrupted call returns EINTR and the caller does both.
 #pragma once
 
 #include <sys/types.h>
@@ -12,19 +12,19 @@
 
 namespace tarnel::disk {
 
-// Whether the path leads to something, links followed: 0, or the error of stat.
+// 0 if the path exists, following links; else the error from stat.
 [[nodiscard]] int check_exists(const char* path) noexcept;
 
-// Whether the path leads to a directory. ENOTDIR when it leads to something else.
+// 0 if the path is a directory, following links; ENOTDIR if it is something else.
 [[nodiscard]] int check_directory(const char* path) noexcept;
 
 [[nodiscard]] int make_directory(const char* path, mode_t mode) noexcept;
 
-// The flags that files are opened with.
+// Flags for File::open.
 extern const int flags_for_reading;
-extern const int flags_for_writing;  // creates the file, or empties it
+extern const int flags_for_writing;  // creates or truncates the file
 
-// An open file. Closes it in the end.
+// An open file, closed by the destructor.
 class File {
   public:
     File() noexcept = default;
@@ -35,21 +35,21 @@ class File {
     ~File() { static_cast<void>(close()); }
 
     [[nodiscard]] int open(const char* path, int flags) noexcept;
-    [[nodiscard]] int close() noexcept;  // not to be tried again, whatever it returns
+    [[nodiscard]] int close() noexcept;  // must not be retried, even after an error
     [[nodiscard]] int descriptor() const noexcept { return descriptor_; }
 
   private:
     int descriptor_ = -1;
 };
 
-// Reads a whole file. `run` is called until it doesn't return EINTR; 0 means that all is read. The file is closed then,
-// and after an error; an error of closing it comes before others, as in Python.
+// Reads a whole file. Call `run` until it returns something other than EINTR; 0 means success. The file is then closed,
+// also after an error. As in Python, an error from close takes precedence over others.
 class Reading {
   public:
     explicit Reading(const char* path) noexcept : path_(path) {}
 
     [[nodiscard]] int run();                                                // may throw std::bad_alloc
-    [[nodiscard]] bool was_opened() const noexcept { return was_opened_; }  // so that an error is one of reading
+    [[nodiscard]] bool was_opened() const noexcept { return was_opened_; }  // if so, an error came from reading
     [[nodiscard]] std::string_view content() const noexcept { return {buffer_.get(), size_}; }
 
   private:
@@ -63,10 +63,10 @@ class Reading {
     std::unique_ptr<char[]> buffer_;
     std::size_t capacity_ = 0;
     std::size_t size_ = 0;
-    std::size_t expected_ = 0;  // the file's size when it was opened; 0 if that is not known
+    std::size_t expected_ = 0;  // the file's size when opened; 0 if unknown
 };
 
-// Writes all of the content and closes the file. Signals don't interrupt it: a file that has been emptied is filled.
+// Writes all of the content and closes the file. Retries on EINTR, so a signal never leaves a truncated file.
 [[nodiscard]] int write_and_close(File& file, std::string_view content) noexcept;
 
 }  // namespace tarnel::disk

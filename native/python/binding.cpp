@@ -12,7 +12,7 @@ std::size_t index_of_parameter(PyObject* parameter_names, std::size_t count, PyO
     };
     for (std::size_t i = 0; i < count; i++)
         if (parameter(i) == name) return i;
-    if (!PyUnicode_CheckExact(name)) return no_parameter;  // a str subclass may compare in a way of its own
+    if (!PyUnicode_CheckExact(name)) return no_parameter;  // a str subclass may override comparison
     for (std::size_t i = 0; i < count; i++)
         if (PyUnicode_Compare(parameter(i), name) == 0) return i;
     return no_parameter;
@@ -53,7 +53,7 @@ bool Binding::bind_defaults(PyObject* function, const PyCodeObject* code) {
         } else {
             if (keyword_defaults.get() == nullptr) return false;
             PyObject* name = PyTuple_GET_ITEM(code->co_localsplusnames, position);
-            PyObject* value = PyDict_GetItemWithError(keyword_defaults, name);  // may compare odd keys: any code
+            PyObject* value = PyDict_GetItemWithError(keyword_defaults, name);  // comparing keys may run any code
             if (value == nullptr && PyErr_Occurred() != nullptr) throw PythonError{};
             if (value == nullptr) return false;
             values_[i] = Py_NewRef(value);

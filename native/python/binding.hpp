@@ -1,4 +1,4 @@
-// Arguments bound to parameters the simple way.
+// Binds the arguments of simple calls to parameters.
 #pragma once
 
 #include <array>
@@ -9,13 +9,13 @@
 
 namespace tarnel::python {
 
-// One call's arguments, in the order of the parameters. Owns them for the whole call: the caller's keyword defaults,
-// for one, can be replaced while the body runs.
+// One call's arguments, in parameter order. Owns them for the whole call, because the function's keyword defaults, for
+// example, can be replaced while the body runs.
 class Binding {
   public:
-    // Binds what was given, and the function's defaults as they stand now, to the parameters of `code`. False when it
-    // takes more than positions and exactly matching keywords: then the interpreter binds, or words the error.
-    // `given` and `keyword_names` are those of a vectorcall.
+    // Binds the given arguments and the function's current defaults to the parameters of `code`. Returns false unless
+    // positional and exactly matching keyword arguments suffice; the interpreter then binds them or raises the error.
+    // `given`, `keyword_values` and `keyword_names` come from a vectorcall.
     [[nodiscard]] bool bind(PyObject* function, const PyCodeObject* code, std::span<PyObject* const> given,
                             PyObject* const* keyword_values, PyObject* keyword_names);
 

@@ -1,4 +1,4 @@
-// The one place where C++ exceptions end: what the interpreter calls is wrapped in `guarded`.
+// The boundary for C++ exceptions: every entry point that the interpreter calls runs its work in `guarded`.
 #pragma once
 
 #include <exception>
@@ -9,20 +9,20 @@
 
 namespace tarnel::python {
 
-// Runs `body`, which gives a Ref; null with an error set when it throws.
+// Runs `body` and returns its Ref; null with an error set if it throws.
 template <typename Body>
 PyObject* guarded(Body&& body) noexcept {
     try {
         return body().release();
     } catch (const PythonError&) {
-        if (PyErr_Occurred() == nullptr) PyErr_NoMemory();  // 3.12.1 forgets to say so in a few places
+        if (PyErr_Occurred() == nullptr) PyErr_NoMemory();  // CPython 3.12.1 doesn't always set it
         return nullptr;
     } catch (const std::bad_alloc&) {
         return PyErr_NoMemory();
     } catch (const std::exception& error) {
         PyErr_SetString(PyExc_SystemError, error.what());
         return nullptr;
-    } catch (...) {  // nothing of ours: most likely the end of this thread
+    } catch (...) {  // not thrown by us: most likely the end of this thread
         hang_unless_attached();
         PyErr_SetString(PyExc_SystemError, "a C++ exception of an unknown type");
         return nullptr;

@@ -1,4 +1,4 @@
-// What a native body sees of its call: its arguments, and the names that it looks up each time it runs.
+// A native body's view of its call: its arguments, and the names that it looks up each time it runs.
 #pragma once
 
 #include <array>
@@ -12,7 +12,7 @@
 
 namespace tarnel::python {
 
-inline constexpr std::size_t max_parameters = 8;  // of a function made here, and arguments of a call from its body
+inline constexpr std::size_t max_parameters = 8;  // also the limit on arguments of a call from a body
 
 // `name=value` in a call.
 struct Keyword {
@@ -22,10 +22,10 @@ struct Keyword {
 
 class CallContext;
 
-// A native body: runs with every parameter bound. Throws PythonError when a Python exception is set.
+// A native body. Every parameter is bound. Throws PythonError if a Python exception is set.
 using Body = Ref (*)(const CallContext& context);
 
-// Borrows everything it is made of; whoever makes it keeps that alive while the body runs.
+// Borrows all of its members; the creator keeps them alive while the body runs.
 class CallContext {
   public:
     CallContext(PyObject* globals, PyObject* builtins, Shared& shared, std::span<PyObject* const> arguments) noexcept
@@ -47,15 +47,15 @@ class CallContext {
         return value != nullptr ? Ref::borrow(value) : look_up(globals_, builtins_, shared_.strings[name]);
     }
 
-    // Whether a global name stands for the function with that body which was made here, over the same namespace: then
-    // a fast path may do at once what a call would lead to. Neither it nor the next runs foreign code.
+    // Whether a global name refers to an unchanged native function with this body and the same globals and builtins. If
+    // so, a fast path may run the body without a call. Neither overload runs foreign code.
     [[nodiscard]] bool is_own(StringId name, Body body) const {
         PyObject* value = global_if_plain(name);
         return value != nullptr && is_own(value, body);
     }
     [[nodiscard]] bool is_own(PyObject* value, Body body) const;
 
-    // The value of a global name, borrowed; null if it takes more than a look into the namespace to find it.
+    // The value of a global name, borrowed; null if the namespace has none or isn't a plain dict.
     [[nodiscard]] PyObject* global_if_plain(StringId name) const {
         return PyDict_CheckExact(globals_) ? shared_.globals.find(globals_, shared_.strings, name) : nullptr;
     }
@@ -72,26 +72,26 @@ class CallContext {
     [[nodiscard]] Ref call(PyObject* callable, std::initializer_list<PyObject*> positional,
                            std::initializer_list<Keyword> keywords = {}) const;
 
-    // `name(*positional, **keywords)`, for a global name whose arguments need nothing looked up or computed
+    // `name(*positional, **keywords)` for a global name. Only if the arguments need no lookup or computation.
     [[nodiscard]] Ref call(StringId name, std::initializer_list<PyObject*> positional,
                            std::initializer_list<Keyword> keywords = {}) const {
         const Ref callable = global(name);
         return call(callable, positional, keywords);
     }
 
-    // `name(*positional)`, for a global name that stands for the module's own function with that body, which then runs
-    // at once. To be given one argument for each of its parameters.
+    // `name(*positional)` for a global name. If it refers to the module's own function with this body, runs the body
+    // directly. Requires one argument per parameter.
     [[nodiscard]] Ref call(StringId name, Body own, std::initializer_list<PyObject*> positional) const {
         if (is_own(name, own)) return run(own, positional);
         return call(name, positional);
     }
 
-    // The call of an own function's body.
+    // Runs the body of one of the module's own functions.
     [[nodiscard]] Ref run(Body own, std::initializer_list<PyObject*> arguments) const {
         return own(CallContext(globals_, builtins_, shared_, {arguments.begin(), arguments.size()}));
     }
 
-    // `object.name(*positional, **keywords)`, likewise
+    // `object.name(*positional, **keywords)`, with the same restriction
     [[nodiscard]] Ref call_method(PyObject* object, StringId name, std::initializer_list<PyObject*> positional = {},
                                   std::initializer_list<Keyword> keywords = {}) const {
         const Ref method = attribute(object, name);

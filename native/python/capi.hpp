@@ -1,4 +1,4 @@
-// The interpreter's interface, included in one way everywhere.
+// Includes Python.h the same way everywhere.
 #pragma once
 
 #define PY_SSIZE_T_CLEAN

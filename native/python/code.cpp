@@ -14,15 +14,15 @@ namespace tarnel::python {
 namespace {
 
 constexpr char capsule_name[] = "tarnel.native_body";
-constexpr Py_ssize_t constants_of_code = 2;  // the docstring, which functions take from there, and the builtin
+constexpr Py_ssize_t constants_of_code = 2;  // the docstring, where functions look for it, and the builtin
 constexpr unsigned builtin_index = 1;
 
-// Kept as the capsule's context as well, which is quicker to ask for: no name is compared.
+// Read from the capsule's context, which is faster than its pointer: no name is compared.
 NativeBody* body_in(PyObject* capsule) noexcept { return static_cast<NativeBody*>(PyCapsule_GetContext(capsule)); }
 
 void destroy_body(PyObject* capsule) noexcept { delete body_in(capsule); }
 
-// What the instructions call. Anyone can reach it through the code's constants, so it takes nothing for granted.
+// Called by the instructions. Any code can reach it through the code's constants, so it validates its arguments.
 PyObject* call_body(PyObject* capsule, PyObject* const* arguments, Py_ssize_t count) noexcept {
     const NativeBody* native = body_in(capsule);
     PyObject* globals = PyEval_GetGlobals();
@@ -39,7 +39,7 @@ PyMethodDef call_body_method = {"body", reinterpret_cast<PyCFunction>(reinterpre
                                 METH_FASTCALL,
                                 "Runs the native body of a function, in the namespace of the code that calls it."};
 
-// The bytes of a code object, at most two for each of its units.
+// A byte string of a code object, with at most two bytes per code unit.
 struct Bytes {
     std::array<char, 2 * (max_parameters + 8)> content{};
     std::size_t size = 0;
@@ -68,10 +68,10 @@ constexpr Bytes instructions(unsigned parameters) {
     return code;
 }
 
-// Line 1 for every code unit: an instruction without a line breaks those who format tracebacks.
+// Line 1 for every code unit: instructions without a line break traceback formatters.
 constexpr Bytes line_table(std::size_t units) {
     constexpr unsigned start_of_entry = 0x80;
-    constexpr unsigned no_columns = 13U << 3U;  // the kind of entry: a change of line, which is 0, and no columns
+    constexpr unsigned no_columns = 13U << 3U;  // the kind of entry: a line delta, which is 0, and no columns
     constexpr std::size_t longest_run = 8;
     Bytes table;
     while (units > 0) {
@@ -129,7 +129,7 @@ Ref make_code(const Definition& definition, Namespace& module, const std::shared
     const Ref exceptions = Bytes{}.object();
 
     constexpr int flags = CO_OPTIMIZED | CO_NEWLOCALS | CO_FUTURE_ANNOTATIONS;
-    const int stack_size = parameters + 2;  // the call's null, the builtin and the arguments: less corrupts memory
+    const int stack_size = parameters + 2;  // the null, the builtin and the arguments; less corrupts memory
     constexpr int positional_only = 0;
     constexpr int first_line = 1;
     Ref code = checked(reinterpret_cast<PyObject*>(PyUnstable_Code_NewWithPosOnlyArgs(

@@ -1,4 +1,4 @@
-// What a function with a native body is made from.
+// The definition of a function with a native body.
 #pragma once
 
 #include <array>
@@ -9,11 +9,11 @@
 
 namespace tarnel::python {
 
-// A parameter's default, evaluated once, when the function is made.
+// A parameter's default, evaluated once, when the function is created.
 struct Default {
     enum class Kind { absent, none, no, empty_tuple, literal, global };
     Kind kind = Kind::absent;
-    const char* text = nullptr;  // of a literal: the string; of a global: its name in the module's namespace
+    const char* text = nullptr;  // literal: the string; global: its name in the module's namespace
 };
 inline constexpr Default required{};
 inline constexpr Default none_by_default{Default::Kind::none};
@@ -31,10 +31,10 @@ struct Parameter {
     Passing passing = Passing::positional_or_keyword;
 };
 
-// The parameters of one function, the keyword-only ones last.
+// The parameters of one function, keyword-only ones last.
 class Parameters {
   public:
-    // One too many doesn't compile: no place is left for it.
+    // More than max_parameters is a compile-time error.
     consteval Parameters(std::initializer_list<Parameter> parameters) noexcept {
         for (const Parameter& parameter : parameters) {
             all_[size_++] = parameter;
@@ -52,7 +52,7 @@ class Parameters {
     std::size_t positional_ = 0;
 };
 
-// All that makes a function: a `def` statement in other words.
+// The equivalent of a `def` statement.
 struct Definition {
     const char* name = nullptr;
     Parameters parameters = {};

@@ -9,22 +9,20 @@ int DictWatcher::count(PyDict_WatchEvent /*event*/, PyObject* /*dict*/, PyObject
     return 0;
 }
 
-DictWatcher::DictWatcher(Subject subject) noexcept
-    : subject_(subject),
-      id_(PyDict_AddWatcher(subject == Subject::own_globals ? count<Subject::own_globals>
-                                                            : count<Subject::standard_library>)) {
-    if (id_ < 0) PyErr_Clear();
-}
-
 DictWatcher::~DictWatcher() {
-    if (id_ < 0) return;
-    PyObject* error = PyErr_GetRaisedException();  // what is being handled while this goes stays as it is
-    if (PyDict_ClearWatcher(id_) < 0) PyErr_Clear();
+    if (!is_active()) return;
+    PyObject* error = PyErr_GetRaisedException();  // preserve a pending exception
+    if (PyDict_ClearWatcher(*id_) < 0) PyErr_Clear();
     PyErr_SetRaisedException(error);
 }
 
-void DictWatcher::watch(PyObject* dict) const {
-    if (id_ >= 0) checked(PyDict_Watch(id_, dict));
+void DictWatcher::watch(PyObject* dict) {
+    if (!id_) {
+        id_ = PyDict_AddWatcher(subject_ == Subject::own_globals ? count<Subject::own_globals>
+                                                                 : count<Subject::standard_library>);
+        if (!is_active()) PyErr_Clear();
+    }
+    if (is_active()) checked(PyDict_Watch(*id_, dict));
 }
 
 }  // namespace tarnel::python

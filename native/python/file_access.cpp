@@ -14,7 +14,7 @@ namespace tarnel::python {
 
 namespace {
 
-// Sets the exception of an errno; of a signal handler, if that raised one meanwhile.
+// Sets the exception for an errno. For EINTR, runs signal handlers first; if one raises, its exception is set instead.
 void set_os_error(int error, PyObject* file_name = nullptr) {
     errno = error;
     PyErr_SetFromErrnoWithFilenameObject(PyExc_OSError, file_name);
@@ -33,7 +33,7 @@ int without_gil(Call&& call) {
     return call();
 }
 
-// Runs a system call of which Python handles the signals that interrupt it, and tries it again.
+// Runs a system call. If a signal interrupts it, runs Python's signal handlers and retries, as Python does.
 template <typename Call>
 int retried(Call&& call) {
     for (;;) {
@@ -43,7 +43,7 @@ int retried(Call&& call) {
     }
 }
 
-// Errors for which pathlib says that a path leads to nothing.
+// Errors that pathlib treats as a missing file.
 bool means_missing(int error) { return error == ENOENT || error == ENOTDIR || error == EBADF || error == ELOOP; }
 
 bool is_directory(const SystemPath& path) {
@@ -52,9 +52,9 @@ bool is_directory(const SystemPath& path) {
     return error == 0;
 }
 
-// `os.mkdir(path)`: false with the exception set when it fails.
+// `os.mkdir(path)`. Returns false with the exception set on failure.
 bool make_directory(const SystemPath& path) {
-    constexpr int mode = 0777;  // less the umask
+    constexpr int mode = 0777;  // minus the umask
     constexpr int no_directory_descriptor = -1;
     if (PySys_Audit("os.mkdir", "Oii", path.text(), mode, no_directory_descriptor) < 0) return false;
     const int error = without_gil([&] { return disk::make_directory(path.c_str(), mode); });
@@ -62,7 +62,7 @@ bool make_directory(const SystemPath& path) {
     return error == 0;
 }
 
-// `raise`, in an except clause
+// `raise` in an except clause
 [[noreturn]] void raise_again(const Handling& handling) {
     PyErr_SetRaisedException(Py_NewRef(handling.error()));
     throw PythonError{};
@@ -70,11 +70,11 @@ bool make_directory(const SystemPath& path) {
 
 enum class Parents { make, expect };
 
-// NOLINTNEXTLINE(misc-no-recursion): as deep as the path
+// NOLINTNEXTLINE(misc-no-recursion): the recursion depth is that of the path
 void make_directory(const SystemPath& path, Parents parents) {
     if (make_directory(path)) return;
     if (PyErr_ExceptionMatches(PyExc_FileNotFoundError) == 0) {
-        const Handling failure(PyExc_OSError);  // throws on what is no OSError
+        const Handling failure(PyExc_OSError);  // rethrows anything but an OSError
         if (!is_directory(path)) raise_again(failure);
         return;
     }
@@ -136,7 +136,7 @@ bool exists(const SystemPath& path) {
 bool read_file(const SystemPath& path, disk::Reading& reading) {
     if (PySys_Audit("open", "Osi", path.text(), "r", disk::flags_for_reading) < 0) throw PythonError{};
     const int error = retried([&] { return reading.run(); });
-    if (error == EAGAIN && reading.was_opened()) {  // Python's decoder takes "nothing yet" for bytes
+    if (error == EAGAIN && reading.was_opened()) {  // as in Python, whose decoder fails on the None
         PyErr_SetString(PyExc_TypeError, "can't concat NoneType to bytes");
         throw PythonError{};
     }
@@ -151,7 +151,7 @@ void expect_utf8(std::string_view content) {
 }
 
 Ref decoded(std::string_view content) {
-    const Ref io = Ref::borrow(PyImport_AddModule("_io"));  // which the interpreter can't start without
+    const Ref io = Ref::borrow(PyImport_AddModule("_io"));  // always imported: the interpreter can't start without it
     if (io.get() == nullptr) throw PythonError{};
     const Ref bytes =
         checked(PyObject_CallMethod(io, "BytesIO", "y#", content.data(), static_cast<Py_ssize_t>(content.size())));

@@ -1,7 +1,7 @@
-// Files as pathlib's methods and the text files that they open treat them: audit events before the system calls, the
-// GIL released around them, signals handled where Python handles them, and Python's exceptions.
+// File access that behaves like pathlib's methods and text files: audit events before the system calls, the GIL
+// released around them, signals handled where Python handles them, and Python's exceptions.
 //
-// Foreign code may run in each of these: audit hooks, signal handlers, and other threads while the GIL is released.
+// Each function may run foreign code: audit hooks, signal handlers, and other threads while the GIL is released.
 #pragma once
 
 #include <optional>
@@ -12,17 +12,16 @@
 
 namespace tarnel::python {
 
-// The text of a path, and what the system knows it by.
+// A path as text and in the file system encoding.
 class SystemPath {
   public:
-    // Nothing for a text that the system has no path for (a null character, or one that can't be encoded), or that
-    // isn't a plain str.
+    // Nothing if the text isn't a plain str, contains a null character or can't be encoded.
     [[nodiscard]] static std::optional<SystemPath> of(PyObject* text);
 
     // The same for a text in UTF-8.
     [[nodiscard]] static std::optional<SystemPath> of(std::string_view utf8);
 
-    // The parent, as pathlib names it. For a path whose text is one of pathlib's.
+    // The parent, as pathlib computes it. The path's text must be in pathlib's normal form.
     [[nodiscard]] SystemPath parent() const;
 
     [[nodiscard]] PyObject* text() const noexcept { return text_; }
@@ -33,28 +32,28 @@ class SystemPath {
         : text_(std::move(text)), bytes_(std::move(bytes)), encoded_(encoded) {}
 
     Ref text_;
-    Ref bytes_;  // null when the text itself holds what is encoded
+    Ref bytes_;  // null if `encoded_` points into the text
     const char* encoded_;
 };
 
 // `Path.exists()`
 [[nodiscard]] bool exists(const SystemPath& path);
 
-// `Path.read_text(encoding="utf-8")` up to the decoding: whether the file could be read. False stands for an OSError of
-// the file itself; an exception of an audit hook or a signal handler is thrown.
+// `Path.read_text(encoding="utf-8")` without the decoding. Returns false if the file itself causes an OSError; throws
+// the exceptions of audit hooks and signal handlers.
 [[nodiscard]] bool read_file(const SystemPath& path, disk::Reading& reading);
 
-// Throws the UnicodeDecodeError of what was read, unless it is valid UTF-8.
+// Throws the UnicodeDecodeError for the content, unless it is valid UTF-8.
 void expect_utf8(std::string_view content);
 
-// The text of what was read: decoded as UTF-8 by whoever is registered to do so, with universal newlines.
+// The content as text, decoded by the registered UTF-8 codec, with universal newlines.
 [[nodiscard]] Ref decoded(std::string_view content);
 
-// `Path.mkdir(parents=True, exist_ok=True)`. The path's text is one of pathlib's.
+// `Path.mkdir(parents=True, exist_ok=True)`. The path's text must be in pathlib's normal form.
 void make_directories(const SystemPath& path);
 
-// `Path.write_text(text, encoding="utf-8")`, for a text that is encoded already. The file is never left empty: nothing
-// that can fail or run foreign code comes between opening and writing.
+// `Path.write_text(text, encoding="utf-8")` for encoded text. Between opening and writing, nothing can fail or run
+// foreign code, so neither an exception nor a signal leaves the file empty.
 void write_text(const SystemPath& path, std::string_view utf8);
 
 }  // namespace tarnel::python

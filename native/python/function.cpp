@@ -12,8 +12,8 @@ namespace tarnel::python {
 
 namespace {
 
-// Fast calls leave no frames to count against the recursion limit, and the C stack allows fewer of them than a host
-// may allow frames: from this depth on, calls take the slow path.
+// Fast calls create no frames that count against the recursion limit, and the C stack may hold fewer of them than that
+// limit allows. From this depth on, calls take the slow path.
 constexpr int max_nested_fast_calls = 100;
 thread_local int nested_fast_calls = 0;
 
@@ -27,18 +27,18 @@ class NestedFastCall {
     ~NestedFastCall() { nested_fast_calls--; }
 };
 
-// How the interpreter calls any function: the same for all of them, in every interpreter of the process.
+// The vectorcall entry of plain Python functions: the same for all functions and all interpreters of the process.
 std::atomic<vectorcallfunc> interpreter_call = nullptr;
 
-// The fast call path: binds and runs the body without a frame. Whatever isn't simple is left to the interpreter, before
-// anything has happened that could be noticed. Not noexcept, for the slow path may end the thread.
+// The fast call path: binds the arguments and runs the body without a frame. Leaves any other call to the interpreter,
+// before any observable effect. Not noexcept, because the slow path may end the thread.
 PyObject* call_function(PyObject* function, PyObject* const* arguments, size_t flags, PyObject* keywords) {
     PyObject* code_object = PyFunction_GET_CODE(function);
     const NativeBody* native = native_body_of(code_object);
     if (native == nullptr || nested_fast_calls >= max_nested_fast_calls)
         return interpreter_call.load(std::memory_order_relaxed)(function, arguments, flags, keywords);
 
-    // Binding and the body may run code that drops or changes the function: what they use is owned here.
+    // Binding and the body may run code that drops or changes the function, so own what they use.
     const Ref keeps_function = Ref::borrow(function);
     const Ref keeps_code = Ref::borrow(code_object);
     const std::span given(arguments, static_cast<std::size_t>(PyVectorcall_NARGS(flags)));
@@ -92,7 +92,7 @@ void set_defaults(PyObject* function, const Parameters& parameters, Namespace& m
     if (PyDict_GET_SIZE(keyword_only.get()) > 0) checked(PyFunction_SetKwDefaults(function, keyword_only));
 }
 
-// As a `def` statement leaves them: names and texts in turn, of which the function makes a dict when it is asked.
+// As a `def` statement stores them: alternating names and texts, which the function turns into a dict on first access.
 void set_annotations(PyObject* function, const Definition& definition, Namespace& module) {
     Ref annotations = checked(PyTuple_New(2 * (Py_ssize_t{definition.parameters.size()} + 1)));
     Py_ssize_t size = 0;

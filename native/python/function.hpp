@@ -1,4 +1,4 @@
-// Functions of the interpreter's own kind whose bodies are native.
+// Regular Python functions with native bodies.
 #pragma once
 
 #include <memory>
@@ -8,8 +8,8 @@
 
 namespace tarnel::python {
 
-// Makes the function over the module's namespace, with the defaults evaluated now, and binds it there under its name.
-// The function needs nothing of the module but that namespace; it shares `shared` with the others.
+// Creates the function with the module's namespace as its globals, evaluates the defaults, and binds it under its name.
+// The function needs only the namespace, not the module; it shares `shared` with the others.
 void define(Namespace& module, const Definition& definition, const std::shared_ptr<Shared>& shared);
 
 }  // namespace tarnel::python

@@ -1,4 +1,4 @@
-// What the global names of the module stand for.
+// A cache of the values of the module's global names.
 #pragma once
 
 #include <vector>
@@ -8,11 +8,11 @@
 
 namespace tarnel::python {
 
-// Remembers what names stood for until a dictionary changes. Owns nothing: as long as the namespace is there and stays
-// as it is, so do its values.
+// Caches values until a watched dictionary changes. Owns nothing: the values live as long as the namespace exists
+// unchanged.
 class GlobalNames {
   public:
-    // The value of a name in a plain dict, borrowed; null if it has none. Throws when out of memory.
+    // The value of a name in a plain dict, borrowed; null if there is none. Throws if out of memory.
     [[nodiscard]] PyObject* find(PyObject* dict, const Strings& strings, StringId name) {
         if (dict != dict_ || seen_changes_ != watcher_.changes()) forget(dict, strings.size());
         PyObject* known = values_[static_cast<std::size_t>(name)];
@@ -26,7 +26,7 @@ class GlobalNames {
     DictWatcher watcher_{DictWatcher::Subject::own_globals};
     PyObject* dict_ = nullptr;
     unsigned long seen_changes_ = 0;
-    std::vector<PyObject*> values_;  // by StringId; null: not known
+    std::vector<PyObject*> values_;  // by StringId; null: not cached
 };
 
 }  // namespace tarnel::python

@@ -6,12 +6,12 @@
 
 namespace tarnel::python {
 
-// An `except TYPE as error:` block, to be made in a C++ handler of PythonError, where the error is set. Throws on when
-// the error is of another type. While it lives, the error counts as being handled, as `sys.exception()` and the
-// `__context__` of errors raised meanwhile show.
+// An `except TYPE as error:` block. Create it where the error is set, usually in a C++ handler of PythonError. Rethrows
+// an error of another type. While it lives, the error counts as being handled: it is `sys.exception()`, and the
+// `__context__` of errors raised meanwhile.
 //
-// It stacks an item of its own, as a generator does: setting and restoring the innermost one would leave an exception
-// that the caller of a generator handles in that generator's item, for good.
+// It pushes its own exception item, as a generator does. Setting and restoring the innermost item instead would leave
+// an exception that a generator's caller is handling in the generator's item permanently.
 class Handling {
   public:
     explicit Handling(PyObject* type) {
@@ -27,7 +27,7 @@ class Handling {
     ~Handling() {
         hang_unless_attached();
         state_->exc_info = item_.previous_item;
-        const Ref handled = Ref::steal(item_.exc_value);  // may be another by now, if foreign code has set one
+        const Ref handled = Ref::steal(item_.exc_value);  // foreign code may have replaced it
     }
 
     [[nodiscard]] PyObject* error() const noexcept { return error_; }

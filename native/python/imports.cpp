@@ -15,13 +15,13 @@ Ref imported(Namespace& module, const char* name, PyObject* names) {
         PyErr_SetString(PyExc_ImportError, "__import__ not found");
         throw PythonError{};
     }
-    const Ref absolute = checked(PyLong_FromLong(0));  // the level of an import that isn't relative to the package
+    const Ref absolute = checked(PyLong_FromLong(0));  // the level of an absolute import
     const std::array<PyObject*, 5> arguments = {module.literal(name), module.dict(), module.dict(), names, absolute};
     return checked(PyObject_Vectorcall(import, arguments.data(), arguments.size(), nullptr));
 }
 
-// The statement itself: slower by the compiling of it, but it knows where else to look for a missing name, and how to
-// say that there is none.
+// Compiles and runs the statement. This is slower, but handles a missing attribute as the interpreter does: it falls
+// back to sys.modules, and raises the right error.
 void run_import_from(Namespace& module, const char* origin, const char* name) {
     constexpr int optimization_of_the_interpreter = -1;
     const Ref statement = checked(PyUnicode_FromFormat("from %s import %s", origin, name));

@@ -1,4 +1,4 @@
-// Import statements, run as those of a Python module are: through `__import__`, with the interpreter's own errors.
+// Import statements, run as in a Python module: through `__import__`, with the interpreter's own errors.
 #pragma once
 
 #include "python/namespace.hpp"

@@ -12,7 +12,7 @@ namespace {
 
 constexpr std::size_t most_arguments = 8;
 
-// The `__init__` of a class that has nothing else to say of how its instances are made; null for anything else.
+// The `__init__` of a class that customises the creation of instances in no other way; null for anything else.
 Ref plain_init(PyObject* callable, PyObject* name) {
     if (!Py_IS_TYPE(callable, &PyType_Type)) return {};
     auto* type = reinterpret_cast<PyTypeObject*>(callable);

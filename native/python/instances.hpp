@@ -1,4 +1,4 @@
-// Instances of classes that are written in Python.
+// Creates instances of classes written in Python.
 #pragma once
 
 #include <initializer_list>
@@ -7,8 +7,8 @@
 
 namespace tarnel::python {
 
-// `callable(**dict(zip(keywords, values)))`. A class whose instances are made by nothing but its `__init__` is not
-// asked to pack the keywords into a dict first. `init_name` is "__init__".
+// `callable(**dict(zip(keywords, values)))`. If a class creates instances only by its `__init__`, calls that directly
+// and saves packing the keywords into a dict. `init_name` is "__init__".
 [[nodiscard]] Ref new_instance(PyObject* callable, std::initializer_list<PyObject*> values, PyObject* keywords,
                                PyObject* init_name);
 

@@ -14,7 +14,7 @@ namespace {
     throw PythonError{};
 }
 
-// As item_if_any, for any mapping: a dict's subclass may have a way of its own to find items.
+// Like item_if_any, for any mapping: a dict subclass may override item lookup.
 Ref item_of_mapping(PyObject* mapping, PyObject* key) {
     Ref item = Ref::steal(PyObject_GetItem(mapping, key));
     if (item.get() != nullptr) return item;

@@ -9,7 +9,7 @@
 namespace tarnel::python {
 
 PyObject* Literals::operator[](const char* text) {
-    constexpr std::uintptr_t multiplier = 0x9E3779B1;  // spreads addresses, which lie close together
+    constexpr std::uintptr_t multiplier = 0x9E3779B1;  // spreads addresses that are close together
     std::size_t index = ((reinterpret_cast<std::uintptr_t>(text) * multiplier) >> 16U) % entries_.size();
     for (std::size_t i = 0; i < entries_.size(); i++) {
         Entry& entry = entries_[index];
@@ -29,7 +29,7 @@ Ref Namespace::operator[](const char* name) { return look_up(dict_, PyEval_GetBu
 Ref Namespace::file() {
     Ref file = item_if_any(dict_, literals_["__file__"]);
     if (file.get() != nullptr && PyUnicode_Check(file.get())) return file;
-    return Ref::borrow(literals_["<extension module>"]);  // linked into an executable
+    return Ref::borrow(literals_["<extension module>"]);  // the module is linked into an executable
 }
 
 }  // namespace tarnel::python

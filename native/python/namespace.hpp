@@ -1,4 +1,4 @@
-// The namespace of a module that is being imported, as its statements use it.
+// The namespace of a module during its import.
 #pragma once
 
 #include <array>
@@ -8,11 +8,11 @@
 
 namespace tarnel::python {
 
-// Literals of the program as interned strings, each of them made once. A literal is known by its address: the linker
-// merges equal ones, and where it doesn't, the string is looked up once more.
+// C++ string literals as interned Python strings, each created once. The key is the literal's address: the linker
+// merges equal literals, and where it doesn't, the string is interned again.
 class Literals {
   public:
-    // Lives as long as this table.
+    // Borrowed: lives as long as this table.
     [[nodiscard]] PyObject* operator[](const char* text);
 
   private:
@@ -30,12 +30,12 @@ class Namespace {
     [[nodiscard]] PyObject* dict() const noexcept { return dict_; }
     [[nodiscard]] PyObject* literal(const char* text) { return literals_[text]; }
 
-    // The value of a global name: the namespace's, else the builtins', else NameError.
+    // The value of a global name: from the namespace, else from the builtins, else NameError.
     [[nodiscard]] Ref operator[](const char* name);
 
     void bind(const char* name, PyObject* value) { checked(PyDict_SetItem(dict_, literals_[name], value)); }
 
-    // The file name that tracebacks through the module show.
+    // The file name shown in tracebacks through the module.
     [[nodiscard]] Ref file();
 
   private:

@@ -11,7 +11,7 @@ namespace {
 
 constexpr int pair_size = 2;
 
-// The iterator of what is unpacked; what can't be iterated gets the error that unpacking words itself.
+// The iterator for unpacking. A non-iterable object gets the interpreter's error for unpacking.
 Ref iterator_to_unpack(PyObject* iterable) {
     Ref iterator = Ref::steal(PyObject_GetIter(iterable));
     if (iterator.get() != nullptr) return iterator;
@@ -36,7 +36,7 @@ bool has_only_texts(PyObject* sequence) {
     return true;
 }
 
-// Writes into a new str, and gives the number of characters.
+// Writes into a new str and returns the number of characters.
 Py_ssize_t write_ascii(PyObject* text, Py_ssize_t start, std::string_view ascii) {
     const int kind = PyUnicode_KIND(text);
     void* data = PyUnicode_DATA(text);

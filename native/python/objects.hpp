@@ -1,4 +1,4 @@
-// What expressions and loops of a Python body do with objects, with the interpreter's own results and errors.
+// Python's expressions and loops over objects, with the interpreter's own results and errors.
 #pragma once
 
 #include <initializer_list>
@@ -19,28 +19,27 @@ inline bool is_true(PyObject* object) { return checked(PyObject_IsTrue(object)) 
 // `item in container`
 inline bool contains(PyObject* container, PyObject* item) { return checked(PySequence_Contains(container, item)) != 0; }
 
-// `left OPERATOR right` in a test; `operation` is Py_EQ, Py_LT and so on. Identity is no shortcut.
+// `left OPERATOR right` in a test; `operation` is Py_EQ, Py_LT and so on. Identical objects are compared too.
 inline bool compare(PyObject* left, PyObject* right, int operation) {
     const Ref answer = checked(PyObject_RichCompare(left, right, operation));
     return is_true(answer);
 }
 
-// `dict.get(key)`, but null when the key is missing.
+// `dict.get(key)`, but null if the key is missing.
 [[nodiscard]] Ref item_if_any(PyObject* dict, PyObject* key);
 
 // The same for a key in UTF-8.
 [[nodiscard]] Ref item_if_any(PyObject* dict, const char* key);
 
-// The content of a plain str in UTF-8, which lives as long as the str; nothing for other objects, or a text that has
-// none (lone surrogates).
+// The UTF-8 content of a plain str, valid as long as the str; nothing for other objects or text with lone surrogates.
 [[nodiscard]] std::optional<std::string_view> utf8_of(PyObject* text);
 
-// The str of a text in UTF-8.
+// A new str from UTF-8.
 [[nodiscard]] inline Ref text_of(std::string_view utf8) {
     return checked(PyUnicode_FromStringAndSize(utf8.data(), static_cast<Py_ssize_t>(utf8.size())));
 }
 
-// Whether the object is a plain str, and equal to that one; and whether it is an empty one.
+// Whether the object is a plain str equal to `text`; and whether it is an empty plain str.
 [[nodiscard]] inline bool is_same_text(PyObject* object, PyObject* text) {
     if (object == text) return true;
     if (!PyUnicode_CheckExact(object)) return false;
@@ -58,14 +57,14 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
 [[nodiscard]] bool is_list_of_texts(PyObject* object);
 [[nodiscard]] bool is_tuple_of_texts(PyObject* object);
 
-// `left == text` in a test, for a text that is a plain str.
+// `left == text` in a test, where `text` is a plain str.
 [[nodiscard]] inline bool equals(PyObject* left, PyObject* text) {
     return PyUnicode_CheckExact(left) ? is_same_text(left, text) : compare(left, text, Py_EQ);
 }
 
-// A part of a text: ASCII characters, or an object that is asked for its `str()`.
+// A piece of a text: ASCII characters, or an object to convert with `str()`.
 struct Piece {
-    // NOLINTBEGIN(misc-explicit-constructor): so that pieces are simply listed
+    // NOLINTBEGIN(misc-explicit-constructor): lets callers list the pieces directly
     Piece(const char* ascii) noexcept : literal(ascii) {}
     Piece(PyObject* its_object) noexcept : object(its_object) {}
     // NOLINTEND(misc-explicit-constructor)
@@ -73,7 +72,7 @@ struct Piece {
     PyObject* object = nullptr;
 };
 
-// The pieces, one after the other, in a new str.
+// Concatenates the pieces into a new str.
 [[nodiscard]] Ref joined(std::initializer_list<Piece> pieces);
 
 // `sorted(iterable)`
@@ -82,7 +81,7 @@ struct Piece {
 // `first, second = iterable`
 [[nodiscard]] std::pair<Ref, Ref> unpack_pair(PyObject* iterable);
 
-// `for item in iterable`: a range over new references. Advancing runs the iterator's code, so any code.
+// `for item in iterable`: a range over new references. Advancing may run any code.
 class Iteration {
   public:
     explicit Iteration(PyObject* iterable) : iterator_(checked(PyObject_GetIter(iterable))) {}

@@ -16,7 +16,7 @@ using standard_library::Name;
 
 namespace {
 
-// A module that has been imported, or null.
+// The module if it has been imported, else null.
 Ref imported_module(const char* name) {
     const Ref key = checked(PyUnicode_InternFromString(name));
     Ref module = Ref::steal(PyImport_GetModule(key));
@@ -35,7 +35,7 @@ bool contains_text(PyObject* text, std::string_view part) {
     return std::string_view(utf8).find(part) != std::string_view::npos;
 }
 
-// A Python function of a module, with code that was compiled for it there.
+// Whether the object is a Python function of the module, with its own code from the module's file.
 bool is_function_of(PyObject* object, const char* module_name, const char* qualified_name) {
     if (!PyFunction_Check(object)) return false;
     const Ref module = imported_module(module_name);
@@ -112,7 +112,7 @@ bool is_original(PyObject* object, const Name& name) {
     return false;
 }
 
-// The value of a class's attribute in the namespaces of the class and its bases, unbound, and the one that has it.
+// The unbound value of a class attribute, and the class or base whose namespace has it.
 struct Found {
     Ref value;
     Ref owner;
@@ -129,7 +129,7 @@ Found find_in_bases(PyObject* type, PyObject* name) {
     return {};
 }
 
-// The function that a property, class method or static method holds; the object itself if it is none of these.
+// The function that a property, class method or static method wraps; else the object itself.
 Ref function_inside(PyObject* object, Member kind) {
     const bool is_property = Py_IS_TYPE(object, &PyProperty_Type);
     const bool is_method = Py_IS_TYPE(object, &PyClassMethod_Type) || Py_IS_TYPE(object, &PyStaticMethod_Type);
@@ -154,7 +154,7 @@ bool is_original_function(PyObject* function, PyObject* owner, const Attribute& 
     if (module.get() == nullptr || !PyUnicode_CheckExact(module.get())) return false;
     const Ref qualified_name =
         checked(PyUnicode_FromFormat("%s.%s", reinterpret_cast<PyTypeObject*>(owner)->tp_name, attribute.name));
-    const bool is_abstract = is_text(module, "collections.abc");  // which another module defines
+    const bool is_abstract = is_text(module, "collections.abc");  // defined in another module
     const char* module_name = is_abstract ? "_collections_abc" : PyUnicode_AsUTF8(module);
     const char* name = PyUnicode_AsUTF8(qualified_name);
     if (module_name == nullptr || name == nullptr) throw PythonError{};
@@ -215,7 +215,7 @@ bool Originals::hold() {
     if (!is_found_) is_found_ = find();
     if (!is_found_) return false;
     if (has_changed()) {
-        entries_hold_ = false;  // should the comparison throw
+        entries_hold_ = false;  // in case the comparison throws
         seen_changes_ = watcher_.changes();
         for (Attributes& attributes : attributes_) attributes.tag();
         entries_hold_ = compare();
@@ -240,7 +240,7 @@ bool Originals::compare() {
 }
 
 bool Originals::find() {
-    entries_.clear();  // what an earlier attempt has left
+    entries_.clear();  // left over from an earlier attempt
     functions_.clear();
     parts_.clear();
     attributes_.clear();
@@ -253,7 +253,7 @@ bool Originals::find() {
         if (is_first_of_module && !find_no_hidden_builtins(name.module)) return false;
     }
     for (const Entry& entry : entries_) watcher_.watch(entry.dict);
-    seen_changes_ = watcher_.changes() - 1;  // so that the next look compares
+    seen_changes_ = watcher_.changes() - 1;  // forces a comparison next time
     return true;
 }
 
@@ -269,7 +269,7 @@ bool Originals::find_name(const Name& name) {
     return true;
 }
 
-// A module's own name hides the builtin of that name.
+// A name in a module hides the builtin of the same name.
 bool Originals::find_no_hidden_builtins(const char* module_name) {
     const Ref module = imported_module(module_name);
     if (module.get() == nullptr) return false;

@@ -1,4 +1,4 @@
-// Objects as the interpreter came with them, and whether they still are what names stand for.
+// Checks whether names still refer to the objects that the interpreter came with.
 #pragma once
 
 #include <span>
@@ -11,47 +11,47 @@
 
 namespace tarnel::python {
 
-// A set of names and of attributes of classes that Python code goes through and a fast path leaves out.
+// A set of names and class attributes that the slow path uses and a fast path bypasses.
 //
-// Anyone may replace what they stand for: a mock, a fake file system. An original is recognised by where it comes from:
-// a function of its own module with its own code, a builtin, a built-in type. What is replaced when `hold` is first
-// called is no original; it is recognised in a later call, once it is back.
+// A mock or a fake file system may replace their values. An original is recognised by its origin: a function of its own
+// module with its own code, a builtin, a built-in type. If a value is already replaced when `hold` is first called, the
+// original is recognised by a later call, once it is restored.
 class Originals {
   public:
-    Originals(const DictWatcher& watcher, std::span<const standard_library::Name> names,
+    Originals(DictWatcher& watcher, std::span<const standard_library::Name> names,
               std::span<const standard_library::Name> builtins = {},
               std::span<const standard_library::Class> classes = {}) noexcept
         : watcher_(watcher), names_(names), builtins_(builtins), classes_(classes) {}
 
-    // Whether all of them are the originals. Runs no foreign code; throws when out of memory.
+    // Whether all values are the originals. Runs no foreign code; throws if out of memory.
     [[nodiscard]] bool hold();
 
-    // After `hold`: whether names and attributes still stand for what they did. Leaves out the parts of functions.
+    // After `hold`: whether names and attributes are unchanged. Doesn't compare the parts of functions.
     [[nodiscard]] bool still_hold() { return !has_changed() ? entries_hold_ : hold(); }
 
-    // Once they have held: whether the object is the module of the first name, and what names stand for.
+    // After `hold` returned true: whether the object is the module of the first name; and the originals by name.
     [[nodiscard]] bool are_of(PyObject* module) const noexcept {
         return PyModule_CheckExact(module) && PyModule_GetDict(module) == entries_.front().dict.get();
     }
     [[nodiscard]] Ref original(std::string_view module, std::string_view name) const;
     [[nodiscard]] Ref original_class(std::string_view module, std::string_view name) const;
 
-    // From now on, an entry of another dictionary has to stay as it is, too.
+    // Also requires an entry of another dictionary to stay unchanged from now on.
     void add(PyObject* dict, const char* key);
 
   private:
-    struct Entry {  // of a module's namespace
+    struct Entry {  // of a namespace
         Ref dict;
         Ref key;
-        Ref value;  // null: no such entry
+        Ref value;  // null: there must be no such entry
     };
-    struct Function {  // borrowed from `parts_`; its parts can be replaced without a trace in any dictionary
+    struct Function {  // borrowed from `parts_`; replacing a part changes no watched dictionary
         const PyFunctionObject* function;
         PyObject* code;
         PyObject* defaults;
         PyObject* keyword_defaults;
     };
-    struct Attributes {  // of a type and its bases; its version tag changes with them
+    struct Attributes {  // of a type and its bases; changing one changes the version tag
         explicit Attributes(PyObject* class_object) : type(Ref::borrow(class_object)) {}
         [[nodiscard]] bool is_tagged() const noexcept;
         void tag() noexcept;
@@ -69,7 +69,7 @@ class Originals {
     [[nodiscard]] bool functions_hold() const noexcept;
     [[nodiscard]] bool compare();
 
-    const DictWatcher& watcher_;
+    DictWatcher& watcher_;
     std::span<const standard_library::Name> names_;
     std::span<const standard_library::Name> builtins_;
     std::span<const standard_library::Class> classes_;

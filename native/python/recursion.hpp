@@ -1,4 +1,4 @@
-// The interpreter's count of nested calls.
+// The interpreter's recursion counter.
 #pragma once
 
 #include "python/reference.hpp"
@@ -6,7 +6,7 @@
 
 namespace tarnel::python {
 
-// Counts one call while it lives. Throws RecursionError when there are too many.
+// Counts one nested call while it lives. Throws RecursionError if there are too many.
 class RecursiveCall {
   public:
     RecursiveCall() {

@@ -7,11 +7,11 @@
 
 namespace tarnel::python {
 
-// Thrown where a call of the C-API failed: the interpreter's error indicator is set and holds what happened.
+// Thrown when a C-API call has failed and set the interpreter's error indicator.
 struct PythonError {};
 
-// Owns one reference to an object, or none. A named reference passes as a `PyObject*` to whatever borrows it; a
-// temporary doesn't, so that operands are always computed one statement after another, in the order that is written.
+// Owns one reference or none. A named Ref converts to a borrowed `PyObject*`. A temporary doesn't, which forces
+// operands into separate statements, evaluated in the order written.
 class Ref {
   public:
     Ref() noexcept = default;
@@ -20,7 +20,7 @@ class Ref {
 
     Ref(Ref&& other) noexcept : object_(std::exchange(other.object_, nullptr)) {}
     Ref& operator=(Ref&& other) noexcept {
-        // The old object goes last: its finalizer may run any code, which must find this reference whole.
+        // Drop the old object last: its finalizer may run any code, which must see this reference in a valid state.
         PyObject* old = std::exchange(object_, std::exchange(other.object_, nullptr));
         if (old != nullptr) drop(old);
         return *this;
@@ -33,7 +33,7 @@ class Ref {
 
     [[nodiscard]] PyObject* get() const noexcept { return object_; }
     [[nodiscard]] PyObject* release() noexcept { return std::exchange(object_, nullptr); }
-    // NOLINTNEXTLINE(misc-explicit-constructor): borrowing from a named reference is what it is for
+    // NOLINTNEXTLINE(misc-explicit-constructor): implicit borrowing is intended
     operator PyObject*() const& noexcept { return object_; }
     operator PyObject*() && = delete;
 
@@ -44,13 +44,13 @@ class Ref {
     PyObject* object_ = nullptr;
 };
 
-// Takes over the result of a C-API call that gives a new reference, or null with an error set.
+// Takes ownership of the new reference that a C-API call returned; throws if that is null.
 [[nodiscard]] inline Ref checked(PyObject* new_reference) {
     if (new_reference == nullptr) throw PythonError{};
     return Ref::steal(new_reference);
 }
 
-// The result of a C-API call that gives a negative number with an error set when it fails.
+// The result of a C-API call; throws if it is negative, which means failure.
 template <typename Number>
 Number checked(Number result) {
     if (result < 0) throw PythonError{};

@@ -1,4 +1,4 @@
-// What the functions of one module share.
+// Data shared by the functions of one module.
 #pragma once
 
 #include <vector>
@@ -9,15 +9,15 @@
 
 namespace tarnel::python {
 
-// Lives as long as any of the functions, which may outlive their module. The collector can't see it: it holds strings
-// and objects of the standard library, and nothing that could lead back to a function or to the module.
+// Lives as long as any of the functions, which may outlive their module. The garbage collector doesn't traverse it, so
+// it holds strings and standard library objects, and nothing that leads back to a function or the module.
 struct Shared {
     explicit Shared(std::span<const char* const> literals) : strings(literals) {}
 
     Strings strings;
     GlobalNames globals;
     StandardLibrary standard_library;
-    std::vector<Ref> recognized;  // objects that the module's bodies know what to do with, as the module lists them
+    std::vector<Ref> recognized;  // objects that native bodies recognise by identity
 };
 
 }  // namespace tarnel::python

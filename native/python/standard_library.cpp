@@ -10,7 +10,7 @@ bool StandardLibrary::paths_hold() {
     return environment_.get() != nullptr;
 }
 
-// `os.environ` keeps the variables, encoded, in a dictionary, and the functions that encode and decode beside it.
+// `os.environ` stores the encoded variables in a dictionary attribute, next to its encode and decode functions.
 void StandardLibrary::find_environment() {
     const Ref environ = files_.original("os", "environ");
     const Ref attributes = checked(PyObject_GenericGetDict(environ, nullptr));
@@ -30,7 +30,7 @@ Ref StandardLibrary::home_variable() const {
     return value;
 }
 
-// What files are decoded and encoded with is registered where no dictionary shows it.
+// The codec registry is not a dictionary that can be watched, so the codec is looked up each time.
 bool StandardLibrary::codec_holds() {
     if (codec_.get() == nullptr) find_codec();
     if (codec_.get() == nullptr || !files_.still_hold()) return false;

@@ -1,25 +1,25 @@
-// The names of the standard library that Python code would go through, and fast paths leave out.
+// The standard library names that the slow path uses and the fast paths bypass.
 //
-// Special to CPython 3.12: another version's pathlib, os, codecs and re go through other names.
+// Specific to CPython 3.12: in other versions, pathlib, os, codecs and re use other names.
 #pragma once
 
 #include <span>
 
 namespace tarnel::python::standard_library {
 
-// What a name stands for originally, and how that is recognised.
+// The kind of a name's original value, which determines how the original is recognised.
 enum class Kind {
     function,      // a Python function of the same module
     builtin,       // a builtin function; `origin` is its module
-    static_type,   // a type that is built in
+    static_type,   // a built-in type
     python_class,  // a class of the module `origin`
     module,        // the module `origin`
     text,          // the string `origin`
     none,
-    ignored_errnos,   // the errors for which pathlib says that a file doesn't exist
-    cached_function,  // a Python function of the same module behind functools.lru_cache
+    ignored_errnos,   // the errors that pathlib treats as a missing file
+    cached_function,  // a Python function of the same module, wrapped in functools.lru_cache
     dictionary,       // a plain dict
-    instance,         // of the same module's class `origin`
+    instance,         // an instance of the same module's class `origin`
 };
 
 struct Name {
@@ -41,7 +41,7 @@ inline constexpr Name of_matching[] = {
     {"re", "_cache", Kind::dictionary},
 };
 
-// Documents and paths: what pathlib, and the text files that it opens, are made of.
+// Documents and paths: the names that pathlib and its text files use.
 inline constexpr Name of_files[] = {
     {"pathlib", "Path", Kind::python_class, "pathlib"},
     {"pathlib", "PosixPath", Kind::python_class, "pathlib"},
@@ -79,7 +79,7 @@ inline constexpr Name of_files[] = {
     {"encodings.utf_8", "codecs", Kind::module, "codecs"},
 };
 
-// The builtins that all this code uses. Its modules must not have names like these, which would hide them.
+// The builtins that this code uses. Its modules must not define the same names, which would hide them.
 inline constexpr Name builtins[] = {
     {"builtins", "getattr", Kind::builtin, "builtins"},
     {"builtins", "isinstance", Kind::builtin, "builtins"},
@@ -100,25 +100,25 @@ inline constexpr Name builtins[] = {
     {"builtins", "type", Kind::static_type, "type"},
 };
 
-// What a class's attribute was, as its instances find it.
+// The kind of a class attribute's original value.
 enum class Member {
-    function,  // a Python function of the class's module; the next three hold one
+    function,  // a Python function of the class's module; the next three wrap one
     property,
     class_method,
     static_method,
-    slot,       // the descriptor of a slot
-    field,      // of a built-in record
+    slot,       // a slot descriptor
+    field,      // a field of a built-in record
     builtin,    // a builtin function
     module,     // a module
-    missing,    // nothing; the interpreter would use it if it were there
-    inherited,  // what `object` has
+    missing,    // absent; the interpreter would use it if it existed
+    inherited,  // inherited from a built-in base
     yes,        // True
 };
 
 struct Attribute {
     const char* name;
     Member kind = Member::function;
-    const char* defaults = "(None, None)";  // of a function: repr() of its positional and its keyword-only defaults
+    const char* defaults = "(None, None)";  // functions: repr() of positional and keyword-only defaults
 };
 
 struct Class {
@@ -169,7 +169,7 @@ inline constexpr Attribute of_path[] = {
     {"with_segments"},
     {"write_text", Member::function, "((None, None, None), None)"},
 };
-inline constexpr Attribute of_pure_path[] = {{"__init__"}};  // which that of Path calls
+inline constexpr Attribute of_pure_path[] = {{"__init__"}};  // called by Path.__init__
 inline constexpr Attribute of_environment[] = {
     {"__contains__"}, {"__getattr__", Member::missing}, {"__getattribute__", Member::inherited}, {"__getitem__"}};
 inline constexpr Attribute of_codec[] = {{"__getattribute__", Member::inherited}, {"_is_text_encoding", Member::yes}};

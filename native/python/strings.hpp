@@ -9,17 +9,17 @@
 
 namespace tarnel::python {
 
-// One of the strings (a global name, an attribute, a keyword, a literal), as an index into `Strings`.
+// The index of a string in `Strings`: a global name, an attribute, a keyword or a literal.
 enum class StringId : std::size_t {};
 
-// The strings, interned. They belong to the interpreter that they were made in, and are made by the first call rather
-// than by the import: many of them are looked up in a large table that no cache holds yet.
+// The interned strings of one interpreter. They are created by the first call rather than the import, because interning
+// looks many of them up in a large table that isn't in the CPU's caches yet.
 class Strings {
   public:
-    // In UTF-8, and at least one.
+    // Takes at least one literal, in UTF-8.
     explicit Strings(std::span<const char* const> literals) noexcept : literals_(literals) {}
 
-    // To be called before any of them is used.
+    // Call this before using any of them.
     void ensure_made() {
         if (strings_.empty()) make();
     }

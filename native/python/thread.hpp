@@ -1,10 +1,10 @@
 // Threads that the interpreter has ended.
 //
-// While the interpreter shuts down, CPython 3.12 ends a daemon thread that asks for the GIL by `pthread_exit`. On glibc
-// that unwinds the stack as an exception does, past every destructor and into every `catch (...)`, but without the GIL:
-// no object may be touched any more, and leaving a handler or a noexcept function would end the process. Nor may the
-// unwinding go on from one of our destructors where the C++ runtime that is linked in isn't glibc's own. So whatever
-// such a thread reaches first makes it hang until the process is gone.
+// During shutdown, CPython 3.12 calls `pthread_exit` in a daemon thread that requests the GIL. On glibc this unwinds
+// the stack like an exception, through destructors and into every `catch (...)`, but without the GIL: the thread must
+// not touch objects any more, and leaving a handler or a noexcept function would end the process. If the C++ runtime is
+// linked statically, unwinding can't continue from our destructors either. So the first of our destructors or handlers
+// that such a thread reaches makes it hang until the process exits.
 #pragma once
 
 #include <unistd.h>
@@ -24,7 +24,7 @@ inline void hang_unless_attached() noexcept {
     if (!is_attached()) hang();
 }
 
-// Lets other threads run Python code while it lives, in which time no object may be touched.
+// Releases the GIL while it lives. Don't touch objects meanwhile.
 class ReleasedGil {
   public:
     ReleasedGil() noexcept : state_(PyEval_SaveThread()) {}
@@ -35,7 +35,7 @@ class ReleasedGil {
     ~ReleasedGil() {
         try {
             PyEval_RestoreThread(state_);
-        } catch (...) {  // the thread was ended while it waited
+        } catch (...) {  // the thread was ended while it waited for the GIL
             hang();
         }
     }

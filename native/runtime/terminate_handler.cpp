@@ -1,5 +1,5 @@
-// What the GNU C++ runtime, linked in, does when it can't go on. Its own handler names the exception that nobody
-// caught; the demangler that it brings along is a sixth of the extension, to be loaded at each import.
+// Replaces the terminate handler of the statically linked GNU C++ runtime. The default handler prints the type of the
+// uncaught exception; its demangler would be a sixth of the extension, loaded at every import.
 #include <unistd.h>
 
 #include <cstdlib>
@@ -16,7 +16,7 @@ namespace {
 
 }  // namespace
 
-// NOLINTBEGIN: the runtime's own name for the handler that it starts with
+// NOLINTBEGIN: the runtime's own name for its initial handler
 namespace __cxxabiv1 {
 extern std::terminate_handler __terminate_handler;
 std::terminate_handler __terminate_handler = end_process;

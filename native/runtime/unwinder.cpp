@@ -1,9 +1,9 @@
-// The unwinder of systems with glibc, loaded when it is first needed instead of with the extension.
+// On glibc, loads the unwinder when it is first needed instead of with the extension.
 //
-// It is a library of its own, libgcc_s, and loading it takes as long as loading the extension. Nor can it be linked in:
-// glibc ends threads by unwinding their stacks with libgcc_s, and the C++ runtime has to ask the library that walks the
-// stack about its frames. So what the C++ runtime and compiled code call are forwarders, which find libgcc_s by name.
-// A call of a function loads it before its body runs, so that running out of memory can still be reported.
+// The unwinder is a separate library, libgcc_s, and loading it takes as long as loading the extension. It can't be
+// linked statically: glibc ends threads by unwinding their stacks with libgcc_s, and the C++ runtime has to query the
+// library that walks the stack. So the C++ runtime and compiled code call forwarders, which find libgcc_s by name.
+// A function call loads it before the native body runs, so that running out of memory can still be reported.
 #include "runtime/unwinder.hpp"
 
 #include <dlfcn.h>
@@ -42,7 +42,7 @@ constexpr std::array<const char*, function_count> names = {
     "_Unwind_GetDataRelBase",  "_Unwind_GetTextRelBase", "_Unwind_GetLanguageSpecificData",
 };
 
-// Threads that look at the same time find the same. When the last of them is there, all are.
+// Concurrent threads store the same values. If the last entry is set, all are.
 constinit std::array<std::atomic<void*>, function_count> functions = {};
 
 template <typename Result, typename... Arguments>
@@ -71,7 +71,7 @@ bool load_unwinder() noexcept {
 
 }  // namespace tarnel::runtime
 
-// What is thrown passes the forwarder's frame, which has nothing to clean up.
+// Exceptions unwind through the forwarders' frames, which need no cleanup.
 using namespace tarnel::runtime;
 extern "C" {
 _Unwind_Reason_Code _Unwind_RaiseException(_Unwind_Exception* exception) {
@@ -82,7 +82,7 @@ _Unwind_Reason_Code _Unwind_Resume_or_Rethrow(_Unwind_Exception* exception) {
 }
 void _Unwind_Resume(_Unwind_Exception* exception) {
     forward<void>(resume, exception);
-    std::abort();  // it has not returned
+    std::abort();  // _Unwind_Resume never returns
 }
 void _Unwind_DeleteException(_Unwind_Exception* exception) { forward<void>(delete_exception, exception); }
 void _Unwind_SetGR(_Unwind_Context* context, int index, _Unwind_Word value) {

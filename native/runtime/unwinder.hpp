@@ -1,11 +1,11 @@
-// The unwinder, which C++ exceptions need.
+// Loads the unwinder, which C++ exceptions need.
 #pragma once
 
 namespace tarnel::runtime {
 
 inline constexpr char unwinder_problem[] = "libgcc_s.so.1, which C++ exceptions need, cannot be loaded";
 
-// Loads it if it isn't there yet. False if it can't be loaded: an exception that is thrown then ends the process.
+// Loads the unwinder unless it is loaded already. After it returns false, throwing an exception ends the process.
 #ifdef TARNEL_LAZY_UNWINDER
 [[nodiscard]] bool load_unwinder() noexcept;
 #else

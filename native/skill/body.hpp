@@ -1,4 +1,4 @@
-// What every native body of the module is written with.
+// The includes and using-declarations that the module's native bodies share.
 #pragma once
 
 #include "python/objects.hpp"

@@ -10,7 +10,7 @@ namespace tarnel::skill {
 
 namespace {
 
-// The document that `SKILL_TEMPLATES[skill_name]` is the template of, if it is one of those built in; else null.
+// The built-in document whose template is `SKILL_TEMPLATES[skill_name]`, else null.
 const core::Document* built_in_document(const CallContext& context, PyObject* skill_name) {
     PyObject* templates = context.global_if_plain(name::SKILL_TEMPLATES);
     if (templates == nullptr || !PyDict_CheckExact(templates) || !PyUnicode_CheckExact(skill_name)) return nullptr;
@@ -20,7 +20,7 @@ const core::Document* built_in_document(const CallContext& context, PyObject* sk
     return nullptr;
 }
 
-// The fast path of `render_skill_md`; null when it is not to be taken. Copies the template around its only field.
+// The fast path of `render_skill_md`; null if it doesn't apply. Copies the template around its only field.
 Ref render_built_in(const CallContext& context, PyObject* version, PyObject* skill_name) {
     const core::Document* document = built_in_document(context, skill_name);
     if (document == nullptr || !PyUnicode_CheckExact(version)) return {};

@@ -1,4 +1,4 @@
-// The skill documents, stamped with a version.
+// Renders skill documents, stamped with a version.
 #pragma once
 
 #include <optional>
@@ -8,7 +8,7 @@
 
 namespace tarnel::skill {
 
-// What `render_skill_md(skill_name=skill_name)` gives, in UTF-8. Nothing when that could run foreign code, or fail.
+// `render_skill_md(skill_name=skill_name)` in UTF-8; nothing if that call could run foreign code or fail.
 [[nodiscard]] std::optional<std::string> rendered_in_utf8(const python::CallContext& context, PyObject* skill_name);
 
 }  // namespace tarnel::skill

@@ -1,4 +1,4 @@
-// The module's functions, in the order of its namespace. Each is defined in the file of its subject.
+// The module's functions, in namespace order. Each is defined in the file named above it.
 #pragma once
 
 #include "python/definition.hpp"

@@ -14,21 +14,21 @@ bool is_current(const CallContext& context, PyObject* existing) {
     return is_true(same_or_newer);
 }
 
-// What is about to happen.
+// Describes the pending action.
 Ref action_on(const CallContext& context, PyObject* existing, bool is_update) {
-    const Ref found = is_update ? checked(PyObject_Str(existing)) : Ref();
+    const Ref update = is_update ? joined({"update v", existing}) : Ref();
     const Ref version = context.global(name::package_version);
-    if (found.get() == nullptr) return joined({"install v", version.get()});
-    return joined({"update v", found.get(), " -> v", version.get()});
+    if (!is_update) return joined({"install v", version.get()});
+    return joined({update.get(), " -> v", version.get()});
 }
 
-// What has happened then.
+// Describes the completed action.
 Ref success_of(const CallContext& context, bool is_update) {
     const Ref version = context.global(name::package_version);
     return joined({is_update ? "updated to v" : "installed v", version.get()});
 }
 
-// Whether nothing can tell if one of these texts is made.
+// Whether creating either text has no observable effect.
 bool are_plain_texts(const CallContext& context, PyObject* existing) {
     const PyObject* version = context.global_if_plain(name::package_version);
     return version != nullptr && PyUnicode_CheckExact(version) && (is_none(existing) || PyUnicode_CheckExact(existing));
@@ -68,7 +68,7 @@ Ref install_skill(const CallContext& context) {
         return record.finish(Outcome::unchanged, message, agents);
     }
     const bool is_update = is_true(existing);
-    // Both texts are made before it is known which one will be used.
+    // Python creates both texts before it tests `dry_run`. Skip the unused one only if that can't be observed.
     const bool makes_both = !PyBool_Check(dry_run) || !are_plain_texts(context, existing);
     const Ref action = makes_both || dry_run == Py_True ? action_on(context, existing, is_update) : Ref();
     const Ref success = makes_both || dry_run == Py_False ? success_of(context, is_update) : Ref();

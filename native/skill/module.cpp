@@ -1,4 +1,4 @@
-// The module `skill`: what importing it binds, in order.
+// The module `skill`: the names that its import binds, in order.
 #include <array>
 #include <cstdlib>
 #include <memory>
@@ -79,7 +79,7 @@ void execute(Namespace& module) {
     const auto shared = std::make_shared<python::Shared>(std::span<const char* const>(strings));
     const auto define = [&](const python::Definition& definition) { python::define(module, definition, shared); };
 
-    // As when a Python module is executed; creating the data class would put it in the middle.
+    // Bound first, as in a Python module. Otherwise, creating the data class would add it in the middle.
     module.bind("__builtins__", PyEval_GetBuiltins());
     const Ref annotations = checked(PyDict_New());
     module.bind("__annotations__", annotations);
@@ -113,11 +113,11 @@ void execute(Namespace& module) {
     define(function::shadowed_skills);
 }
 
-// The C++ runtime takes a reserve for exceptions when it is loaded, and goes on without if there is none. An allocation
-// that fails then ends the process. Where there is no room for as much now, the reserve has to be doubted.
+// When loaded, the C++ runtime allocates an emergency pool for exceptions, and carries on without it if that fails. A
+// failed allocation then ends the process. If this much memory can't be allocated now, the pool may be missing.
 bool has_reserve_for_exceptions() noexcept {
     constexpr std::size_t size = 73'000;
-    void* volatile room = std::malloc(size);  // volatile: else the compiler leaves the allocation out
+    void* volatile room = std::malloc(size);  // volatile: keeps the compiler from removing the allocation
     std::free(room);
     return room != nullptr;
 }
@@ -139,7 +139,7 @@ PyModuleDef_Slot slots[] = {{Py_mod_exec, reinterpret_cast<void*>(execute_slot)}
                             {Py_mod_multiple_interpreters, Py_MOD_PER_INTERPRETER_GIL_SUPPORTED},
                             {0, nullptr}};
 
-// The module has no state of its own: what its functions need hangs on the functions, which may outlive it.
+// The module has no state. Its functions own what they need, because they may outlive it.
 PyModuleDef definition = {
     PyModuleDef_HEAD_INIT, "skill", module_doc, 0, nullptr, slots, nullptr, nullptr, nullptr,
 };

@@ -1,6 +1,6 @@
-// The strings that the module's bodies use, in one list: `name::` those that are names (globals in the order of the
-// module's namespace, then attributes, methods and keywords), `literal::` the others.
-// Each is called what it says, but for the three names that C++ reserves (two underscores, or one and a capital).
+// The strings that the module's native bodies use: names in `name::` (globals in namespace order, then attributes,
+// methods and keywords), other strings in `literal::`. Constants in `name::` are called like their strings, except
+// those that C++ reserves (two underscores, or an underscore and a capital).
 #pragma once
 
 #include <array>
@@ -73,7 +73,7 @@ namespace tarnel::skill {
 enum class StringIndex : std::size_t { TARNEL_STRINGS(TARNEL_INDEX) };
 #undef TARNEL_INDEX
 
-// NOLINTBEGIN(bugprone-macro-parentheses): namespaces are no expressions
+// NOLINTBEGIN(bugprone-macro-parentheses): a namespace is not an expression
 #define TARNEL_CONSTANT(kind, identifier, text)                                                         \
     namespace kind {                                                                                    \
     inline constexpr auto identifier = static_cast<python::StringId>(StringIndex::kind##_##identifier); \
@@ -82,7 +82,7 @@ TARNEL_STRINGS(TARNEL_CONSTANT)
 #undef TARNEL_CONSTANT
 // NOLINTEND(bugprone-macro-parentheses)
 
-// What these stand for, in the order of the list.
+// The strings, in the order of the list.
 #define TARNEL_STRING(kind, identifier, text) text,
 inline constexpr std::array strings = {TARNEL_STRINGS(TARNEL_STRING)};
 #undef TARNEL_STRING

@@ -1,4 +1,4 @@
-// The choice of directories: every agent finds each skill, through one directory if it can be.
+// Chooses directories so that every agent finds each skill, through a single directory if possible.
 #include "skill/planning.hpp"
 
 #include "python/thread.hpp"
@@ -19,10 +19,10 @@ Ref score_alias() {
 
 namespace {
 
-// How one agent sees a selection of directories.
+// One agent's view of a selection of directories.
 struct Sightings {
     Py_ssize_t count = 0;
-    Py_ssize_t first = 0;  // the smallest position, among the agent's directories, of one that is selected
+    Py_ssize_t first = 0;  // the position of the first selected directory in the agent's list
 };
 
 Sightings sightings(PyObject* directories, PyObject* chosen) {
@@ -78,7 +78,7 @@ bool contains_any(PyObject* container, PyObject* items) {
     return false;
 }
 
-// For each agent in turn its native directory, unless it already finds the skill. Not scored: the quick choice.
+// The greedy choice, without scores: each agent's native directory, unless the agent already finds the skill.
 Ref quick_choice(const CallContext& context, PyObject* agent_roots) {
     const Ref chosen = checked(PyList_New(0));
     const Ref tuples = context.call_method(agent_roots, name::values);
@@ -92,7 +92,7 @@ Ref quick_choice(const CallContext& context, PyObject* agent_roots) {
     return sorted(distinct);
 }
 
-// The selection of the best score among all that can be made of the candidates, a sorted list.
+// The selection with the best score among all subsets of the candidates. Takes and returns a sorted list.
 Ref best_choice(const CallContext& context, PyObject* candidates, PyObject* agent_roots) {
     Ref best = none();
     Ref best_selection = checked(PyList_New(0));
@@ -102,7 +102,7 @@ Ref best_choice(const CallContext& context, PyObject* candidates, PyObject* agen
         const Ref size_object = checked(PyLong_FromSsize_t(size));
         const Ref selections = context.call_method(itertools, name::combinations, {candidates, size_object});
         for (const Ref& selection : Iteration(selections)) {
-            checked(PyErr_CheckSignals());  // with large tables this takes long enough to want to stop it
+            checked(PyErr_CheckSignals());  // with large tables, the user may want to interrupt this
             Ref score = context.call(name::_score, {selection, agent_roots});
             if (is_none(score)) continue;
             if (!is_none(best) && !compare(score, best, Py_LT)) continue;
@@ -113,7 +113,7 @@ Ref best_choice(const CallContext& context, PyObject* candidates, PyObject* agen
     return sorted(best_selection);
 }
 
-// Lets other threads run, and signal handlers, which may end the search.
+// Lets other threads and signal handlers run. A handler may end the search.
 void interrupt_search() {
     {
         const python::ReleasedGil released;
@@ -121,8 +121,8 @@ void interrupt_search() {
     checked(PyErr_CheckSignals());
 }
 
-// The fast path of the choice; null when it is not to be taken. Numbers in place of directories, and a search that
-// leaves out what can't win.
+// The fast path of the choice; null if it doesn't apply. Uses numbers for directories, and a search that prunes
+// selections that can't win.
 Ref choose_natively(const CallContext& context, PyObject* agent_roots) {
     PyObject* limit = context.global_if_plain(name::exhaustive_search_limit);
     if (limit == nullptr || !PyLong_CheckExact(limit)) return {};

@@ -23,7 +23,7 @@ std::optional<PlanningTable> PlanningTable::of(PyObject* agent_roots) {
     table.readings_.reserve(readings);
     table.directories_.reserve(readings);
     table.agents_.reserve(static_cast<std::size_t>(PyDict_GET_SIZE(agent_roots)));
-    const Ref numbers = checked(PyDict_New());  // of the directories, in the order of their first occurrence
+    const Ref numbers = checked(PyDict_New());  // number by directory, in order of first occurrence
     for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, nullptr, &directories) != 0;)
         if (!table.add(directories, numbers)) return {};
     return table;

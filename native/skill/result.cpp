@@ -20,7 +20,7 @@ struct Field {
 constexpr Field fields[] = {{"success", "bool"}, {"scope", "str"},      {"path", "str"},
                             {"message", "str"},  {"installed", "bool"}, {"agents", "tuple[str, ...]"}};
 
-// What the class's body would leave: its names in order of their binding.
+// The namespace that the class body would create, in binding order.
 Ref class_namespace(Namespace& module) {
     Ref names = checked(PyDict_New());
     const auto set = [&](const char* name, PyObject* value) {
@@ -40,7 +40,6 @@ Ref class_namespace(Namespace& module) {
     return names;
 }
 
-// A tuple of strings.
 Ref names_of(Namespace& module, std::initializer_list<const char*> literals) {
     Ref names = checked(PyTuple_New(static_cast<Py_ssize_t>(literals.size())));
     Py_ssize_t index = 0;

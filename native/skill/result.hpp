@@ -1,4 +1,4 @@
-// SkillResult, the record of one operation's outcome.
+// SkillResult, which records the outcome of one operation.
 #pragma once
 
 #include <vector>
@@ -9,16 +9,16 @@
 
 namespace tarnel::skill {
 
-// Makes the class, a data class, and binds it in the module.
+// Creates the data class and binds it in the module.
 void define_skill_result(python::Namespace& module);
 
-// Adds the names of its fields, as a record gives them, to the objects that the bodies recognise.
+// Adds the tuples of keywords that a Record passes to the objects that native bodies recognise.
 void add_result_keywords(python::Namespace& module, std::vector<python::Ref>& recognized);
 
 enum class Outcome { failed, unchanged, written };
 
-// A record in the making, for a document's path. As in the call `SkillResult(..., path=str(path), message=...)`, the
-// class and the path's text come before whatever the other fields take.
+// Builds the SkillResult for a document's path. As in the call `SkillResult(..., path=str(path), message=...)`, looks
+// up the class and the path's text before the values of later fields are computed.
 class Record {
   public:
     Record(const python::CallContext& context, PyObject* scope, Target& target);

@@ -1,4 +1,4 @@
-// Which agents can take skills, and where each of them reads skills: the only reader of the host's agent table.
+// Which agents support skills, and where each reads them. Only this file reads the host's agent table.
 #include "skill/roots.hpp"
 
 #include <optional>
@@ -19,7 +19,7 @@ Ref distinct_texts(PyObject* texts) {
     return distinct;
 }
 
-// Whether the mapping is a plain dict of plain tuples of plain strings: what is asked of it runs no foreign code.
+// Whether the mapping is a plain dict of plain tuples of plain strings, so that using it runs no foreign code.
 bool is_plain(PyObject* agent_roots) {
     if (!PyDict_CheckExact(agent_roots)) return false;
     PyObject* key = nullptr;
@@ -47,7 +47,7 @@ Ref distinct_directories(const CallContext& context, PyObject* agent_roots) {
 
 namespace {
 
-// `text in texts`, for a tuple; nothing if it is none of plain strings.
+// `text in texts`; nothing unless `texts` is a plain tuple of plain strings.
 std::optional<bool> contains_text(PyObject* texts, PyObject* text) {
     if (!PyTuple_CheckExact(texts)) return {};
     bool found = false;
@@ -59,7 +59,7 @@ std::optional<bool> contains_text(PyObject* texts, PyObject* text) {
     return found;
 }
 
-// The fast path of `readers_of`; false, and the list as it may be, when it is not to be taken.
+// The fast path of `readers_of`. If it doesn't apply, returns false and may leave readers in the list.
 bool add_plain_readers(PyObject* readers, PyObject* directory, PyObject* agent_roots) {
     if (!PyUnicode_CheckExact(directory) || !PyDict_CheckExact(agent_roots)) return false;
     PyObject* key = nullptr;
@@ -131,7 +131,7 @@ constinit const python::Definition function::skill_capable_agents = {
 
 namespace {
 
-// Whether looking up a text in the table runs no foreign code.
+// Whether looking up a plain str in the table runs no foreign code.
 bool is_plain_table(PyObject* table) {
     if (!PyDict_CheckExact(table)) return false;
     PyObject* key = nullptr;
@@ -140,7 +140,7 @@ bool is_plain_table(PyObject* table) {
     return true;
 }
 
-// Reads the agent table for one scope, and takes notice of whether anyone can tell that it did.
+// Reads the agent table for one scope, and tracks whether that could be observed.
 class TableReader {
   public:
     TableReader(const CallContext& context, PyObject* scope) : context_(context), scope_(scope) {
@@ -148,7 +148,7 @@ class TableReader {
         is_unnoticed_ = table != nullptr && PyUnicode_CheckExact(scope) && is_plain_table(table);
     }
 
-    // The directories of one agent; null if it has none, or is unknown.
+    // The directories of one agent; null if it has none or is unknown.
     [[nodiscard]] Ref directories(PyObject* key) {
         const Ref record = record_of(key);
         if (is_none(record)) return {};
@@ -179,10 +179,10 @@ class TableReader {
     bool is_unnoticed_;
 };
 
-// For a list or a tuple of plain strings. Each key counts once: what has been added tells which were met, but for the
-// agents without directories.
+// For a list or a tuple of plain strings. Each key counts once: repeated keys are found in `roots` or, for agents
+// without directories, in a list.
 void add_roots_of_texts(TableReader& table, PyObject* roots, PyObject* keys) {
-    const Ref tuple = checked(PySequence_Tuple(keys));  // a record's attributes may change a list
+    const Ref tuple = checked(PySequence_Tuple(keys));  // reading a record's attributes may change a list
     const Ref without_directories = checked(PyList_New(0));
     for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(tuple.get()); i++) {
         PyObject* key = PyTuple_GET_ITEM(tuple.get(), i);

@@ -1,4 +1,4 @@
-// Shadowing: skills that some agent finds at user scope as well as at project scope.
+// Shadowing: skills that some agent finds at both user scope and project scope.
 #include "skill/body.hpp"
 #include "skill/roots.hpp"
 #include "skill/targets.hpp"
@@ -7,7 +7,7 @@ namespace tarnel::skill {
 
 namespace {
 
-// The directories that agents read at one scope, and whether a skill lies in them.
+// The directories that agents read at one scope, and whether a skill is installed in them.
 class ScopeCopies {
   public:
     ScopeCopies(const CallContext& context, PyObject* scope, PyObject* agents, PyObject* project_root)

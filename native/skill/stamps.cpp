@@ -1,4 +1,4 @@
-// Version stamps: read from installed documents, and ordered.
+// Version stamps: reads them from installed documents and compares them.
 #include "skill/stamps.hpp"
 
 #include <algorithm>
@@ -27,7 +27,7 @@ Ref recognized_version_pattern(PyObject* pattern) {
     if (std::string_view(Py_TYPE(pattern)->tp_name) != "re.Pattern") return none();
     const Ref text = checked(PyObject_GetAttrString(pattern, "pattern"));
     const Ref flags = checked(PyObject_GetAttrString(pattern, "flags"));
-    constexpr long multiline_and_unicode = 8 + 32;  // re.MULTILINE, and what patterns for text have
+    constexpr long multiline_and_unicode = 8 + 32;  // re.MULTILINE, and re.UNICODE, which str patterns always have
     const bool is_same = PyUnicode_CheckExact(text.get()) &&
                          PyUnicode_CompareWithASCIIString(text, version_pattern) == 0 &&
                          PyLong_AsLong(flags) == multiline_and_unicode;
@@ -45,13 +45,13 @@ constexpr core::CharacterClasses character_classes = {
     },
 };
 
-// Whether versions are taken apart by `re.match` and nothing else.
+// Whether `re.match` is the original, so that versions can be parsed natively.
 bool matches_plainly(const CallContext& context) {
     PyObject* re = context.global_if_plain(name::re);
     return re != nullptr && context.standard_library().has_original_matching(re);
 }
 
-// The fast path of a comparison of keys; nothing when it is not to be taken.
+// The fast path of comparing keys; nothing if it doesn't apply.
 std::optional<std::strong_ordering> compare_plain_versions(const CallContext& context, PyObject* left,
                                                            PyObject* right) {
     if (!matches_plainly(context)) return {};
@@ -63,7 +63,7 @@ std::optional<std::strong_ordering> compare_plain_versions(const CallContext& co
 
 bool holds(std::strong_ordering order, int operation) { return operation == Py_LT ? order < 0 : order >= 0; }
 
-// The fast path of `_version_tuple`; null when it is not to be taken.
+// The fast path of `_version_tuple`; null if it doesn't apply.
 Ref plain_version_key(const CallContext& context, PyObject* version) {
     if (!matches_plainly(context)) return {};
     auto rest = python::utf8_of(version);
@@ -102,7 +102,7 @@ Ref head_of(PyObject* text) {
     return checked(PyObject_GetItem(text, head));
 }
 
-// What the pattern finds.
+// The version that the pattern finds, or None.
 Ref stamp_in(const CallContext& context, PyObject* head) {
     const Ref pattern = context.global(name::version_re);
     const Ref match = context.call_method(pattern, name::search, {head});
@@ -111,14 +111,14 @@ Ref stamp_in(const CallContext& context, PyObject* head) {
     return context.call_method(match, name::group, {value_group});
 }
 
-// Whether the content of a file needn't be decoded to find what the pattern would find.
+// Whether the stamp can be found without decoding the file's content.
 bool is_searched_plainly(const CallContext& context) {
     return context.global_if_plain(name::version_re) == context.recognized(recognized::version_pattern) &&
            context.standard_library().codec_holds();
 }
 
-// The fast path of `_installed_version`, for a path whose file nothing but the system is asked for. A file that is
-// there may still have to be decoded and searched by others.
+// The fast path of `_installed_version`, for a path whose file can be read by system calls alone. The content may still
+// have to be decoded by a replaced codec and searched by a replaced pattern.
 Ref stamp_of_file(const CallContext& context, const python::SystemPath& path) {
     disk::Reading reading(path.c_str());
     Ref head;
@@ -138,7 +138,7 @@ Ref stamp_of_file(const CallContext& context, const python::SystemPath& path) {
     return stamp_in(context, head);
 }
 
-// The path, for a path object that is read by nothing but its text; nothing for any other.
+// The path, if `path` is an original path object, which its text fully describes; else nothing.
 std::optional<python::SystemPath> plain_path(const CallContext& context, PyObject* path) {
     if (!context.standard_library().paths_hold() || !Py_IS_TYPE(path, context.standard_library().posix_path_type()))
         return {};
@@ -146,7 +146,7 @@ std::optional<python::SystemPath> plain_path(const CallContext& context, PyObjec
     return python::SystemPath::of(text);
 }
 
-// The head of the text; null when the file can't be read.
+// The head of the file's text; null if the file can't be read.
 Ref head_of_file(const CallContext& context, PyObject* path) {
     try {
         const Ref text = context.call_method(path, name::read_text, {}, {{name::encoding, context[literal::utf_8]}});

@@ -10,14 +10,13 @@ namespace tarnel::skill {
 // `re.compile(PATTERN, re.MULTILINE)`: the pattern of a version stamp.
 [[nodiscard]] python::Ref compile_version_pattern(python::Namespace& module);
 
-// The pattern that was compiled, if it is the interpreter's own and finds what `core::find_stamp` does; else None.
+// The compiled pattern, if it is the interpreter's own and finds the same as `core::find_stamp`; else None.
 [[nodiscard]] python::Ref recognized_version_pattern(PyObject* pattern);
 
 // `_installed_version(path)` for a target's path.
 [[nodiscard]] python::Ref installed_version(const python::CallContext& context, Target& target);
 
-// `_version_tuple(version) OPERATOR _version_tuple(__version__)`, not yet tested for truth; `operation` is Py_GE or
-// Py_LT.
+// The object `_version_tuple(version) OPERATOR _version_tuple(__version__)`; `operation` is Py_GE or Py_LT.
 [[nodiscard]] python::Ref compare_with_package(const python::CallContext& context, PyObject* version, int operation);
 
 }  // namespace tarnel::skill

@@ -36,7 +36,7 @@ Ref note_on(const CallContext& context, PyObject* version) {
     return joined({note.get(), " (update available: v", package_version.get(), ")"});
 }
 
-// What is reported for one scope.
+// The report for one scope.
 class ScopeStatus {
   public:
     ScopeStatus(const CallContext& context, PyObject* scope, PyObject* agents)
@@ -60,7 +60,7 @@ class ScopeStatus {
     // `_reading_agents(directory, agent_roots)`
     [[nodiscard]] Ref reading_agents(PyObject* directory) {
         if (!context_.is_own(name::_reading_agents, _reading_agents))
-            readers_ = Ref();  // who is called may change them
+            readers_ = Ref();  // the replacement may change the agent roots
         if (readers_.get() != nullptr) return checked(PyList_AsTuple(PyDict_GetItemWithError(readers_, directory)));
         return context_.call(name::_reading_agents, _reading_agents, {directory, roots_.mapping});
     }
@@ -79,7 +79,7 @@ class ScopeStatus {
     const CallContext& context_;
     PyObject* scope_;
     AgentRoots roots_;
-    Ref readers_;  // lists by directory, while nobody else knows the agent roots; else null
+    Ref readers_;  // lists by directory; null once foreign code may have seen the agent roots
     Ref targets_;
 };
 

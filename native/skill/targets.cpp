@@ -8,10 +8,10 @@ namespace tarnel::skill {
 
 namespace {
 
-// What `_scope_base(scope, project_root)` would give.
+// The result of `_scope_base(scope, project_root)`.
 struct Base {
     core::PathText text;
-    Ref argument;  // to make the path object of: the project's root, or the current directory; null for the home
+    Ref argument;  // for creating the path object: the project root or the current directory; null for the home
 };
 
 bool join(core::PathText& path, PyObject* component) {
@@ -28,7 +28,7 @@ std::optional<Base> home_base(std::string_view home) {
     return base;
 }
 
-// `Path.home()`, when HOME is set and begins with no tilde.
+// `Path.home()`, if HOME is set and doesn't begin with a tilde.
 std::optional<Base> home_base(const CallContext& context) {
     const Ref variable = context.standard_library().home_variable();
     if (variable.get() == nullptr) return {};
@@ -67,7 +67,7 @@ std::optional<Base> plain_base(const CallContext& context, PyObject* scope, PyOb
     return root_base(context, current);
 }
 
-// A path with so many components, and files to be created, makes Python's recursion end in an error.
+// With more components, Python may reach the recursion limit when it creates the directories.
 constexpr std::size_t most_components = 200;
 
 std::optional<python::SystemPath> plain_path(const CallContext& context, PyObject* scope, PyObject* project_root,
@@ -88,7 +88,7 @@ std::optional<python::SystemPath> plain_path(const CallContext& context, PyObjec
 Target::Target(const CallContext& context, PyObject* scope, PyObject* project_root, PyObject* skill_name,
                PyObject* skills_dir)
     : context_(context), plain_(plain_path(context, scope, project_root, skill_name, skills_dir)) {
-    // Asking for the current directory lets other threads run.
+    // os.getcwd() lets other threads run.
     may_have_changed_ = !is_given(project_root) && !python::is_same_text(scope, context[literal::user]);
     if (!plain_) object_ = context.call(name::skill_target_path, {scope, project_root, skill_name, skills_dir});
 }
@@ -152,7 +152,7 @@ constinit const python::Definition function::_scope_base = {
 
 namespace {
 
-// The fast path of `skill_target_path`; null when it is not to be taken.
+// The fast path of `skill_target_path`; null if it doesn't apply.
 Ref plain_object(const CallContext& context, PyObject* scope, PyObject* project_root, PyObject* skill_name,
                  PyObject* skills_dir) {
     if (!PyUnicode_CheckExact(skill_name) || !PyUnicode_CheckExact(skills_dir)) return {};

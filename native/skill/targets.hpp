@@ -1,4 +1,4 @@
-// Where one skill lives, and what is there.
+// The path of one skill's document, and access to the file.
 #pragma once
 
 #include <optional>
@@ -9,9 +9,9 @@
 
 namespace tarnel::skill {
 
-// What `skill_target_path(scope, project_root, skill_name, skills_dir)` gives. On the fast path that is a text, and no
-// path object is made; else it is whatever the call returns. Each operation asks again whether the fast path is still
-// to be taken, and makes the object if it isn't.
+// The result of `skill_target_path(scope, project_root, skill_name, skills_dir)`. On the fast path it is a text,
+// without a path object; otherwise it is the object that the call returned. Each operation checks whether the fast path
+// still applies, and creates the path object if not.
 class Target {
   public:
     Target(const python::CallContext& context, PyObject* scope, PyObject* project_root, PyObject* skill_name,
@@ -23,10 +23,10 @@ class Target {
     // `str(path)`
     [[nodiscard]] python::Ref text();
 
-    // The path, if pathlib would do nothing with it that `python/file_access.hpp` doesn't do as well; else null.
+    // The path, if `python/file_access.hpp` gives the same results for it as pathlib; else null.
     [[nodiscard]] const python::SystemPath* plain();
 
-    // The object.
+    // The path object, created if necessary.
     [[nodiscard]] PyObject* object();
 
   private:
@@ -35,7 +35,7 @@ class Target {
     const python::CallContext& context_;
     std::optional<python::SystemPath> plain_;
     python::Ref object_;
-    bool may_have_changed_ = false;  // what the fast path leaves out, since it was last asked for
+    bool may_have_changed_ = false;  // what the fast path bypasses, since the last check
 };
 
 }  // namespace tarnel::skill

@@ -13,7 +13,6 @@ def test_the_project_is_found_upward(project: Path, monkeypatch: pytest.MonkeyPa
     current.mkdir(parents=True)
     monkeypatch.chdir(current)
     if git == "file":
-        (project / ".git").mkdir()
         (project / "inner/.git").touch()
     elif git == "folder":
         (project / "inner/.git").mkdir()
@@ -35,10 +34,7 @@ def test_hints_name_the_project(tmp_path: Path) -> None:
     put(elsewhere, ".claude/skills", "outdated")
     (hint,) = answer("status", "-C", str(elsewhere))["advice"]
     assert hint["command"][2:] == ["update", "--scope", "project", "-C", str(elsewhere)]
-    (tmp_path / ".git").mkdir()
-    ran = run("status", "-C", str(elsewhere))
-    assert f"-C '{elsewhere}'" in ran.stdout
-    assert f"a folder of the repository {tmp_path}" in ran.stderr
+    assert f"-C '{elsewhere}'" in run("status", "-C", str(elsewhere)).stdout
 
 
 def test_agents_in_use_are_detected(home: Path) -> None:
@@ -58,7 +54,6 @@ def test_agents_in_use_are_detected(home: Path) -> None:
         ("install --agent nobody", ["nobody", "skill agents"]),
         ("install --all-agents --agent claude", ["--agent", "--all-agents", "--detect"]),
         ("install --agent coursor", ["'coursor' is unknown. Did you mean 'cursor'?"]),
-        ("show tarnel-wikki", ["Did you mean 'tarnel-wiki'?"]),
         ("uninstall", ["Did you mean 'remove'?"]),
         ("install Claude", ["Did you mean '--agent claude'?"]),
         ("install --agent claude,cursor", ["Repeat the option for each."]),

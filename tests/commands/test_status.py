@@ -5,8 +5,6 @@ from pathlib import Path
 import pytest
 from running import agents, answer, copy_in, files, put, run
 
-from muvad_tarnel.setup.config import AGENT_CONFIG
-
 
 @pytest.mark.parametrize(
     ("there", "asked", "code", "command"),
@@ -48,8 +46,6 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
     assert len(finds["cursor", "tarnel-map"]) == 2
     assert "  For the user  " in run("status").stdout
-    everyone = {agent["agent"] for agent in answer("status")["agents"]}
-    assert {"claude", "cursor", "amp", "warp"} <= everyone <= {*AGENT_CONFIG} - {"kiro"}
 
 
 @pytest.mark.parametrize(
@@ -72,7 +68,6 @@ def test_shadows(home: Path, project: Path, *, agent: str, user: str, other: str
     assert [agent in way["loses"] for way in row["ways_out"]] == [True, True]
     assert run(*row["ways_out"][0]["command"][2:]).exit_code == 0
     assert files(home) == {f"{user}/{name}/SKILL.md" for name in ("tarnel-map", "tarnel-wiki")}
-    assert answer(*ask)["results"] == []
     for kinds in (("foreign", "current"), ("current", "foreign")):
         for root, directory, kind in zip((home, project), (user, other), kinds, strict=True):
             put(root, directory, kind, "tarnel")
@@ -106,4 +101,3 @@ def test_what_stands_in_the_way_is_no_success(home: Path) -> None:
     put(home, ".claude/skills", "unreadable")
     assert "3 would be kept (dry run).\n" in run("remove", "-n").stdout
     assert "No other copy is modified" in run("diff").stdout
-    assert all("not valid UTF-8" in run(*c.split()).stderr for c in ("update", "install -n --agent cursor"))

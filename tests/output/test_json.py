@@ -37,7 +37,6 @@ def test_every_command(home: Path, project: Path, monkeypatch: pytest.MonkeyPatc
     expected = run(*arguments, "--quiet")
     said = checked(answer(*arguments, "--verbose", exit_code=expected.exit_code))
     assert (said["command"], said["schema"]) == (command.split(maxsplit=1)[0], SCHEMA)
-    assert expected.exit_code in (0, 1)
     assert expected.stdout == "" or command.startswith(("show", "diff"))
     assert len(expected.stderr.splitlines()) >= len(said["errors"])
 

@@ -1,3 +1,3 @@
-"""A program of its own that ships the skills module: this is its package, and this its version."""
+"""The package of a separate program that ships the skills module, with its own version."""
 
 __version__ = "7.4.0"

@@ -7,7 +7,7 @@ from muvad_tarnel.setup import skill
 
 
 def main() -> int:
-    """Report each copy on a line; exit 1 when one failed."""
+    """Print a line for each copy; return 1 if one failed."""
     results = skill.install_skills("project", Path.cwd(), agents=skill.skill_capable_agents())
     for result in results:
         sys.stdout.write(f"{result.path}: {result.message} ({', '.join(result.agents)})\n")

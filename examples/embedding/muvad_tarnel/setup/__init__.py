@@ -1,1 +1,1 @@
-"""Where the module goes: `muvad_tarnel.setup.skill`, beside the table it reads."""
+"""The place for the module, `muvad_tarnel.setup.skill`, next to the agent table it reads."""

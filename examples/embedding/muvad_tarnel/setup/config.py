@@ -1,10 +1,10 @@
-"""The host's own agents. Any object with the two attributes will do for a record."""
+"""The host's own agents. A record can be any object with the two attributes."""
 
 from typing import NamedTuple
 
 
 class Agent(NamedTuple):
-    """What the module reads of an agent: directories relative to a project or to the home, native ones first."""
+    """What the module reads of an agent: directories relative to a project or the home directory, native ones first."""
 
     skills_project_roots: tuple[str, ...]
     skills_user_roots: tuple[str, ...]
