@@ -83,7 +83,7 @@ class TestLinks:
         assert len(answer("update")["results"]) == len(SKILL_TEMPLATES)
         for command in ("status --agent cursor", f"remove {home}/.cursor/skills -n"):
             shown = run(*command.split()).stdout
-            assert re.search("claude/skills .same as .*/.cursor/skills. +all .* Claude Code, Cursor, ", shown), shown
+            assert re.search("claude/skills, same as .*/.cursor/skills +all .* Claude Code, Cursor, ", shown), shown
             assert "twice" not in shown
         assert len(answer("remove", "--dry-run")["results"]) == len(SKILL_TEMPLATES)
 

@@ -55,10 +55,7 @@ def table(request: Request, shadows: Iterable[Shadow]) -> Table:
     """The places of the copies, and what agents make of them."""
     cells = []
     for shadow in shadows:
-        user, project = (
-            request.place(copy.scope, copy.directory) + f" ({copy.state.value})" * (copy.state is not State.CURRENT)
-            for copy in shadow[:2]
-        )
+        user, project = (f"{request.place(copy.scope, copy.directory)} ({copy.state.value})" for copy in shadow[:2])
         records = [AGENT_CONFIG[agent] for agent in shadow.agents]
         effects = grouped((Line(EFFECTS[record.precedence], Tone.WARNING), record.name) for record in records)
         if not shadow.is_different:

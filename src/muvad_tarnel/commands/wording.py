@@ -5,7 +5,7 @@ from itertools import product
 
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import Hint, joined
+from muvad_tarnel.hints import Hint
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Survey, by_file, grouped, readers_of
 from muvad_tarnel.output.report import Advice, Block, Command, Line, Record, Table, Tone
@@ -34,8 +34,7 @@ def shortlist(request: Request, agents: Sequence[str], *others: str) -> list[str
 
 def readers_in_words(request: Request, directories: Iterable[str], scope: Scope) -> str:
     """Who reads any of the directories: some by name, the others as a count."""
-    read = {agent for directory in directories for agent in readers_of(directory, scope)}
-    readers = [agent for agent in AGENT_CONFIG if agent in read]
+    readers = [agent for agent, record in AGENT_CONFIG.items() if {*directories} & {*record.directories(scope)}]
     named = shortlist(request, readers, *(() if request.named else skill.DEFAULT_AGENTS))
     names = [AGENT_CONFIG[agent].name for agent in named]
     others = len(readers) - len(names)
@@ -50,22 +49,18 @@ def which_skills(names: Sequence[str]) -> str:
 def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Line]]) -> list[Block]:
     """The copies, a table for each scope, and a row for those skills of a directory of which the same is to be said."""
     files = by_file(request.survey.copies)
-    skills = grouped(((copy.scope, linked(copy, files[copy.file]), cell), copy.skill) for copy, cell in cells)
-    tables: dict[Scope, list[Sequence[str | Line]]] = {}
-    for (scope, directories, cell), names in skills.items():
-        first, *others = (request.place(scope, directory) for directory in directories)
-        place = f"{first} (same as {joined(others)})" if others else first
-        row = (place, which_skills(list(dict.fromkeys(names))), cell, readers_in_words(request, directories, scope))
-        tables.setdefault(scope, []).append(row)
+
+    def directories(copy: Copy) -> tuple[str, ...]:
+        same = files[copy.file] if not copy.link else []
+        return tuple(each.directory for each in same if each.scope == copy.scope and not each.link) or (copy.directory,)
+
+    pairs = dict.fromkeys(((copy.scope, directories(copy), cell), copy.skill) for copy, cell in cells)
+    rows = []
+    for (scope, same, cell), names in grouped(pairs).items():
+        place = ", same as ".join(request.place(scope, directory) for directory in same)
+        rows.append((scope, (place, which_skills(names), cell, readers_in_words(request, same, scope))))
     columns = ("Directory", "Skills", column, "Read by")
-    return [Table(request.title(scope), columns, rows) for scope, rows in tables.items()]
-
-
-def linked(copy: Copy, same: Iterable[Copy]) -> tuple[str, ...]:
-    """The directories that links make the same as a copy's, at its scope, unless the copy itself is a link."""
-    return tuple(
-        each.directory for each in same if each == copy or not (copy.link or each.link or each.scope != copy.scope)
-    )
+    return [Table(request.title(scope), columns, of_scope) for scope, of_scope in grouped(rows).items()]
 
 
 def obstacles_of(request: Request, copies: Iterable[Copy]) -> list[Obstacle]:

@@ -9,7 +9,7 @@ from typing import NamedTuple
 
 from muvad_tarnel import __version__
 from muvad_tarnel.installed.copies import Copy, State, plain, read_directory
-from muvad_tarnel.roots import Roots
+from muvad_tarnel.roots import SCOPES, Roots
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -90,18 +90,14 @@ class Survey:
         read = {(scope, directory) for scope in scopes for directory in directories_read(agents, scope)}
         return (copy for copy in self.copies if (copy.scope, copy.directory) in read)
 
-    def reads(self, agent: str, scope: Scope, name: str) -> list[Copy]:
-        """The texts, foreign ones too, that an agent reads at a scope, by its directories, each file once."""
-        texts: dict[Path, Copy] = {}
+    def finds(self, agent: str, scope: Scope, name: str, *, foreign: bool = False) -> list[Copy]:
+        """The copies through which an agent finds a skill at a scope, by its directories, each file once."""
+        found: dict[Path, Copy] = {}
         for directory in AGENT_CONFIG[agent].directories(scope) if scope in self.roots else ():
             copy = self._by_place[scope, directory, name]
-            if copy.is_found or copy.state is State.FOREIGN:
-                texts.setdefault(copy.file, copy)
-        return list(texts.values())
-
-    def finds(self, agent: str, scope: Scope, name: str) -> list[Copy]:
-        """The copies among them, through which the agent finds the skill."""
-        return [copy for copy in self.reads(agent, scope, name) if copy.is_found]
+            if copy.is_found or (foreign and copy.state is State.FOREIGN):
+                found.setdefault(copy.file, copy)
+        return list(found.values())
 
     def lacking(self, agent: str, scopes: Iterable[Scope]) -> list[str]:
         """The skills that an agent finds at none of the scopes."""
@@ -116,7 +112,7 @@ class Survey:
         """Every copy with another text that an agent reads at the other scope; a file read at both does not count."""
         pairs = []
         for name, agent in product(skill.SKILL_TEMPLATES, agents):
-            users, projects = self.reads(agent, "user", name), self.reads(agent, "project", name)
+            users, projects = (self.finds(agent, scope, name, foreign=True) for scope in SCOPES)
             both = {copy.file for copy in users} & {copy.file for copy in projects}
             of_ours = (pair for pair in product(users, projects) if any(copy.is_found for copy in pair))
             pairs += [(pair, agent) for pair in of_ours if both.isdisjoint(copy.file for copy in pair)]
