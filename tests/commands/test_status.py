@@ -41,7 +41,7 @@ def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, co
 def test_finds_are_listed_by_agent(home: Path) -> None:
     put(home, ".claude/skills")
     put(home, ".cursor/skills", "current", "tarnel-map")
-    said = answer("status", *agents("claude", "cursor"), "--scope", "user")
+    said = answer("status", "--scope", "user")
     finds = {(a["agent"], f["skill"]): f["paths"] for a in said["agents"] for f in a["finds"]}
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
     assert len(finds["cursor", "tarnel-map"]) == 2

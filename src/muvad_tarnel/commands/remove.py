@@ -66,14 +66,11 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     """The skills directory that is meant by a path, or in the table's spelling."""
     if not text:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
-    paths = {
-        parent_resolved(Path(os.path.abspath(base / Path(text).expanduser())))  # noqa: PTH100 (links stay)
-        for base in (Path(), request.project or Path())
-    }
+    path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (links stay)
     is_scope_known = bool(request.is_scope_given or request.project)
     scopes = request.scopes if is_scope_known else request.roots
     known = [(scope, directory) for scope in scopes for directory in directories_read(AGENT_CONFIG, scope)]
-    found = [place for place in known if parent_resolved(request.roots[place[0]] / place[1]) in paths]
+    found = [place for place in known if parent_resolved(request.roots[place[0]] / place[1]) == path]
     # The table's spelling: at the scope that was given, or in the project when the current directory is below its root.
     if is_scope_known or not os.path.lexists(text):
         spelled = (request.scope if is_scope_known else "project", os.path.normpath(text))
