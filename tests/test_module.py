@@ -7,6 +7,7 @@ import importlib.metadata
 import shutil
 import subprocess
 import sys
+from pathlib import Path
 from typing import Any
 
 import pytest
@@ -59,11 +60,13 @@ def test_the_import_takes_no_dict_watcher() -> None:
     assert (module.__name__, after) == (NAME, before)
 
 
-def test_importing_once_more_gives_a_namespace_of_its_own() -> None:
+def test_importing_once_more_gives_a_namespace_of_its_own(tmp_path: Path) -> None:
     first, second = (fresh_module(skill.__file__) for _ in range(2))
     assert first.SkillResult is not second.SkillResult
     first.SKILL_TEMPLATES["tarnel"] = "first {version}"
     assert first.render_skill_md("1") == "first 1"
+    copy = Path(first.install_skill("project", tmp_path).path)
+    assert copy.read_text(encoding="utf-8") == f"first {muvad_tarnel.__version__}"
     assert second.render_skill_md("1") == skill.render_skill_md("1")
     assert {id(function.__globals__) for function in (second._score, second.install_skill)} == {id(vars(second))}
 
