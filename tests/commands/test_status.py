@@ -3,7 +3,7 @@
 from pathlib import Path
 
 import pytest
-from running import agents, answer, copy_in, files, put, run
+from running import agents, answer, copy_in, put, run
 
 
 @pytest.mark.parametrize(
@@ -15,22 +15,20 @@ from running import agents, answer, copy_in, files, put, run
         ("user .cursor/skills current, user .gemini/skills outdated", "--agent cursor", 0, ""),
         ("user .cursor/skills current, project .gemini/skills outdated", "", 1, "update --scope project"),
         ("user .cursor/skills current, user .claude/skills foreign", "--agent cursor", 1, ""),
-        ("user .cursor/skills current, user .claude/skills unreadable", "--agent gemini --scope project", 1, None),
         ("user .cursor/skills current, user .agents/skills current", "", 0, "remove .cursor/skills --scope user"),
         ("user .claude/skills foreign", "--agent claude", 1, "install --scope user --agent claude"),
-        ("user .claude/skills current, user .claude/skills unreadable tarnel", "", 1, ""),
         ("user .cursor/skills modified, user .agents/skills modified", "", 0, ""),
         ("project .claude/skills current tarnel", "", 1, "install --scope project --agent claude"),
         ("user .claude/skills current, user .kiro/hooks current", "", 0, "install --scope user --agent kiro"),
     ],
 )
-def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, code: int, command: str | None) -> None:
+def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, code: int, command: str) -> None:
     for words in filter(None, there.split(", ")):
         scope, directory, *content = words.split()
         put(home if scope == "user" else project, directory, *content)
     said = answer("status", "--check", *asked.split(), exit_code=code)
     hints = [" ".join(hint["command"][2:]) for hint in said["advice"]]
-    assert command is None or command in (hints or [""])
+    assert command in (hints or [""])
     assert ("be replaced" in str(said["advice"])) is there.startswith("user .claude/skills foreign")
     shown = run("status", *asked.split()).stdout
     assert ("update --force --scope user\n" in shown) is ("foreign" in there)
@@ -45,7 +43,6 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     finds = {(a["agent"], f["skill"]): f["paths"] for a in said["agents"] for f in a["finds"]}
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
     assert len(finds["cursor", "tarnel-map"]) == 2
-    assert "  For the user  " in run("status").stdout
 
 
 @pytest.mark.parametrize(
@@ -63,17 +60,12 @@ def test_shadows(home: Path, project: Path, *, agent: str, user: str, other: str
     (row,) = answer(*ask, exit_code=1)["results"]
     assert [row["user_path"], row["project_path"]] == list(map(str, places.values()))
     assert [found["effect"] for found in row["agents"]] == [effect]
-    assert effect in run(*ask).stdout
     assert "to see:  muvad-tarnel skill shadowed\n" in run("status", *agents(agent)).stdout
     assert [agent in way["loses"] for way in row["ways_out"]] == [True, True]
     assert run(*row["ways_out"][0]["command"][2:]).exit_code == 0
-    assert files(home) == {f"{user}/{name}/SKILL.md" for name in ("tarnel-map", "tarnel-wiki")}
-    for kinds in (("foreign", "current"), ("current", "foreign")):
-        for root, directory, kind in zip((home, project), (user, other), kinds, strict=True):
-            put(root, directory, kind, "tarnel")
-        (row,) = answer(*ask, exit_code=1)["results"]
-        assert (row["user_state"], row["project_state"]) == kinds
-        assert [way["command"] is None for way in row["ways_out"]] == [kind == "foreign" for kind in kinds]
+    put(home, user, "foreign", "tarnel")
+    (row,) = answer(*ask, exit_code=1)["results"]
+    assert (row["user_state"], row["project_state"], row["ways_out"][0]["command"]) == ("foreign", "outdated", None)
 
 
 def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> None:
@@ -97,7 +89,3 @@ def test_what_stands_in_the_way_is_no_success(home: Path) -> None:
     (home / ".claude").write_text("a file")
     assert "3 would fail (dry run).\n" in run("install", "-n").stdout
     assert "would fail" in run("plan", *agents("claude", "kiro")).stdout
-    (home / ".claude").unlink()
-    put(home, ".claude/skills", "unreadable")
-    assert "3 would be kept (dry run).\n" in run("remove", "-n").stdout
-    assert "No other copy is modified" in run("diff").stdout

@@ -42,9 +42,8 @@ def identity(path: Path) -> tuple[int, int] | None:
 
 def test_status_tells_the_state(home: Path, kind: str) -> None:
     state, version, code = CASES[kind][:3]
-    first, *others = answer(*["status", "--check", "--scope", "user", "--agent", "claude"], exit_code=code)["results"]
+    first, *_ = answer(*["status", "--check", "--scope", "user", "--agent", "claude"], exit_code=code)["results"]
     assert (first["path"], first["state"], first["version"]) == (str(copy_in(home, ".claude/skills")), state, version)
-    assert [other["state"] for other in others] == ["current"] * 2
 
 
 @pytest.mark.parametrize("dry", [["--dry-run"], []], ids=["dry", "real"])

@@ -4,6 +4,7 @@ import os
 import re
 import subprocess
 from collections.abc import Callable
+from itertools import product
 from pathlib import Path
 from types import SimpleNamespace
 
@@ -57,13 +58,15 @@ class TestLinks:
         assert run("remove", *PROJECT, "--force", "--skill", "tarnel").exit_code == 0
         assert ((project / "README.md").read_text(), copy.is_symlink()) == ("mine", False)
 
-    @pytest.mark.parametrize(("kind", "code", "word"), [("current", 0, "note"), ("outdated", 1, "Error")])
-    def test_one_out_of_the_repository(self, home: Path, project: Path, kind: str, code: int, word: str) -> None:
-        put(home, ".claude/skills", kind)
-        (project / ".claude").symlink_to(home / ".claude")
-        for command in ("install", "status --check"):
+    def test_one_out_of_the_repository_is_noted(self, home: Path, project: Path) -> None:
+        (link := project / ".claude").symlink_to(home / ".claude")
+        for kind, command in product(("current", "outdated"), ("install", "status --check")):
+            put(home, ".claude/skills", kind)
             result = run(*command.split(), *PROJECT)
-            assert (result.exit_code, result.stderr.split(":")[:2]) == (code, [word, f" {project}/.claude"])
+            said = result.stderr.partition(": a link to")[0]
+            assert (result.exit_code, said) == {"current": (0, f"note: {link}"), "outdated": (1, f"Error: {link}")}[
+                kind
+            ]
 
     def test_those_of_dotfile_managers_are_followed(self, home: Path, tmp_path: Path) -> None:
         actual = put(tmp_path, "dotfiles/skills", "outdated", "tarnel")
@@ -85,7 +88,8 @@ class TestLinks:
             shown = run(*command.split()).stdout
             assert re.search("claude/skills, same as .*/.cursor/skills +all .* Claude Code, Cursor, ", shown), shown
             assert "twice" not in shown
-        assert len(answer("remove", "--dry-run")["results"]) == len(SKILL_TEMPLATES)
+        (row,) = answer("plan", *agents("claude", "cursor"))["results"]
+        assert [served["why"] for served in row["serves"]] == ["its own directory"] * 2
 
 
 class TestFailures:
