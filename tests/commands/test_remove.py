@@ -24,7 +24,7 @@ def test_a_directory_tells_its_scope(home: Path, project: Path, arguments: str, 
     put(project, ".claude/skills")
     put(home, ".cursor/skills", "current", "tarnel")
     removed = run("remove", *arguments.split())
-    assert (removed.exit_code, "~/.cursor/skills has copies" in removed.stdout) == (0, arguments == ".cursor/skills")
+    assert (removed.exit_code, "use --scope user" in removed.stdout) == (0, arguments == ".cursor/skills")
     assert [name for name, root in (("home", home), ("project", project)) if holding_all(root)] == left.split()
 
 

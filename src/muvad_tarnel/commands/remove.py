@@ -22,7 +22,7 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 @click.argument("directories", metavar="[DIRECTORY]...", nargs=-1)
 @skill_option
 @click.option(
-    "--force", is_flag=True, help="Also delete other texts, without a backup, and links to SKILL.md or its directory."
+    "--force", is_flag=True, help="Delete any text, without a backup, and links in place of SKILL.md or its directory."
 )
 @dry_run_option
 def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool) -> Report:
@@ -55,7 +55,7 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     losses = list(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done]))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
     own = {c.place for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places}
-    where += f"; {joined(sorted(own))} has copies: use --scope user" if directories and own else ""
+    where += f"; for those in {joined(sorted(own))}, use --scope user" if directories and own else ""
     nothing = [] if outcomes else [Line(f"Nothing to remove {where}.", Tone.GOOD)]
     report = report_of(request, outcomes, (), [*nothing, *remarks])
     again = [] if request.dry_run else advised(request, losses, "to install again:")
