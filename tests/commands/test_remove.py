@@ -10,11 +10,10 @@ from running import agents, answer, files, holding_all, put, run
     ("arguments", "left"),
     [
         (".claude/skills", "home"),
-        ("./.claude/skills/", "home"),
         (".claude/skills --scope user", "project"),
-        ("{home}/.claude/skills", "project"),
         ("~/.claude/skills .claude/skills", ""),
         ("../home/.claude/skills", "project"),
+        (".cursor/skills", "home project"),
         ("", "project"),
         ("-C .", "home"),
         ("-C . --scope user", "project"),
@@ -23,17 +22,22 @@ from running import agents, answer, files, holding_all, put, run
 def test_a_directory_tells_its_scope(home: Path, project: Path, arguments: str, left: str) -> None:
     put(home, ".claude/skills")
     put(project, ".claude/skills")
-    assert run("remove", *arguments.format(home=home).split()).exit_code == 0
+    put(home, ".cursor/skills", "current", "tarnel")
+    removed = run("remove", *arguments.split())
+    assert (removed.exit_code, "use --scope user" in removed.stdout) == (0, arguments == ".cursor/skills")
     assert [name for name, root in (("home", home), ("project", project)) if holding_all(root)] == left.split()
 
 
-def test_a_directory_may_be_relative_to_the_project(project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_the_current_directory_may_be_elsewhere(home: Path, project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
     put(project, ".cursor/skills")
     (project / ".git").mkdir()
     (project / "src").mkdir()
     monkeypatch.chdir(project / "src")
     assert run("remove", ".cursor/skills").exit_code == 0
     assert files(project) == set()
+    put(home, ".claude/skills")
+    monkeypatch.chdir(home)  # both scopes are the same place
+    assert {row["scope"] for row in answer("remove", f"{home}/.claude/skills")["results"]} == {"user"}
 
 
 def test_unknown_directories_are_usage_errors(home: Path) -> None:
@@ -54,11 +58,11 @@ def test_it_undoes_an_install(home: Path) -> None:
         run("remove")
 
 
-def test_a_directory_out_of_reach_keeps_nothing_else(home: Path) -> None:
+def test_a_directory_out_of_reach_keeps_nothing_else(home: Path, project: Path) -> None:
     put(home, ".kiro/skills")
     (home / ".claude").symlink_to(".claude")
     result = run("remove")
     assert (result.exit_code, holding_all(home)) == (1, set())
-    assert result.stderr.startswith(f"Error: {home}/.claude")
-    assert "3 files removed, 3 kept.\nKiro no longer finds any skill at user scope.\n" in result.stdout
-    assert "to install again:  muvad-tarnel skill install --scope user --agent kiro\n" in result.stdout
+    assert "3 files removed, 3 unreadable.\nKiro no longer finds any skill at user scope.\n" in result.stdout
+    (project / ".claude").symlink_to("/nowhere")
+    assert run("remove", "--force", "-C", ".").stderr == run("install", "-C", ".").stderr

@@ -1,8 +1,10 @@
 """Nothing is lost and nobody harmed: links, failures at any moment, other installers."""
 
 import os
+import re
 import subprocess
 from collections.abc import Callable
+from itertools import product
 from pathlib import Path
 from types import SimpleNamespace
 
@@ -56,6 +58,16 @@ class TestLinks:
         assert run("remove", *PROJECT, "--force", "--skill", "tarnel").exit_code == 0
         assert ((project / "README.md").read_text(), copy.is_symlink()) == ("mine", False)
 
+    def test_one_out_of_the_repository_is_noted(self, home: Path, project: Path) -> None:
+        (link := project / ".claude").symlink_to(home / ".claude")
+        for kind, command in product(("current", "outdated"), ("install", "status --check")):
+            put(home, ".claude/skills", kind)
+            result = run(*command.split(), *PROJECT)
+            said = result.stderr.partition(": a link to")[0]
+            assert (result.exit_code, said) == {"current": (0, f"note: {link}"), "outdated": (1, f"Error: {link}")}[
+                kind
+            ]
+
     def test_those_of_dotfile_managers_are_followed(self, home: Path, tmp_path: Path) -> None:
         actual = put(tmp_path, "dotfiles/skills", "outdated", "tarnel")
         link = put(home, ".claude/skills", "missing", "tarnel")
@@ -72,9 +84,12 @@ class TestLinks:
         (home / ".cursor").mkdir()
         (home / ".cursor/skills").symlink_to("../.claude/skills")
         assert len(answer("update")["results"]) == len(SKILL_TEMPLATES)
-        shown = run("status", *agents("cursor"), "--scope", "user").stdout
-        assert ("lead to the same files" in shown, "twice" in shown) == (True, False)
-        assert len(answer("remove", "--dry-run")["results"]) == len(SKILL_TEMPLATES)
+        for command in ("status --agent cursor", f"remove {home}/.cursor/skills -n"):
+            shown = run(*command.split()).stdout
+            assert re.search("claude/skills, same as .*/.cursor/skills +all .* Claude Code, Cursor, ", shown), shown
+            assert "twice" not in shown
+        (row,) = answer("plan", *agents("claude", "cursor"))["results"]
+        assert [served["why"] for served in row["serves"]] == ["its own directory"] * 2
 
 
 class TestFailures:

@@ -11,18 +11,19 @@ ESCAPE = "\x1b["
 
 
 @pytest.mark.parametrize("columns", [60, 80, 100, 120])
-@pytest.mark.parametrize("command", ["install -n", "status -v", "plan", "shadowed", "agents"])
+@pytest.mark.parametrize("command", ["install -n", "status -v", "plan", "shadowed --agent warp", "agents"])
 def test_tables_fit_and_lose_nothing(home: Path, project: Path, command: str, columns: int) -> None:
     put(home, ".claude/skills", "outdated")
     put(home, ".config/opencode/skills", "foreign")
     put(project, ".windsurf/skills")
     put(project, ".cursor/skills", "modified")
-    all_agents = () if command == "agents" else ("--all-agents",)
+    all_agents = () if "agent" in command else ("--all-agents",)
     arguments = ("skill", *command.split(), *all_agents, "--color", "never")
     screen, wide = (run_on_terminal(*arguments, columns=width) for width in (columns, 1000))
     unbroken = re.compile(r"note: |Error: | +(to \w+.*:|removed) ")
     whole = [line for line in screen.lines if not unbroken.match(line)]
     assert [line for line in whole if len(line) > columns] == []
+    assert "shadowed" not in command or ("Effect: " in screen.text) is (columns <= 60)
     assert re.findall("to fix: .*", wide.text) == re.findall("to fix: .*", screen.text)
     shown, lost = (Counter(re.findall(r"[^\s\u2500:]+", text)) for text in (screen.text, wide.text))
     assert not {word for word in lost - shown if not word.startswith("/")}

@@ -13,8 +13,7 @@ ROOTS = {(key, scope): record.directories(scope) for key, record in resolved({})
 
 @pytest.mark.parametrize("row", ROOTS.values(), ids=map("-".join, ROOTS))
 def test_a_row_is_well_formed(row: tuple[str, ...]) -> None:
-    assert row, "every agent can be installed for at both scopes"
-    assert len(set(row)) == len(row)
+    assert len(set(row)) == len(row) > 0, "every agent can be installed for at both scopes"
     for directory in row:
         assert str(PurePosixPath(directory)) == directory, "no trailing or doubled slash"
         assert not re.search(r"^/|\.\.|[~$]", directory)
@@ -25,13 +24,10 @@ def test_a_row_is_well_formed(row: tuple[str, ...]) -> None:
     [
         ("CLAUDE_CONFIG_DIR", "{home}/work/claude", "claude", "work/claude/skills"),
         ("CLAUDE_CONFIG_DIR", "/srv/claude/", "claude", "/srv/claude/skills"),
-        ("CLAUDE_CONFIG_DIR", "{home}/.claude", "claude", ".claude/skills"),
         ("CLAUDE_CONFIG_DIR", "{home}/../ada", "claude", "{home}/../ada/skills"),
         ("CLAUDE_CONFIG_DIR", "", "claude", ".claude/skills"),
         ("CLAUDE_CONFIG_DIR", "relative", "claude", ".claude/skills"),
-        ("PI_CODING_AGENT_DIR", "/srv", "pi", "/srv/skills"),
         ("XDG_CONFIG_HOME", "/srv", "amp", "/srv/agents/skills"),
-        ("XDG_CONFIG_HOME", "{home}/cfg", "crush", "cfg/crush/skills"),
     ],
 )
 def test_variables_move_directories(home: Path, *, variable: str, value: str, agent: str, directory: str) -> None:

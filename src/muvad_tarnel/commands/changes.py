@@ -64,7 +64,8 @@ def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
     """What became of one copy."""
     state, action = outcome.copy.state, outcome.action
     if outcome.obstacle:
-        return Line("kept" if action == "remove" else "failed", Tone.BAD)
+        real, dry = ("kept", "would be kept") if action == "remove" else ("failed", "would fail")
+        return Line(dry if dry_run else real, Tone.BAD)
     if action == "none":
         if state is State.CURRENT:
             return Line("already up to date", Tone.GOOD)
@@ -76,18 +77,18 @@ def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
 def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
     """One line: how many were changed, are current, and failed."""
     done = [outcome.action for outcome in outcomes if outcome.is_done]
-    failed = [outcome.action for outcome in outcomes if outcome.obstacle]
+    failed = [result_cell(outcome, dry_run=dry_run).text for outcome in outcomes if outcome.obstacle]
     idle = [outcome.copy.state for outcome in outcomes if outcome.action == "none"]
     files = "1 file" if len(done) == 1 else f"{len(done)} files"
-    verb, past, failing = ("remove", "removed", "kept") if "remove" in done + failed else ("write", "written", "failed")
-    parts = [f"would {verb} {files} (dry run)" if dry_run else f"{files} {past}"] if done else []
+    verb, past = ("remove", "removed") if "remove" in done else ("write", "written")
+    parts = [f"would {verb} {files}" if dry_run else f"{files} {past}"] if done else []
     if current := idle.count(State.CURRENT):
         parts.append(f"{count(current)} already up to date")
     others = (state for state in dict.fromkeys(idle) if state is not State.CURRENT)
     parts += [f"{idle.count(state)} {state.value}" for state in others]
     if failed:
-        parts.append(f"{len(failed)} {failing}")
-    text = ", ".join(parts)
+        parts.append(f"{len(failed)} {failed[0]}")
+    text = ", ".join(parts) + " (dry run)" * dry_run
     tone = Tone.BAD if failed else Tone.WARNING if State.UNREADABLE in idle else Tone.GOOD
     return Line(f"{text[0].upper()}{text[1:]}.", tone)
 
@@ -103,7 +104,7 @@ def report_of(request: Request, outcomes: Sequence[Outcome], agents: Sequence[st
     """The report on changes for the agents, with remarks after the summary."""
     dry_run, after = request.dry_run, survey_after(request, outcomes)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
-    unreadable = obstacles_of(o.copy for o in outcomes if o.action == "none" and o.copy.state is State.UNREADABLE)
+    unreadable = obstacles_of(request, (o.copy for o in outcomes if o.action == "none"))
     # What has failed is not to be tried at once.
     hints = [] if obstacles else advice(after, request.scopes, agents)
     given = [] if dry_run else advised(request, hints)  # they are for what is on the disk

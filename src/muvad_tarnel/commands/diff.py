@@ -28,10 +28,10 @@ def diff(request: Request) -> Report:
     """
     read = request.survey.read_by(request.named or AGENT_CONFIG, request.scopes)
     copies = each_once(copy for copy in read if copy.exists)
-    obstacles = obstacles_of(copies)
-    readable = (copy for copy in copies if copy.content is not None and not copy.misplaced)
-    differing = [copy for copy in readable if not copy.is_ours or copy.state is State.NEWER]
-    which, tone = ("No other", Tone.NEUTRAL) if obstacles else ("No", Tone.GOOD)
+    others = [copy for copy in copies if not copy.is_ours or copy.state is State.NEWER]
+    obstacles = obstacles_of(request, others)
+    differing = [copy for copy in others if copy.content is not None and not copy.misplaced]
+    which, tone = ("No other", Tone.NEUTRAL) if others else ("No", Tone.GOOD)
     nothing = Line(f"{which} copy is modified, newer or foreign.", tone)
     return Report(
         [Document("".join(map(unified, differing)), is_diff=True) if differing else nothing],

@@ -6,7 +6,7 @@ from pathlib import Path
 
 import click
 
-from muvad_tarnel.commands.changes import change_all, report_of
+from muvad_tarnel.commands.changes import Outcome, change_all, report_of
 from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import advised
@@ -22,7 +22,7 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 @click.argument("directories", metavar="[DIRECTORY]...", nargs=-1)
 @skill_option
 @click.option(
-    "--force", is_flag=True, help="Also delete texts that this package did not write, without a backup; and links."
+    "--force", is_flag=True, help="Delete any text, without a backup, and links in place of SKILL.md or its directory."
 )
 @dry_run_option
 def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool) -> Report:
@@ -48,14 +48,18 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     wanted = (copy for place in places for copy in survey.at(*place))
     copies = {copy.link or copy.file: copy for copy in reversed(list(wanted)) if copy.exists}
     chosen = [copy for copy in reversed(copies.values()) if not names or copy.skill in names]
-    outcomes = change_all(request, chosen, removes=True, force=force)
+    reached = [copy for copy in chosen if copy.link or os.path.lexists(copy.path)]
+    outcomes = change_all(request, reached, removes=True, force=force)
+    outcomes += (Outcome(copy) for copy in chosen if copy not in reached)
     where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
     losses = list(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done]))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
+    own = {c.place for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places}
+    where += f"; for those in {joined(sorted(own))}, use --scope user" if directories and own else ""
     nothing = [] if outcomes else [Line(f"Nothing to remove {where}.", Tone.GOOD)]
     report = report_of(request, outcomes, (), [*nothing, *remarks])
     again = [] if request.dry_run else advised(request, losses, "to install again:")
-    return report._replace(advice=[*again, *report.advice])
+    return report._replace(advice=[*again, *report.advice], exit_code=report.exit_code or int(reached != chosen))
 
 
 def meant(request: Request, text: str) -> tuple[Scope, str]:

@@ -17,12 +17,12 @@ from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
 @skill_command("pair", agents="those that find a skill")
-@click.option("--check", is_flag=True, help="Exit 1 if an agent finds different copies of a skill.")
+@click.option("--check", is_flag=True, help="Exit 1 if an agent reads different texts of a skill.")
 def shadowed(request: Request, *, check: bool) -> Report:
     """Show skills that another copy may hide.
 
     An agent that finds a skill both for the user and in the project may use one copy, however old, and never the
-    other. Copies with the same text do no harm; -v lists them. Nothing is written.
+    other. A foreign text hides a copy as well. Copies with the same text do no harm; -v lists them. Nothing is written.
 
     \b
     Examples:
@@ -55,7 +55,7 @@ def table(request: Request, shadows: Iterable[Shadow]) -> Table:
     """The places of the copies, and what agents make of them."""
     cells = []
     for shadow in shadows:
-        user, project = (request.place(copy.scope, copy.directory) for copy in shadow[:2])
+        user, project = (f"{request.place(copy.scope, copy.directory)} ({copy.state.value})" for copy in shadow[:2])
         records = [AGENT_CONFIG[agent] for agent in shadow.agents]
         effects = grouped((Line(EFFECTS[record.precedence], Tone.WARNING), record.name) for record in records)
         if not shadow.is_different:
@@ -96,6 +96,8 @@ def record(request: Request, shadow: Shadow) -> Record:
         "skill": shadow.user.skill,
         "user_path": str(shadow.user.path),
         "project_path": str(shadow.project.path),
+        "user_state": shadow.user.state.value,
+        "project_state": shadow.project.state.value,
         "different": shadow.is_different,
         "agents": [{"agent": agent, "precedence": how, "effect": EFFECTS[how]} for agent, how in precedences.items()],
         "ways_out": [way_out(request, copy) for copy in shadow[:2]],

@@ -10,7 +10,7 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.hints import advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy, State
-from muvad_tarnel.installed.survey import by_file
+from muvad_tarnel.installed.survey import grouped
 from muvad_tarnel.installed.writing import obstacle_to_writing
 from muvad_tarnel.output.report import Block, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
@@ -51,18 +51,15 @@ def status(request: Request, *, check: bool) -> Report:
     survey, scopes, named = request.survey, request.scopes, request.named
     nothing = not any(copy.exists and copy.scope in scopes for copy in survey.copies)
     finding = survey.finders(scopes)
-    partly = [agent for agent in finding if survey.lacking(agent, scopes)]
+    agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
+    lacking = [agent for agent in agents if survey.lacking(agent, scopes)]
+    partly = [agent for agent in lacking if agent in finding]
     obstacles = {agent: in_the_way(survey, scopes, agent) for agent in partly if not named}
-    wanted = [agent for agent in partly if agent in request.in_use or not obstacles.get(agent)]
+    wanted = [agent for agent in lacking if agent in request.in_use or not obstacles.get(agent)]
     unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, wanted)
     hints = advice(survey, scopes, named or unnamed, about=named or AGENT_CONFIG)
     copies = list(listed(request))
-    agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
-    is_wrong = (
-        any(copy.state in _WRONG for copy in copies)
-        or any(survey.lacking(agent, scopes) for agent in named)
-        or (not named and (nothing or bool(partly)))
-    )
+    is_wrong = any(copy.state in _WRONG for copy in copies) or (lacking if named else nothing or partly)
     given = wording.advised(request, hints)
     return Report(
         blocks(request, copies, agents, explains_doubles=not given),
@@ -70,8 +67,8 @@ def status(request: Request, *, check: bool) -> Report:
         {"roots": {scope: str(request.roots[scope]) for scope in scopes}},
         agents=wording.agent_records(survey, scopes, agents),
         advice=given,
-        errors=[*wording.obstacles_of(copies), *chain(*obstacles.values(), *(hint.obstacles for hint in hints))],
-        exit_code=int(check and is_wrong),
+        errors=[*chain(wording.obstacles_of(request, copies), *obstacles.values(), *(h.obstacles for h in hints))],
+        exit_code=int(check and bool(is_wrong)),
     )
 
 
@@ -119,17 +116,15 @@ def finds_cell(request: Request, agent: str, scope: Scope) -> Line:
 
 
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
-    """What the tables do not show: foreign copies, linked directories, shadowing."""
-    foreign = [copy for copy in copies if copy.state is State.FOREIGN]
-    for copy in foreign:
+    """What the tables do not show: foreign and modified copies, shadowing."""
+    others = [copy for copy in copies if copy.state in (State.FOREIGN, State.MODIFIED)]
+    for copy in (each for each in others if each.state is State.FOREIGN):
         yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)
-    for scope in dict.fromkeys(copy.scope for copy in foreign if not obstacle_to_writing(copy)):
-        for label, words in (("to see:", ["diff"]), ("to replace all it shows, kept as .bak:", ["update", "--force"])):
-            yield Command(label, request.command(scope, [*words, "--scope", scope]))
-    files = by_file(copy for copy in copies if copy.exists).values()
-    for places in sorted({tuple(request.place(c.scope, c.directory) for c in same) for same in files}):
-        if len(set(places)) > 1:
-            yield Line(f"{joined(places)} lead to the same files, which count once.")
+    for scope, states in grouped((copy.scope, copy.state) for copy in others if not obstacle_to_writing(copy)).items():
+        yield Command("to see what differs:", request.command(scope, ["diff", "--scope", scope]))
+        if State.FOREIGN in states:
+            label = "to replace all it shows, kept as .bak:"
+            yield Command(label, request.command(scope, ["update", "--force", "--scope", scope]))
     shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
     if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
         which = skills_of(names)

@@ -7,7 +7,7 @@ from muvad_tarnel.commands.request import Request
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import Hint
 from muvad_tarnel.installed.copies import Copy, State
-from muvad_tarnel.installed.survey import Survey, grouped, readers_of
+from muvad_tarnel.installed.survey import Survey, by_file, grouped, readers_of
 from muvad_tarnel.output.report import Advice, Block, Command, Line, Record, Table, Tone
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
@@ -32,9 +32,9 @@ def shortlist(request: Request, agents: Sequence[str], *others: str) -> list[str
     return wanted if is_short and len(wanted) + 1 < len(agents) else list(agents)
 
 
-def readers_in_words(request: Request, directory: str, scope: Scope) -> str:
-    """Who reads a directory: some by name, the others as a count."""
-    readers = readers_of(directory, scope)
+def readers_in_words(request: Request, directories: Iterable[str], scope: Scope) -> str:
+    """Who reads any of the directories: some by name, the others as a count."""
+    readers = [agent for agent, record in AGENT_CONFIG.items() if {*directories} & {*record.directories(scope)}]
     named = shortlist(request, readers, *(() if request.named else skill.DEFAULT_AGENTS))
     names = [AGENT_CONFIG[agent].name for agent in named]
     others = len(readers) - len(names)
@@ -48,19 +48,28 @@ def which_skills(names: Sequence[str]) -> str:
 
 def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Line]]) -> list[Block]:
     """The copies, a table for each scope, and a row for those skills of a directory of which the same is to be said."""
-    skills = grouped(((copy.scope, copy.directory, cell), copy.skill) for copy, cell in cells)
-    tables = grouped(
-        (scope, (request.place(scope, place), which_skills(names), cell, readers_in_words(request, place, scope)))
-        for (scope, place, cell), names in skills.items()
-    )
+    files = by_file(request.survey.copies)
+
+    def directories(copy: Copy) -> tuple[str, ...]:
+        same = files[copy.file] if not copy.link else []
+        return tuple(each.directory for each in same if each.scope == copy.scope and not each.link) or (copy.directory,)
+
+    pairs = dict.fromkeys(((copy.scope, directories(copy), cell), copy.skill) for copy, cell in cells)
+    rows = []
+    for (scope, same, cell), names in grouped(pairs).items():
+        place = ", same as ".join(request.place(scope, directory) for directory in same)
+        rows.append((scope, (place, which_skills(names), cell, readers_in_words(request, same, scope))))
     columns = ("Directory", "Skills", column, "Read by")
-    return [Table(request.title(scope), columns, rows) for scope, rows in tables.items()]
+    return [Table(request.title(scope), columns, of_scope) for scope, of_scope in grouped(rows).items()]
 
 
-def obstacles_of(copies: Iterable[Copy]) -> list[Obstacle]:
-    """Why copies that are there cannot be read, or must not be written."""
-    obstacles = (copy.misplaced or copy.obstacle for copy in copies if copy.exists)
-    return [obstacle for obstacle in obstacles if obstacle]
+def obstacles_of(request: Request, copies: Iterable[Copy]) -> list[Obstacle]:
+    """Why copies that are there cannot be read or updated. A link that no update must follow is only a note."""
+    found = [(copy.misplaced or copy.obstacle, copy) for copy in copies if copy.exists]
+    obstacles = [obstacle for obstacle, copy in found if obstacle and (copy.obstacle or copy.is_stale)]
+    for link in dict.fromkeys(obstacle for obstacle, _ in found if obstacle and obstacle not in obstacles):
+        request.console.note(f"{link.path}: {link.problem}; install and update refuse to write there")
+    return obstacles
 
 
 def copy_record(copy: Copy) -> Record:

@@ -9,13 +9,13 @@ from typing import NamedTuple
 
 from muvad_tarnel import __version__
 from muvad_tarnel.installed.copies import Copy, State, plain, read_directory
-from muvad_tarnel.roots import Roots
+from muvad_tarnel.roots import SCOPES, Roots
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 
 class Shadow(NamedTuple):
-    """Two files of one skill, one at each scope, and the agents that find both, so that one may hide the other."""
+    """Two texts of one skill, one at each scope, and the agents that read both, so that one may hide the other."""
 
     user: Copy
     project: Copy
@@ -90,12 +90,12 @@ class Survey:
         read = {(scope, directory) for scope in scopes for directory in directories_read(agents, scope)}
         return (copy for copy in self.copies if (copy.scope, copy.directory) in read)
 
-    def finds(self, agent: str, scope: Scope, name: str) -> list[Copy]:
+    def finds(self, agent: str, scope: Scope, name: str, *, foreign: bool = False) -> list[Copy]:
         """The copies through which an agent finds a skill at a scope, by its directories, each file once."""
         found: dict[Path, Copy] = {}
         for directory in AGENT_CONFIG[agent].directories(scope) if scope in self.roots else ():
             copy = self._by_place[scope, directory, name]
-            if copy.is_found:
+            if copy.is_found or (foreign and copy.state is State.FOREIGN):
                 found.setdefault(copy.file, copy)
         return list(found.values())
 
@@ -109,12 +109,13 @@ class Survey:
         return [agent for agent in agents if any(self.finds(agent, *place) for place in places)]
 
     def shadows(self, agents: Iterable[str]) -> list[Shadow]:
-        """Every two files of a skill that an agent finds at the two scopes; a file found at both does not count."""
+        """Every copy with another text that an agent reads at the other scope; a file read at both does not count."""
         pairs = []
         for name, agent in product(skill.SKILL_TEMPLATES, agents):
-            users, projects = self.finds(agent, "user", name), self.finds(agent, "project", name)
+            users, projects = (self.finds(agent, scope, name, foreign=True) for scope in SCOPES)
             both = {copy.file for copy in users} & {copy.file for copy in projects}
-            pairs += [(pair, agent) for pair in product(users, projects) if both.isdisjoint(copy.file for copy in pair)]
+            of_ours = (pair for pair in product(users, projects) if any(copy.is_found for copy in pair))
+            pairs += [(pair, agent) for pair in of_ours if both.isdisjoint(copy.file for copy in pair)]
         return [Shadow(user, project, found_by) for (user, project), found_by in grouped(pairs).items()]
 
     def losses(self, copies: Iterable[Copy], scope: Scope) -> dict[str, list[str]]:

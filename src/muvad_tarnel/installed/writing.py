@@ -152,14 +152,14 @@ def clean_up(copies: Iterable[Copy]) -> None:
 
 def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
     """What keeps a copy from being removed: a text or link that is not ours, unless forced, or the disk."""
-    if copy.obstacle and (os.path.isdir(copy.path) or not os.path.lexists(copy.path)):  # noqa: PTH112 (never raises)
+    if copy.obstacle and os.path.isdir(copy.path):  # noqa: PTH112 (never raises)
         return copy.obstacle
     link = copy.link
     if copy.misplaced and not (link and copy.may_hold(link.parent.resolve())):
         return copy.misplaced
     reason = reason_to_keep(copy)
     if reason and not force:
-        return Obstacle(str(copy.path), reason, "use --force to remove it")
+        return Obstacle(str(copy.path), reason, "rename it to keep it, or delete it with remove --force")
     return obstacle_to_entries((link or copy.file).parent)
 
 

@@ -65,8 +65,8 @@ def plain_text(blocks: list[Block]) -> str:
     lines: list[str] = []
     for block in blocks:
         match block:
-            case Table(title, _, rows):
-                texts = [[printable(cell.text if isinstance(cell, Line) else cell) for cell in row] for row in rows]
+            case Table(title, columns, rows):
+                texts = [[printable(c.text if isinstance(c, Line) else c) for c in row] for row in (columns, *rows)]
                 widths = [max(map(len, column)) for column in zip(*texts, strict=True)]
                 lines += [""] * bool(lines) + [printable(title)] * bool(title)
                 lines += ["  ".join(map(str.ljust, row, widths)).rstrip() for row in texts]

@@ -19,6 +19,7 @@ _DIFF_STYLES = {"+": "green", "-": "red", "@": "cyan"}
 _BOX = box.Box("    \n    \n" + "\u2500" * 4 + "\n" + "    \n" * 5)  # a rule below the headings
 # A mark stays on the line of the word that follows it.
 _WORDS = re.compile(r"\S \S+|\S+")
+_LEAST = 15  # in a narrower column prose has hardly more than a word on a line
 
 
 def drawn(blocks: list[Block], *, has_colour: bool) -> str:
@@ -56,10 +57,11 @@ def draw(console: Console, block: Block) -> None:
 
 
 def widths_of(columns: Sequence[str], rows: list[list[Text]], available: int) -> list[int]:
-    """The widths at which the columns fit with no word broken; none if there are no such widths."""
+    """The widths at which the columns fit, prose and all words readable; none if there are no such widths."""
     cells = [[heading, *(text.plain for text in texts)] for heading, *texts in zip(columns, *rows, strict=True)]
-    least = [max(map(cell_len, _WORDS.findall(" ".join(column)))) for column in cells]
     widths = [max(map(cell_len, column)) for column in cells]
+    words = (max(map(cell_len, _WORDS.findall(" ".join(column)))) for column in cells)
+    least = [min(width, max(word, _LEAST)) for width, word in zip(widths, words, strict=True)]
     while sum(widths) + 2 * len(widths) - 1 > available:
         slack = [width - minimum for width, minimum in zip(widths, least, strict=True)]
         if not any(slack):
