@@ -1,4 +1,4 @@
-"""`status` and `shadowed`: what they count as wrong, and for whom."""
+"""`status` and `shadowed`: the problems that they report, and the agents concerned."""
 
 from pathlib import Path
 
