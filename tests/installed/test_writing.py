@@ -129,7 +129,7 @@ class TestFailures:
         assert set(home.rglob("*")) == before
         assert kind == "missing" or copy_in(home, ".claude/skills").read_bytes() == text_of(kind)
 
-    def test_ctrl_c_tears_nothing(self, home: Path) -> None:
+    def test_ctrl_c_leaves_whole_files(self, home: Path) -> None:
         put(home, ".claude/skills", "outdated")
         script = (
             "import os, sys; from muvad_tarnel.cli import main\n"
