@@ -1,4 +1,4 @@
-"""A home and a current directory for each test."""
+"""Give each test its own home and current directory."""
 
 from own_places import home, project
 

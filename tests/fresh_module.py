@@ -1,4 +1,4 @@
-"""The module once more: an instance of its own, besides the one that everybody imports."""
+"""Load further instances of the module, separate from the imported one."""
 
 import importlib.util
 import sys
@@ -8,7 +8,7 @@ NAME = "muvad_tarnel.setup.skill"
 
 
 def fresh_module(file: str) -> ModuleType:
-    """Load the extension that lies in `file`, or a Python module in its place, and leave sys.modules as it was."""
+    """Load the extension in `file`, or a Python module under the same name, and restore sys.modules."""
     spec = importlib.util.spec_from_file_location(NAME, file)
     assert spec is not None
     assert spec.loader is not None

@@ -1,4 +1,4 @@
-"""Objects that report what is done to them: two implementations do the same if they take equal steps to equal ends."""
+"""Objects that report their use. Two implementations behave alike if their steps and outcomes are equal."""
 
 import operator
 import os
@@ -11,11 +11,11 @@ from typing import Any
 
 
 class Stop(BaseException):
-    """An error that is no Exception; also the end of a run of too many steps."""
+    """An error that isn't an Exception. Also ends a run with too many steps."""
 
 
 class Refused(OSError):  # noqa: N818  # named like its siblings
-    """An OSError whose text is a step of its own."""
+    """An OSError that records a step when it is converted to text."""
 
     recorder: "Recorder"
 
@@ -23,12 +23,12 @@ class Refused(OSError):  # noqa: N818  # named like its siblings
         return str(self.recorder.step("text of the error", (), {}, lambda: "refused"))
 
 
-# Descriptions, from which each run builds objects of its own.
+# Descriptions, from which each run builds its own objects.
 
 
 @dataclass(frozen=True)
 class Failure:
-    """An error to be raised."""
+    """An error to raise."""
 
     kind: type[BaseException]
     arguments: tuple[Any, ...] = ()
@@ -40,11 +40,11 @@ class Description:
 
 
 class Watched(Description):
-    """A value behind a witness."""
+    """A value wrapped in a `Witness`."""
 
 
 class Subclassed(Description):
-    """A text, tuple, list or dict of a subclass that reports the use of its methods."""
+    """A str, tuple, list or dict, as an instance of a subclass that reports method calls."""
 
 
 class OneShot(Description):
@@ -53,10 +53,10 @@ class OneShot(Description):
 
 @dataclass
 class Recorder:
-    """The steps of one run; `answers` replaces the results of steps, by their numbers."""
+    """The steps of one run. `answers` replaces the results of steps, by step number."""
 
     answers: dict[int, Any] = field(default_factory=dict)
-    takes_witnesses: frozenset[int] = frozenset()  # identities; any other callee is given what witnesses stand for
+    takes_witnesses: frozenset[int] = frozenset()  # ids of callees; others get the witnesses' targets
     steps: list[Any] = field(default_factory=list)
     witnesses: int = 0
     muted: bool = False
@@ -73,7 +73,7 @@ class Recorder:
         return self.watch(event, result) if wrap else result
 
     def account(self, value: Any) -> Any:
-        """What can be told of a value; telling it counts as no step."""
+        """A comparable description of a value. Making it records no steps."""
         self.muted = True
         try:
             return account(value)
@@ -87,7 +87,7 @@ class Recorder:
         return Witness(self, f"<{self.witnesses}: {label}>", value)
 
     def build(self, value: Any) -> Any:
-        """The object of a description; whatever holds descriptions is built anew as well."""
+        """The object for a description. Containers are rebuilt with the objects for their contents."""
         match value:
             case Failure():
                 error = value.kind(*value.arguments)
@@ -114,7 +114,7 @@ def _target(value: Any) -> Any:
 
 
 class Witness:
-    """Reports each use of the object it stands for and passes it on; what comes of it has a witness as well."""
+    """Reports each use of its target and forwards it. Most results are wrapped in a witness too."""
 
     __slots__ = ("_label", "_recorder", "_target")
 
@@ -134,7 +134,7 @@ class Witness:
 
 
 def _add_operators() -> None:
-    # The interpreter takes no witness for the answer of the first of these.
+    # The interpreter requires the real types as results of the `plain` functions, so these are not wrapped.
     plain: dict[str, Any] = {function.__name__: function for function in (bool, format, hash, int, len, repr, str)}
     plain |= {"contains": operator.contains, "fspath": os.fspath}
     wrapped: dict[str, Any] = {"iter": iter, "next": next, "rtruediv": lambda target, other: other / target}
@@ -173,7 +173,7 @@ REPORTING = {base: _reporting(base) for base in (str, tuple, list, dict)}
 
 
 class Names(dict[str, Any]):
-    """A namespace that does not hold the module's names, but reports and answers when one is looked up."""
+    """A namespace that doesn't contain the module's names, but reports and answers lookups of them."""
 
     recorder: Recorder
     supplied: dict[str, Any]
@@ -185,7 +185,7 @@ class Names(dict[str, Any]):
 
 
 def account(value: Any) -> Any:
-    """What can be told of a value: the same for the same values of two implementations."""
+    """A description of a value, the same for equal values of two implementations."""
     kind = type(value)
     told: Any
     if kind is Witness:

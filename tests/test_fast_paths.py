@@ -1,4 +1,4 @@
-"""The fast paths: taken while nothing that they leave out is replaced, with the results of the slow path."""
+"""The fast paths: taken unless a name that they bypass is replaced, with the same results as the slow path."""
 
 import builtins
 import codecs
@@ -43,7 +43,7 @@ def agents(monkeypatch: pytest.MonkeyPatch) -> None:
 
 @contextmanager
 def replaced(owner: Any, name: str, value: object) -> Iterator[None]:
-    """Replace an attribute of a module, class, instance or function; use no builtin that may itself be replaced."""
+    """Replace an attribute of a module, class, instance or function. Uses no builtin that may itself be replaced."""
     usual = getattr(owner, name) if owner.__class__ is FunctionType else vars(owner).get(name, MISSING)
     setattr(owner, name, value)
     try:
@@ -74,7 +74,7 @@ def use(module: Any, root: Any = None) -> None:
 
 
 def entered(module: Any, root: Any = None) -> dict[CodeType, str]:
-    """The Python functions that its use enters, apart from its own, and their modules; an error ends it."""
+    """Use the module until an error. Return the Python functions entered, except its own, with their modules."""
     functions = {}
 
     def note(frame: Any, event: str, _: object) -> None:
@@ -82,7 +82,7 @@ def entered(module: Any, root: Any = None) -> dict[CodeType, str]:
             functions[frame.f_code] = frame.f_globals["__name__"]
 
     sys.setprofile(note)
-    with suppress(Exception):  # what is replaced may well fail
+    with suppress(Exception):  # replaced functions may fail
         use(module, root)
     sys.setprofile(None)
     return {code: name for code, name in functions.items() if name not in {skill.__name__, __name__, "contextlib"}}
@@ -116,7 +116,7 @@ def clear(root: Path) -> None:
 
 
 def plant(path: Path, content: bytes | str | None) -> None:
-    """Put a file, a link or a directory there; fails where it can't be."""
+    """Create a file, a link or a directory at the path, or raise an error."""
     (path if content is None else path.parent).mkdir(parents=True, exist_ok=True)
     if isinstance(content, str):
         path.symlink_to(content)
@@ -125,7 +125,7 @@ def plant(path: Path, content: bytes | str | None) -> None:
 
 
 def walk(steps: list[tuple[str, Any]]) -> list[Any]:
-    """What comes of each step, and the files in the end."""
+    """The outcome of each step, and the resulting files."""
     root = Path.cwd().parent
     met: list[Any] = []
     for name, what in steps:
@@ -138,7 +138,7 @@ def walk(steps: list[tuple[str, Any]]) -> list[Any]:
 
 
 def noting(value: Any, calls: list[object]) -> Any:
-    """A function that does the same, and notes when it is called."""
+    """A function that behaves the same and records its calls."""
     if isinstance(value, property):
         return property(noting(value.fget, calls))
     if isinstance(value, classmethod | staticmethod):
@@ -160,7 +160,7 @@ def stand_in(value: Any) -> Any:
 
 
 def guarded() -> Iterator[tuple[Any, str, Any]]:
-    """Where each guarded name stands, and what may replace it."""
+    """The owner of each guarded name, the name, and a replacement for its value."""
     lists = dict(re.findall(r"(\w+)\[\] = \{(.*?)\};", NAMES.read_text(encoding="utf-8"), re.DOTALL))
     for module, name in re.findall(r'\{"([\w.]+)", "(\w+)"', lists["of_matching"] + lists["of_files"]):
         yield sys.modules[module], name, stand_in(vars(sys.modules[module])[name])
@@ -177,11 +177,11 @@ def guarded() -> Iterator[tuple[Any, str, Any]]:
 
 
 def test_each_guarded_name_is_seen_when_it_is_replaced() -> None:
-    """After the first call as well as before the import, also when the interpreter has no dictionary watcher left."""
+    """Both after the first call and before the import, even if the interpreter has no free dict watcher."""
     modules: list[Any] = []
     missed: list[tuple[Any, ...]] = []
     for owner, name, value in guarded():
-        # An import needs some of the builtins, and any cache will do.
+        # The import itself needs some of the builtins, and accepts any dict as the cache of `re`.
         can_be_first = owner is not builtins and not name.startswith("_cache")
         with replaced(owner, name, value):
             modules.append(fresh_module(skill.__file__) if can_be_first else skill)
@@ -219,7 +219,7 @@ def test_whatever_plain_python_calls_is_called() -> None:
 
 
 def compare_audit_events() -> None:
-    """In a process of its own, since audit hooks stay."""
+    """Runs in a separate process, because audit hooks can't be removed."""
     seen: list[Any] = []
     sys.addaudithook(lambda *event: seen.append(event) if event[0] in {"open", "os.mkdir"} else None)
     vars(skill).update(AGENT_CONFIG=AGENTS)

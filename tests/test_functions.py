@@ -1,6 +1,6 @@
-"""The module's functions as function objects: nothing tells them from those that the interpreter makes.
+"""The module's functions as function objects: they behave like functions that the interpreter creates.
 
-A call takes the interpreter's own, slow path once a copy has replaced the function's code object.
+Replacing a function's code object with a copy makes its calls take the slow path, through the interpreter.
 """
 
 import contextlib
@@ -72,7 +72,7 @@ class TestEachFunction:
 
 
 class Trail(tuple[object, ...]):
-    """Stands for a path: all that it was joined from."""
+    """A stand-in for a path: the parts that it was joined from."""
 
     __slots__ = ()
 
@@ -117,7 +117,7 @@ class TestBinding:
                     both("install_skills", *arguments, **keywords)
 
     @pytest.mark.parametrize("other", ["install_skills", "_version_tuple", "skill_capable_agents"])
-    def test_is_to_the_code_that_the_function_has_now(self, other: str, monkeypatch: pytest.MonkeyPatch) -> None:
+    def test_uses_the_current_code_of_the_function(self, other: str, monkeypatch: pytest.MonkeyPatch) -> None:
         calls = [*TARGET_CALLS, *INSTALL_CALLS, (("1.2",), {})]
         others = NATIVE[other].__code__
         before = [both("skill_target_path", *arguments, **keywords) for arguments, keywords in calls]
@@ -157,7 +157,7 @@ def test_code_runs_in_the_namespace_of_each_function_made_of_it() -> None:
 
 
 def test_tracebacks_show_the_calls_on_the_slow_path(call_path: str) -> None:
-    for _ in range(12_000):  # failures add up to nothing that would change the next call's path
+    for _ in range(12_000):  # repeated failures must not change the path that the next call takes
         outcome(skill.skill_target_path, "nowhere")
     with pytest.raises(ValueError, match="unknown skill scope: 'nowhere'") as caught:
         NATIVE["skill_target_path"]("nowhere")
@@ -173,7 +173,7 @@ def test_tracebacks_show_the_calls_on_the_slow_path(call_path: str) -> None:
 
 
 @pytest.mark.parametrize("watch", [sys.settrace, sys.setprofile])
-def test_calls_that_are_watched_go_as_they_do_unwatched(watch: Callable[[object], None], call_path: str) -> None:
+def test_traced_calls_behave_like_untraced_ones(watch: Callable[[object], None], call_path: str) -> None:
     def note(frame: FrameType, event: str, _: object) -> object:
         frame.f_trace_opcodes = True
         events.append(f"{event} {frame.f_code.co_name}")
@@ -200,7 +200,7 @@ def recursion_limit(limit: int) -> Iterator[None]:
 
 @pytest.mark.usefixtures("call_path")
 @pytest.mark.parametrize("limit", [1000, 10**6])
-def test_endless_recursion_leaves_the_interpreter_well(limit: int, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_endless_recursion_leaves_the_interpreter_usable(limit: int, monkeypatch: pytest.MonkeyPatch) -> None:
     def recurse(_: object) -> int:
         with pytest.raises(RecursionError, match=r"^maximum recursion depth exceeded$") as caught:
             skill.skill_target_path("user")
@@ -227,7 +227,7 @@ def test_a_generator_sees_only_errors_that_it_handles(
     try:
         int(call_path)
     except ValueError:
-        next(steps)  # the function handles an OSError meanwhile
+        next(steps)  # the function handles an OSError during this call
     assert next(steps) is None
 
 

@@ -1,4 +1,4 @@
-"""Hints can be obeyed: whatever is on the disk, all or some of them, in any order, they lead to a good end."""
+"""Hints can be followed in any state of the disk, all or some of them, in any order, and lead to a good state."""
 
 import random
 from itertools import product
@@ -19,7 +19,7 @@ KINDS = ("current", "outdated", "outdated, edited", "newer", "modified", "incomp
 
 
 def disturb(chance: random.Random, roots: dict[Scope, Path]) -> None:
-    """Do what people, other tools and crashes do to installed skills."""
+    """Change installed skills as people, other tools and crashes do."""
     for scope, root in roots.items():
         for _ in range(chance.randrange(3)):
             run("install", "--scope", scope, *agents(*chance.sample(AGENTS, chance.choice([1, 1, 2, 3]))))
@@ -45,7 +45,7 @@ def finds(survey: Survey) -> set[tuple[str, Scope, str]]:
 
 
 def redundant(survey: Survey) -> list[Path]:
-    """The files that nobody needs and that could be removed without force."""
+    """The files that no agent needs and that can be removed without --force."""
     return [
         file
         for file, copies in by_file(copy for copy in survey.copies if copy.exists).items()
@@ -69,7 +69,7 @@ def test_hints_can_be_obeyed(home: Path, project: Path, monkeypatch: pytest.Monk
         commands = [hint["command"] for hint in said["advice"]]
         assert number < 4 or commands == []
         chance.shuffle(commands)
-        if commands and number < 2 and chance.random() < 0.5:  # then all: in part, it may take a round for each hint
+        if commands and number < 2 and chance.random() < 0.5:  # later all: with some, it may take a round per hint
             commands = commands[: 1 + chance.randrange(len(commands))]
         for command in commands:
             dry = run(*command[2:], "--dry-run")

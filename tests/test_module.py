@@ -1,4 +1,4 @@
-"""The module as a module: how it is imported, what it holds, and what its file exports."""
+"""The module as a whole: its import, its contents, and the exports of its file."""
 
 import builtins
 import contextlib
@@ -60,7 +60,7 @@ def test_the_import_takes_no_dict_watcher() -> None:
     assert (module.__name__, after) == (NAME, before)
 
 
-def test_importing_once_more_gives_a_namespace_of_its_own(tmp_path: Path) -> None:
+def test_a_second_import_creates_a_separate_namespace(tmp_path: Path) -> None:
     first, second = (fresh_module(skill.__file__) for _ in range(2))
     assert first.SkillResult is not second.SkillResult
     first.SKILL_TEMPLATES["tarnel"] = "first {version}"

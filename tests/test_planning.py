@@ -1,4 +1,4 @@
-"""The planner with many candidates: the best choice, at once."""
+"""The planner is fast with many candidates, and restores the agent table."""
 
 from functools import partial
 from timeit import repeat
@@ -9,7 +9,7 @@ from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 
-def test_all_agents_together_take_no_millisecond() -> None:
+def test_planning_for_all_agents_takes_less_than_a_millisecond() -> None:
     for scope in SCOPES:
         rows = {key: record.directories(scope) for key, record in AGENT_CONFIG.items()}
         assert min(repeat(partial(choose, rows), number=1, repeat=50)) < 0.001

@@ -1,7 +1,7 @@
-"""The extension module and its plain-Python twin do the same, given the same random calls.
+"""The extension module and its plain-Python twin behave alike for the same random calls.
 
-TWIN_EFFORT=50 in the environment tries 50 times as many, new ones each time, and makes what fails smaller. Give pytest
-"-o faulthandler_timeout=0" with it.
+Set TWIN_EFFORT=50 in the environment to try 50 times as many calls, different ones each time, and to shrink failing
+ones. Then also pass "-o faulthandler_timeout=0" to pytest.
 """
 
 import builtins
@@ -35,7 +35,7 @@ type Files = dict[str, bytes | str | None]  # None: a directory; text: a link's 
 
 
 def examples(count: int) -> Callable[[Any], Any]:
-    """So many examples, always the same, unless effort is asked for."""
+    """Settings for `count` examples, which are always the same unless TWIN_EFFORT is set."""
     return settings(
         max_examples=count * (EFFORT or 1),
         derandomize=not EFFORT,
@@ -48,7 +48,7 @@ def examples(count: int) -> Callable[[Any], Any]:
 
 @dataclass
 class Call:
-    """A call, the names that it meets in the module, and the files beside and below the home directory."""
+    """A call, replacements for the module's global names, and files, by path from the parent of the home directory."""
 
     function: str
     arguments: tuple[Any, ...]
@@ -61,7 +61,7 @@ class Call:
 
 @contextmanager
 def functions_of(module: ModuleType, call: Call, recorder: Recorder) -> Iterator[dict[str, FunctionType]]:
-    """The module's functions, which find names in the module, among the builtins or in a special namespace."""
+    """The module's functions, set up to find global names in the module, the builtins or a special namespace."""
     saved = dict(vars(module))
     functions: dict[str, FunctionType] = {name: saved[name] for name in FUNCTIONS}
     names: dict[str, Any] = vars(module)
@@ -93,7 +93,7 @@ def functions_of(module: ModuleType, call: Call, recorder: Recorder) -> Iterator
 
 
 def outcome_of(module: ModuleType, call: Call, answers: dict[int, Any]) -> Any:
-    """The steps that one module takes for a call, what comes of it, and the files it leaves."""
+    """Make the call on one module. Return its steps, its outcome and the files it leaves."""
     root = Path.home().parent
     for name, content in call.files.items():
         path = root / name
@@ -130,7 +130,7 @@ def compare(call: Call, answers: dict[int, Any] | None = None) -> int:
 
 
 def mixed(usual: Any, odd: Any = None) -> st.SearchStrategy[Any]:
-    """Usual values, often plain, some that report their use, and some odd ones if there are any."""
+    """Usual values, many of them plain, some that report their use, and odd values if given."""
     usual = usual if isinstance(usual, st.SearchStrategy) else st.sampled_from(usual)
     reporting = usual.map(lambda value: Subclassed(value) if type(value) in {str, tuple, list, dict} else value)
     return st.one_of(usual, usual, reporting, usual.map(Watched), *([] if odd is None else [odd]))
@@ -155,7 +155,7 @@ def tables(roots: Any, keys: str, **odd: Any) -> st.SearchStrategy[Any]:
     return st.dictionaries(st.sampled_from(keys), st.one_of(records, records, *odd.values()), min_size=1, max_size=4)
 
 
-# What fits the parameters, by their names, ...
+# Valid arguments, by parameter name.
 SMALL_ROOTS = mixed(tuples(st.sampled_from(DIRECTORIES[:3]), 1))
 FITTING: dict[str, Any] = {
     "agent_keys": mixed(tuples(mixed("ab"), 1)),
@@ -170,7 +170,7 @@ FITTING: dict[str, Any] = {
     "dry_run": FLAGS,
 }
 FITTING |= {"agents": FITTING["agent_keys"], "v": FITTING["version"], "selection": tuples(FITTING["skills_dir"], 1)}
-# ... and what may not.
+# Arguments that may be invalid.
 ROOTS = mixed(tuples(mixed(DIRECTORIES, ODD)), ODD)
 KEYS = mixed(st.lists(mixed([*"abcd", "claude"], ODD), max_size=5), tuples(mixed("ab")).map(OneShot) | ODD)
 ANY: dict[str, Any] = {name: st.one_of(values, values, ODD) for name, values in FITTING.items()}
@@ -182,7 +182,7 @@ ANY |= {"skill_name": mixed([*SKILLS, "other", "s\ud800"], ODD), "v": st.one_of(
 
 @st.composite
 def documents(draw: st.DrawFn) -> bytes | str | None:
-    """What stands where a skill's document belongs."""
+    """The content at a document's path: a file, a link or a directory."""
     if draw(st.integers(0, 7)) == 0:
         return draw(st.sampled_from([None, "nowhere", "../../../../other", "SKILL.md"]))
     stamp = draw(st.sampled_from(["{}", "{}", "\n{}", "\u00a0{} \t", "{} x", "{}\nversion: 7"]))
@@ -204,7 +204,7 @@ FILES: st.SearchStrategy[Files] = st.one_of(
 
 @st.composite
 def calls(draw: st.DrawFn, function: str, values: dict[str, Any], table: Any, version: Any) -> Call:
-    """Calls with arguments by position or by keyword, some left out where there are defaults."""
+    """Calls with positional and keyword arguments. Some that have defaults are omitted."""
     call = Call(function, ())
     by_keyword = False
     for name, parameter in inspect.signature(FUNCTIONS[function]).parameters.items():
@@ -240,9 +240,9 @@ REPLACEMENTS: dict[str, list[Any]] = {
 
 @st.composite
 def watched_calls(draw: st.DrawFn, function: str) -> Call:
-    """Calls that fit, and meet names that report their use, are replaced, found elsewhere or not at all."""
+    """Valid calls with global names that report their use, are replaced, are in another namespace or are missing."""
     call = draw(calls(function, FITTING, tables(SMALL_ROOTS, "ab"), mixed(VERSIONS[:4])))
-    if draw(st.booleans()):  # no path without a copy, current or not
+    if draw(st.booleans()):  # a copy at every path, current or not
         versions = draw(st.lists(st.sampled_from(VERSIONS[:4]), min_size=len(PLACES), max_size=len(PLACES)))
         call.files = {f"{p}/SKILL.md": f"version: {v}".encode() for p, v in zip(PLACES, versions, strict=True)}
     changed = draw(st.sampled_from(["nothing", "nothing", "replaced", "missing"]))

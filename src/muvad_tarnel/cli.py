@@ -41,7 +41,7 @@ def completion(shell: str) -> None:
 
 
 def main() -> None:
-    """Run the command line on the process's arguments and exit with its code, 130 after Ctrl-C."""
+    """Run the command line with the process's arguments, and exit with its code, or 130 after Ctrl-C."""
     gc.disable()  # commands end before a collection pays off
     code, failure = 1, None
     try:
@@ -50,12 +50,12 @@ def main() -> None:
         code, failure = error.exit_code, error
     except (click.Abort, KeyboardInterrupt):
         code = 130
-    except OSError as error:  # of help, version or completion, which are printed by click
+    except OSError as error:  # from the help, version or completion, which click prints
         silence(sys.stdout)
         failure = click.ClickException(f"standard output cannot be written to: {error.strerror}")
     try:
         if failure:
             failure.show()
-    except OSError:  # discard what it still holds, or it fails again at exit
+    except OSError:  # discard its buffered output, which would fail again at exit
         silence(sys.stderr)
     sys.exit(code)

@@ -6,7 +6,7 @@ from typing import NamedTuple
 
 
 class Obstacle(NamedTuple):
-    """One line for a person: the path concerned (empty if there is none), the problem and its remedy."""
+    """A message for the user: the path concerned (empty if there is none), the problem and its remedy."""
 
     path: str
     problem: str
@@ -17,11 +17,11 @@ class Obstacle(NamedTuple):
         return ": ".join(part for part in self if part)
 
 
-class Failure(Exception):  # noqa: N818 (what went wrong for the user, not a fault of the program)
+class Failure(Exception):  # noqa: N818 (a problem for the user to solve, not a bug)
     """An obstacle that ends a command."""
 
     def __init__(self, problem: str, remedy: str, path: str | Path = "") -> None:
-        """Describe the obstacle in a few words each."""
+        """Create the obstacle. Problem and remedy are short phrases."""
         super().__init__(problem)
         self.obstacle = Obstacle(str(path), problem, remedy)
 
@@ -40,6 +40,6 @@ _REMEDIES = {
 
 
 def obstacle_of(error: OSError, path: str | Path) -> Obstacle:
-    """The obstacle that the system reported for a path."""
+    """The obstacle for a system error about a path."""
     remedy = _REMEDIES.get(error.errno or 0, "check that it can be read and written, then run this again")
     return Obstacle(str(path), error.strerror or str(error), remedy)

@@ -1,7 +1,7 @@
-"""Hints: what to do about a survey.
+"""Hints: commands that fix the problems a survey shows.
 
-Following a hint never takes a skill from an agent that found it, and the hints of one answer may be followed in any
-order and in part. Followed round after round, they end in a state without hints.
+Following a hint never makes an agent lose a skill. The hints of one report can be followed in any order, all or only
+some of them. Following them repeatedly leads to a state without hints.
 """
 
 from collections.abc import Collection, Iterable, Sequence
@@ -18,9 +18,9 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 
 class Hint(NamedTuple):
-    """A reason, and a command without the program's name and without the project: `install --scope user`.
+    """A reason, and a command without the program's name and the project: `install --scope user`.
 
-    The obstacles are those that the command would meet: with any, the hint is not given.
+    The obstacles would make the command fail. A hint that has any is not shown.
     """
 
     reason: str
@@ -32,7 +32,7 @@ class Hint(NamedTuple):
 def advice(
     survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], about: Iterable[str] = AGENT_CONFIG
 ) -> list[Hint]:
-    """What to do so that the agents find every skill, and those that it is `about` find it current and once."""
+    """Hints that make the agents find every skill, and the agents in `about` find each one current and only once."""
     wanted: list[Hint] = []
     for scope in scopes:
         wanted += updating(survey, scope, about)
@@ -41,7 +41,7 @@ def advice(
 
 
 def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) -> list[Hint]:
-    """An update, if a copy that the agents read at the scope needs one."""
+    """A hint to update, if a copy that the agents read at the scope needs it."""
     stale = replaceable(survey.read_by(about, [scope]), force=False)
     places = ", ".join(dict.fromkeys(copy.place for copy in stale))
     reason = f"{count(len(stale))} at {scope} scope {'is' if len(stale) == 1 else 'are'} not up to date: {places}"
@@ -49,7 +49,7 @@ def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) 
 
 
 def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Sequence[str]) -> list[str]:
-    """The agents that lack a skill at all the scopes, and should find it at this one: where they find most already."""
+    """The agents that lack a skill at all the scopes and should get it at this one, where they find the most."""
 
     def best(agent: str) -> Scope:
         return min(scopes, key=lambda each: len(survey.lacking(agent, [each])))
@@ -58,7 +58,7 @@ def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Se
 
 
 def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Sequence[str]:
-    """One of the agents, if an install for it serves all of them, or else all."""
+    """One of the agents if an install for it serves all of them, otherwise all of them."""
     for agent, scope in product(agents, scopes):
         plan = Plan(survey, scope, lacking_at(survey, scope, scopes, [agent]))
         if plan.writes and not plan.obstacles and not any(plan.after.lacking(other, scopes) for other in agents):
@@ -67,14 +67,14 @@ def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -
 
 
 def in_the_way(survey: Survey, scopes: Sequence[Scope], agent: str) -> list[Obstacle]:
-    """What keeps a skill that an agent lacks from standing beside others. Once it is gone, no install is needed."""
+    """The obstacles to adding skills an agent lacks beside those it finds. Without them, it may need no install."""
     lacking = survey.lacking(agent, scopes)
     places = (copy for copy in survey.read_by([agent], scopes) if copy.skill in lacking)
     return obstacles_to(copy for copy in places if any(c.is_found for c in survey.at(copy.scope, copy.directory)))
 
 
 def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint]:
-    """An install for agents that lack a skill: one for all of them, or one for those that obstacles don't concern."""
+    """Install hints for agents that lack a skill: one for all, or one for those with obstacles and one for the rest."""
     plans = [Plan(survey, scope, agents)]
     if plans[0].obstacles:
         blocked = [agent for agent in agents if Plan(survey, scope, [agent]).obstacles]
@@ -91,7 +91,7 @@ def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint
 
 
 def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> list[Hint]:
-    """The removals of what nobody needs and the agents find twice, once nothing is to be written, by directory."""
+    """Hints to remove redundant copies that the agents read, one per directory. Assumes nothing is left to write."""
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
     after = survey.changed(State.MISSING, redundant)
     hints = []
@@ -109,7 +109,7 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
 
 
 def doubled(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], when: str = "") -> list[str]:
-    """Which copies that make agents find skills several times are not needed, and when; or why all of them stay."""
+    """For agents that find a skill several times: the copies not needed, prefixed by `when`, or why all are kept."""
     reasons: dict[str, None] = {}
     for agent, scope, name in product(agents, scopes, skill.SKILL_TEMPLATES):
         if len(found := survey.finds(agent, scope, name)) > 1:
@@ -129,7 +129,7 @@ def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:
 
 
 def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list[Copy]:
-    """Copies of a skill that can all be removed: every agent still finds it, at each scope where it found it."""
+    """Copies of a skill that can all be removed: every agent still finds it at each scope where it found it before."""
     removable: dict[str, Copy] = {}
     rows: dict[str, list[str]] = {}
     for file, copies in by_file(copy for copy in survey.copies if copy.exists).items():
@@ -156,7 +156,7 @@ def agent_words(agents: Sequence[str]) -> list[str]:
 
 
 def names_of(agents: Sequence[str]) -> str:
-    """The agents' names, or their number if that says it better."""
+    """The agents' names, or their number if there are more than three."""
     return joined(AGENT_CONFIG[agent].name for agent in agents) if len(agents) <= 3 else f"{len(agents)} agents"
 
 
@@ -167,12 +167,12 @@ def who_find(agents: Sequence[str], how: str = "") -> str:
 
 
 def skills_of(names: Collection[str]) -> str:
-    """The names of skills, or that it is all of them."""
+    """The names of the skills, or "every skill" for all of them."""
     return "every skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
 
 
 def count(number: int) -> str:
-    """How many copies."""
+    """A number of copies in words."""
     return "1 copy" if number == 1 else f"{number} copies"
 
 

@@ -1,4 +1,4 @@
-"""Which directories an install writes, given what is there already. The module's planner decides."""
+"""Choose the directories that an install writes, given the existing copies, with the module's planner."""
 
 from collections.abc import Iterable, Mapping, Sequence
 from dataclasses import dataclass
@@ -12,13 +12,13 @@ from muvad_tarnel.installed.writing import obstacle_to_writing
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, AgentRecord, Scope
 
-# The fast path takes this many candidates, more than all agents together have, without trying every choice.
+# More candidates than all agents have together. The fast path handles this many without trying every combination.
 _SEARCH_LIMIT = 256
 
 
 def choose(rows: Mapping[str, Sequence[str]]) -> list[str]:
-    """The best set of candidates in which every row has one. The best has the fewest rows with several."""
-    usual = skill.AGENT_CONFIG, skill._EXHAUSTIVE_SEARCH_LIMIT  # which the module looks up at each call
+    """The best set of candidates that covers every row: the one that covers the fewest rows more than once."""
+    usual = skill.AGENT_CONFIG, skill._EXHAUSTIVE_SEARCH_LIMIT  # the module looks these up at each call
     skill.AGENT_CONFIG = {key: AgentRecord(key, tuple(row), tuple(row), "") for key, row in rows.items()}
     skill._EXHAUSTIVE_SEARCH_LIMIT = _SEARCH_LIMIT
     try:
@@ -28,9 +28,9 @@ def choose(rows: Mapping[str, Sequence[str]]) -> list[str]:
 
 
 def additions(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Copy]:
-    """The places to be written so that the agents find every skill at the scope.
+    """The copies to write so that the agents find every skill at the scope.
 
-    What is there stays, and counts: those who find it already find as little as possible twice.
+    Existing copies stay and count: as few as possible of the agents that already find a skill find it twice.
     """
     in_use = {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
     added: list[Copy] = []
@@ -42,9 +42,9 @@ def additions(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Copy]
 
 
 def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str], in_use: set[str]) -> list[Copy]:
-    """The places to be written so that the agents, which lack a skill, find it. `in_use` are preferred directories."""
+    """The copies to write so that agents that lack a skill find it. Directories in `in_use` are preferred."""
     places = [copy for copy in survey.copies if (copy.scope, copy.skill) == (scope, name)]
-    # Directories that links make one are one candidate.
+    # Directories that are the same through links are one candidate.
     actual = {copy.directory: same[0] for same in by_file(places).values() for copy in same}
 
     def preference(directory: str) -> int:
@@ -77,7 +77,7 @@ class Plan:
 
     @cached_property
     def writes(self) -> tuple[Copy, ...]:
-        """The new copies, and those to be replaced, in the order of directories and skills."""
+        """The new copies and those to replace, ordered by directory and skill."""
         read = self.survey.read_by(self.agents, [self.scope])
         wanted = (*additions(self.survey, self.scope, self.agents), *replaceable(read, force=self.force))
         paths = {copy.path for copy in wanted}
@@ -90,12 +90,12 @@ class Plan:
 
     @cached_property
     def obstacles(self) -> list[Obstacle]:
-        """What would keep the install from succeeding, as far as can be foreseen."""
+        """The foreseeable reasons why the install would fail."""
         return obstacles_to(self.writes)
 
     @cached_property
     def directories(self) -> dict[str, list[str]]:
-        """The directories with the agents that find skills in each afterwards; those that links make one are one."""
+        """The directories, with the agents that find skills in each after the install. Linked ones count as one."""
         files = by_file(copy for copy in self.after.copies if copy.scope == self.scope)
         found = dict.fromkeys(
             (files[copy.file][0].directory, agent)
@@ -112,5 +112,5 @@ def replaceable(copies: Iterable[Copy], *, force: bool) -> tuple[Copy, ...]:
 
 
 def obstacles_to(copies: Iterable[Copy]) -> list[Obstacle]:
-    """What would keep the copies from being written."""
+    """The obstacles to writing the copies."""
     return [obstacle for copy in copies if (obstacle := obstacle_to_writing(copy))]

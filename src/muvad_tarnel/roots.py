@@ -1,4 +1,4 @@
-"""The two scopes that skills are installed at, and the directory that each begins with."""
+"""The two scopes that skills are installed at, and their root directories."""
 
 import os
 from contextlib import suppress
@@ -13,23 +13,23 @@ SCOPES: tuple[Scope, ...] = ("user", "project")
 
 
 def home_directory() -> Path:
-    """The user's home directory. Raises `Failure` if there is none to be used."""
+    """The user's home directory. Raises `Failure` if it is unusable."""
     remedy = "set HOME to your home directory"
     home = Path(os.path.expanduser("~"))  # noqa: PTH111 (never raises)
-    if os.environ.get("HOME") == "":  # which would be taken for the root directory
+    if os.environ.get("HOME") == "":  # then expanduser returns the root directory
         raise Failure("HOME is empty", remedy)
     if not home.is_absolute():
         raise Failure(f"HOME is not an absolute path ({home})", remedy)
     try:
-        with suppress(FileNotFoundError):  # an install makes it
-            os.stat(f"{home}/.")  # noqa: PTH116 (the dot asks whether it may be searched)
+        with suppress(FileNotFoundError):  # an install creates it
+            os.stat(f"{home}/.")  # noqa: PTH116 (the dot checks the search permission)
     except OSError as error:
         raise Failure(error.strerror or str(error), remedy, home) from error
     return home
 
 
 def find_project_root() -> Path:
-    """The repository around the current directory. Raises `Failure` when there is no current directory."""
+    """The repository around the current directory. Raises `Failure` if there is no current directory."""
     try:
         return repository_around(Path.cwd())
     except OSError as error:
@@ -37,17 +37,16 @@ def find_project_root() -> Path:
 
 
 def repository_around(start: Path) -> Path:
-    """The nearest folder, from an absolute path upward, that holds `.git`; without one, the path itself.
+    """The nearest folder with `.git`, from an absolute path upward; if there is none, the path itself.
 
-    `.git` is a file in worktrees and submodules and counts as well. A folder that may not be searched holds no `.git`
-    as far as anyone can tell.
+    `.git` may be a file, as in worktrees and submodules. A folder without search permission counts as one without it.
     """
     folders = (start, *start.parents)
     return next((folder for folder in folders if os.path.exists(folder / ".git")), start)  # noqa: PTH110 (never raises)
 
 
 def agents_in_use(home: Path) -> tuple[str, ...]:
-    """The agents whose markers hold more than skills, in the table's order."""
+    """The agents whose marker directories contain more than skills, in the table's order."""
     skills = {home / directory for record in AGENT_CONFIG.values() for directory in record.skills_user_roots}
     on_the_way = {parent for directory in skills for parent in directory.parents}
 
@@ -57,7 +56,7 @@ def agents_in_use(home: Path) -> tuple[str, ...]:
         except (FileNotFoundError, NotADirectoryError):
             return False
         except OSError:
-            return True  # it exists, but may not be listed
+            return True  # it exists but can't be listed
         return any(entry not in on_the_way or holds_more(entry) for entry in entries)
 
     return tuple(key for key, record in AGENT_CONFIG.items() if record.marker and holds_more(home / record.marker))

@@ -1,4 +1,4 @@
-"""The whole life of the skills in a file system that is not there, such as programs use to test themselves with."""
+"""Install, update and check skills in a fake file system, like programs that use one in their own tests."""
 
 import os
 from pathlib import Path
@@ -15,7 +15,7 @@ def test_skills_live_in_the_fake_file_system(fs: FakeFilesystem, monkeypatch: py
     monkeypatch.setenv("HOME", "/home/ada")
     fs.create_dir("/home/ada")
     fs.create_dir("/srv/repository")
-    os.chdir("/srv/repository")  # in there as well: the process stays where it is
+    os.chdir("/srv/repository")  # only in the fake file system: the process's real directory stays the same
 
     results = skill.install_skills("project", agents=AGENTS)
     paths = [f"/srv/repository/.claude/skills/{name}/SKILL.md" for name in skill.SKILL_TEMPLATES]
@@ -34,6 +34,6 @@ def test_skills_live_in_the_fake_file_system(fs: FakeFilesystem, monkeypatch: py
     fs.create_file("/home/ada/.gemini", contents="a file where a folder should be")
     assert [result.success for result in skill.install_skills("user", agents=["gemini"])] == [False] * 3
 
-    fs.pause()  # the real one
+    fs.pause()  # use the real file system
     assert not any(Path(place).exists() for place in ("/home/ada", "/srv/repository"))
     fs.resume()

@@ -1,4 +1,4 @@
-"""The wheel and the programs that people install command lines with, which find all they need in TARNEL_WHEELHOUSE."""
+"""Install and run the wheel with uv and pipx. They find all the packages they need in TARNEL_WHEELHOUSE."""
 
 import os
 import subprocess
@@ -25,7 +25,7 @@ UV = {
 
 
 def run(*command: str | Path, **environment: str) -> str:
-    # Nothing of the machine's own settings but where its programs are.
+    # Pass on none of the machine's settings except PATH; HOME is the test's own.
     path = os.pathsep.join([str(PROGRAMS), os.environ["PATH"]])
     clean = {"PATH": path, "HOME": os.environ["HOME"], "LANG": "C.UTF-8", **environment}
     return subprocess.check_output(command, env=clean, stdin=subprocess.DEVNULL, text=True, timeout=120)

@@ -1,4 +1,4 @@
-"""`install` and `plan`: which directories, given what is there."""
+"""`install` and `plan`: the directories that they choose, given the existing copies."""
 
 from pathlib import Path
 

@@ -1,4 +1,4 @@
-"""Agents, scopes, roots, and mistakes in naming them."""
+"""Agents, scopes and roots, and mistakes in naming them."""
 
 import re
 from pathlib import Path

@@ -1,4 +1,4 @@
-"""`remove`: which directories are meant, and who loses what."""
+"""`remove`: the directories that it accepts, and the agents that lose skills."""
 
 from pathlib import Path
 

@@ -1,4 +1,4 @@
-"""`status` and `shadowed`: what they count as wrong, and for whom."""
+"""`status` and `shadowed`: the problems that they report, and the agents concerned."""
 
 from pathlib import Path
 
@@ -85,7 +85,7 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
     assert answer("shadowed", *agents("claude"), "--check")["results"] == []
 
 
-def test_what_stands_in_the_way_is_no_success(home: Path) -> None:
+def test_obstacles_do_not_count_as_success(home: Path) -> None:
     (home / ".claude").write_text("a file")
     assert "3 would fail (dry run).\n" in run("install", "-n").stdout
     assert "would fail" in run("plan", *agents("claude", "kiro")).stdout

@@ -1,4 +1,4 @@
-"""One table of states: what every command says of a copy, and does with it."""
+"""A table of states: what every command reports about a copy, and does with it."""
 
 from pathlib import Path
 
@@ -10,8 +10,8 @@ from muvad_tarnel.installed import copies
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.skill import SKILL_TEMPLATES
 
-# kind: state, version, exit code of status --check, and what is done by install, by install --force, by update, by
-# remove. A star: what was there is kept beside it. And whether diff shows it.
+# kind: state, version, exit code of status --check, the actions of install, install --force, update and remove, and
+# whether diff shows it. A star means that the old text is kept as a backup.
 CASES = {
     "current": ("current", __version__, 0, "none", "none", "", "remove", False),
     "current, as Windows has it": ("current", __version__, 0, "none", "none", "", "remove", False),

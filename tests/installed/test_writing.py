@@ -1,4 +1,4 @@
-"""Nothing is lost and nobody harmed: links, failures at any moment, other installers."""
+"""Changes are safe despite links, failures at any time and other installers: no text is lost."""
 
 import os
 import re
@@ -17,7 +17,7 @@ from muvad_tarnel.setup.skill import SKILL_TEMPLATES
 
 PROJECT = ("--scope", "project")
 MAP = ".claude/skills/tarnel-map/SKILL.md"
-# What stands where, and what is said of it.
+# The path of each obstacle, how to create it, and the reported problem.
 OBSTACLES: dict[str, tuple[str, Callable[[Path], object], str]] = {
     "file for a directory": (".claude", Path.touch, "a file is in the way of a directory: move it away"),
     "directory for a file": (MAP, Path.mkdir, "a directory is in the way: move it away"),
@@ -129,7 +129,7 @@ class TestFailures:
         assert set(home.rglob("*")) == before
         assert kind == "missing" or copy_in(home, ".claude/skills").read_bytes() == text_of(kind)
 
-    def test_ctrl_c_tears_nothing(self, home: Path) -> None:
+    def test_ctrl_c_leaves_whole_files(self, home: Path) -> None:
         put(home, ".claude/skills", "outdated")
         script = (
             "import os, sys; from muvad_tarnel.cli import main\n"

@@ -1,4 +1,4 @@
-// What the check of a document's shape refuses. The build runs it over the documents themselves.
+// Test which documents the shape check rejects. The build runs the check on the real documents.
 #include <cstdio>
 #include <string>
 #include <string_view>
@@ -10,7 +10,7 @@ namespace {
 struct Change {
     std::string_view from;
     std::string_view to;
-    std::string_view fault;  // part of what the check says, or nothing
+    std::string_view fault;  // part of the check's message; empty if it accepts the document
 };
 
 constexpr Change changes[] = {

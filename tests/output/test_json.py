@@ -1,4 +1,4 @@
-"""Every command's JSON object is what docs/cli.schema.json says, whatever happens."""
+"""Every command's JSON object conforms to docs/cli.schema.json, also after errors."""
 
 import json
 from pathlib import Path
@@ -15,7 +15,7 @@ SCHEMA_FILE = Path(__file__).resolve().parents[2] / "docs/cli.schema.json"
 
 
 def checked(said: Any) -> Any:
-    """The object, which the schema describes."""
+    """Validate the object against the schema, and return it."""
     jsonschema.validate(said, json.loads(SCHEMA_FILE.read_text()))
     return said
 

@@ -1,4 +1,4 @@
-"""In pipes, files and closed streams; in a hurry."""
+"""Output to pipes, files and closed streams, and the modules that commands load."""
 
 import re
 import sys

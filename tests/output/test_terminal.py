@@ -1,4 +1,4 @@
-"""On a terminal: tables, colours, marks; at any width nothing is lost and no command line is broken."""
+"""Output on a terminal: tables, colours and marks. At any width, no text is lost and no command line is wrapped."""
 
 import re
 from collections import Counter

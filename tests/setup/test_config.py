@@ -1,4 +1,4 @@
-"""The agent table keeps its own rules and follows the environment."""
+"""The agent table follows its own rules and the environment variables that move directories."""
 
 import re
 from pathlib import Path, PurePosixPath

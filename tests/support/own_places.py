@@ -1,4 +1,4 @@
-"""What every test stands on: a home and a current directory of its own, both empty."""
+"""Fixtures that give each test an empty home directory and an empty current directory."""
 
 import os
 from pathlib import Path
@@ -7,7 +7,7 @@ import pytest
 
 from muvad_tarnel.setup import config
 
-# The table of a machine on which no variable moves a directory, whoever runs the tests.
+# Use the default directories of the agent table, regardless of the environment variables that move them.
 for variable in config.MOVES:
     os.environ.pop(variable, None)
 config.AGENT_CONFIG.update(config.resolved({}))
@@ -15,7 +15,7 @@ config.AGENT_CONFIG.update(config.resolved({}))
 
 @pytest.fixture(autouse=True)
 def home(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Path:
-    """The user's home directory, which no test shares with the person who runs it."""
+    """A temporary home directory, instead of the developer's own."""
     path = tmp_path / "home"
     path.mkdir()
     monkeypatch.setenv("HOME", str(path))
@@ -24,7 +24,7 @@ def home(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Path:
 
 @pytest.fixture(autouse=True)
 def project(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Path:
-    """The current directory, a project's root."""
+    """A temporary current directory, which is the project's root."""
     path = tmp_path / "project"
     path.mkdir()
     monkeypatch.chdir(path)

@@ -1,4 +1,4 @@
-"""Running the command line: in this process, in one of its own, and on a terminal."""
+"""Run the command line in this process, in a subprocess or on a terminal."""
 
 import json
 import os
@@ -19,12 +19,12 @@ COMMAND = [sys.executable, "-m", "muvad_tarnel"]
 
 
 def run(*arguments: str) -> Result:
-    """Run `muvad-tarnel skill ...` in this process, where an exception that nobody expects is one."""
+    """Run `muvad-tarnel skill ...` in this process. Unexpected exceptions propagate."""
     return CliRunner(catch_exceptions=False).invoke(command_line, ["skill", *arguments])
 
 
 def answer(*arguments: str, exit_code: int = 0) -> dict[str, Any]:
-    """What a command says with --json, having exited as expected."""
+    """Run a command with --json, check its exit code, and return its object."""
     result = run(*arguments, "--json")
     assert result.exit_code == exit_code, result.output
     return dict(json.loads(result.stdout))
@@ -35,7 +35,7 @@ def run_process(*arguments: str, **environment: str) -> subprocess.CompletedProc
 
 
 def run_in_shell(line: str, **environment: str) -> subprocess.CompletedProcess[str]:
-    """Run a line of a shell in which `$TARNEL` is the program."""
+    """Run a line of shell code. `$TARNEL` in it is the program."""
     variables = os.environ | {"TARNEL": " ".join(COMMAND)} | environment
     command = ["/bin/bash", "-c", line]
     return subprocess.run(command, check=False, capture_output=True, text=True, timeout=60, env=variables)
@@ -56,7 +56,7 @@ def copy_in(root: Path, directory: str, name: str = "tarnel") -> Path:
 
 
 def text_of(kind: str, name: str = "tarnel") -> bytes | None:
-    """What a copy of a kind holds; None for a missing one. `outdated, edited` is a kind as well."""
+    """The content of a copy of a kind, such as `outdated, edited`. None for a missing copy."""
     current = render_skill_md(skill_name=name)
     old = render_skill_md("0.0.1", name)
     return {
@@ -77,7 +77,7 @@ def text_of(kind: str, name: str = "tarnel") -> bytes | None:
 
 
 def put(root: Path, directory: str, kind: str = "current", *names: str) -> Path:
-    """Write copies of a kind into a skills directory; the path of the first."""
+    """Write copies of a kind into a skills directory, by default of every skill. Return the path of the first."""
     paths = [copy_in(root, directory, name) for name in names or SKILL_TEMPLATES]
     for path in paths:
         path.parent.mkdir(parents=True, exist_ok=True)

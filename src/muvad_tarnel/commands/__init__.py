@@ -1,4 +1,4 @@
-"""The commands `muvad-tarnel skill ...`, one file each."""
+"""The commands `muvad-tarnel skill ...`, one per file."""
 
 from importlib import import_module
 from typing import Any
@@ -12,7 +12,7 @@ COMMANDS = ("install", "update", "status", "plan", "shadowed", "diff", "remove",
 
 
 class Group(click.Group):
-    """A group that suggests what an unknown command was meant to be."""
+    """A group that suggests the intended command for an unknown one."""
 
     def resolve_command(
         self, ctx: click.Context, args: list[str]
@@ -21,7 +21,7 @@ class Group(click.Group):
         ctx.meta["is_json"] = "--json" in args
         if not word.startswith("-") and word not in known and not ctx.resilient_parsing:
             guess = did_you_mean(word, known) or did_you_mean(word, COMMANDS, "skill ")
-            if word in ("init", "query", "rebuild", "report"):  # which the skills' documents name
+            if word in ("init", "query", "rebuild", "report"):  # the skills' documents mention these
                 guess = " It belongs to the host that keeps the index, and is not part of this package."
             ctx.fail(f"No such command {word!r}.{guess}")
         return super().resolve_command(ctx, args)
@@ -41,7 +41,7 @@ class SkillCommands(Group):
         return command
 
     def invoke(self, ctx: click.Context) -> Any:
-        """Run a command. With --json, usage errors are objects too."""
+        """Run a command. With --json, print usage errors as JSON objects too."""
         try:
             return super().invoke(ctx)
         except click.UsageError as error:

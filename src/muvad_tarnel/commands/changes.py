@@ -1,4 +1,4 @@
-"""Changing copies and reporting what became of each: what `install`, `update` and `remove` share."""
+"""Change copies and report the outcomes. Shared by `install`, `update` and `remove`."""
 
 from collections.abc import Iterable, Sequence
 from pathlib import Path
@@ -18,7 +18,7 @@ _DONE = {"install": "installed", "update": f"updated to {__version__}", "replace
 
 
 class Outcome(NamedTuple):
-    """What became of a copy. `action` is "install", "update", "replace", "remove", or "none" if none was needed."""
+    """The outcome for a copy. `action` is "install", "update", "replace", "remove", or "none" if none was needed."""
 
     copy: Copy
     action: str = "none"
@@ -34,7 +34,7 @@ class Outcome(NamedTuple):
 def change_all(
     request: Request, copies: Iterable[Copy], *, removes: bool = False, force: bool = False
 ) -> list[Outcome]:
-    """Write or remove the copies, each tried whatever happens to the others, and say what becomes of other texts."""
+    """Write or remove the copies, even if some fail, and note each replaced or removed text that isn't ours."""
     dry_run, outcomes = request.dry_run, []
     if not dry_run:
         writing.clean_up(copy for copy in request.survey.copies if copy.scope in request.scopes)
@@ -61,7 +61,7 @@ def change_all(
 
 
 def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
-    """What became of one copy."""
+    """The table cell for one outcome."""
     state, action = outcome.copy.state, outcome.action
     if outcome.obstacle:
         real, dry = ("kept", "would be kept") if action == "remove" else ("failed", "would fail")
@@ -69,13 +69,13 @@ def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
     if action == "none":
         if state is State.CURRENT:
             return Line("already up to date", Tone.GOOD)
-        # Leaving a copy alone is no failure, whatever its state.
+        # An unchanged copy is never a failure.
         return Line(f"{state.value}, unchanged", Tone.WARNING if TONES[state] is Tone.BAD else TONES[state])
     return Line(f"would {action}" if dry_run else _DONE[action], Tone.GOOD)
 
 
 def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
-    """One line: how many were changed, are current, and failed."""
+    """One line: how many copies were changed, are current or failed."""
     done = [outcome.action for outcome in outcomes if outcome.is_done]
     failed = [result_cell(outcome, dry_run=dry_run).text for outcome in outcomes if outcome.obstacle]
     idle = [outcome.copy.state for outcome in outcomes if outcome.action == "none"]
@@ -94,7 +94,7 @@ def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
 
 
 def survey_after(request: Request, outcomes: Iterable[Outcome]) -> Survey:
-    """The survey as it is after the changes, or would be after those of a dry run."""
+    """The survey after the changes, including those that a dry run only shows."""
     done = [outcome for outcome in outcomes if outcome.is_done]
     removed = request.survey.changed(State.MISSING, (o.copy for o in done if o.action == "remove"))
     return removed.changed(State.CURRENT, (o.copy for o in done if o.action != "remove"))
@@ -105,9 +105,9 @@ def report_of(request: Request, outcomes: Sequence[Outcome], agents: Sequence[st
     dry_run, after = request.dry_run, survey_after(request, outcomes)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
     unreadable = obstacles_of(request, (o.copy for o in outcomes if o.action == "none"))
-    # What has failed is not to be tried at once.
+    # Don't suggest trying again right after a failure.
     hints = [] if obstacles else advice(after, request.scopes, agents)
-    given = [] if dry_run else advised(request, hints)  # they are for what is on the disk
+    given = [] if dry_run else advised(request, hints)  # in a dry run, they wouldn't match the disk
     finders = (*agents, *request.in_use) if agents and not (obstacles or given) else ()
     doubles = doubled(after, request.scopes, finders, "After the install, " if dry_run else "")
     return Report(

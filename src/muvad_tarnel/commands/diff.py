@@ -42,8 +42,8 @@ def diff(request: Request) -> Report:
 
 
 def unified(copy: Copy) -> str:
-    """A unified difference from the copy to this package's document, without control characters."""
-    from difflib import unified_diff  # noqa: PLC0415 (needed only where something differs)
+    """A unified diff from the copy to this package's document, without control characters."""
+    from difflib import unified_diff  # noqa: PLC0415 (only needed if something differs)
 
     def lines(text: str) -> list[str]:
         whole = text.splitlines(keepends=True)

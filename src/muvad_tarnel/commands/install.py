@@ -42,7 +42,7 @@ def install(request: Request, *, force: bool) -> Report:
 
 
 def finding_lines(request: Request, outcomes: list[Outcome]) -> list[Block]:
-    """Which agents need nothing written, and which find a skill several times: a line for the same places."""
+    """Say which agents need no changes and which find a skill several times, in one line per set of places."""
     scope, after = request.scope, survey_after(request, outcomes)
     busy = {outcome.copy.file for outcome in outcomes if outcome.action != "none"}
     lines = []

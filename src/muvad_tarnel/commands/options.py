@@ -1,4 +1,4 @@
-"""Declaring a command: the options that commands share, and how its report is printed."""
+"""Declare a command: the options that commands share, and the printing of its report."""
 
 from collections.abc import Callable
 from functools import wraps
@@ -36,7 +36,7 @@ _output_options = [
 
 
 class SkillCommand(click.Command):
-    """A command that suggests what an unexpected argument was meant to be."""
+    """A command that suggests the intended option for an unexpected argument."""
 
     allow_extra_args = True
 
@@ -50,9 +50,9 @@ class SkillCommand(click.Command):
 
 
 def skill_command(scoping: Scoping, *, agents: str = "") -> Callable[[Callable[..., Report]], click.Command]:
-    """Make a function that takes a `Request` and reports on it the command of its name.
+    """Make the command of the same name from a function that takes a `Request` and returns a `Report`.
 
-    `agents` says in words which agents a command is about if none are named; without it they cannot be named.
+    `agents` describes the default agents in the help. If it is empty, the command has no options for agents.
     """
 
     def decorate(function: Callable[..., Report]) -> click.Command:
@@ -90,7 +90,7 @@ def skill_command(scoping: Scoping, *, agents: str = "") -> Callable[[Callable[.
 
 
 def _request_options(scoping: Scoping, agents: str) -> list[click.Parameter]:
-    """The options that make a `Request`."""
+    """The options that become arguments of `Request`."""
     options: list[click.Parameter] = []
     if agents:
         key = Choice(list(AGENT_CONFIG), case_sensitive=False)

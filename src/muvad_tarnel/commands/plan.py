@@ -28,7 +28,7 @@ def plan(request: Request) -> Report:
     scope = request.scope
     chosen = Plan(request.survey, scope, request.agents)
     request.dry_run = True
-    change_all(request, chosen.writes)  # says which texts are replaced
+    change_all(request, chosen.writes)  # prints a note for each text that would be replaced
     writes = grouped((copy.directory, copy.skill) for copy in chosen.writes)
     reasons = {place: {a: why(chosen, place, a) for a in agents} for place, agents in chosen.directories.items()}
     served = grouped(
@@ -63,7 +63,7 @@ def is_twice(chosen: Plan, agent: str) -> bool:
 
 
 def why(chosen: Plan, directory: str, agent: str) -> Line:
-    """Why an agent is served by a directory."""
+    """The reason why a directory serves an agent."""
     copies, own = (
         chosen.survey.at(chosen.scope, place) for place in (directory, AGENT_CONFIG[agent].directories(chosen.scope)[0])
     )

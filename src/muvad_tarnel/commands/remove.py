@@ -41,7 +41,7 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     """
     survey = request.survey
     places = list(dict.fromkeys(meant(request, text) for text in directories))
-    if places:  # they tell the scopes
+    if places:  # they determine the scopes
         request.scopes = tuple(dict.fromkeys(scope for scope, _ in places))
     else:
         places = [(request.scope, directory) for directory in directories_read(AGENT_CONFIG, request.scope)]
@@ -63,21 +63,21 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
 
 
 def meant(request: Request, text: str) -> tuple[Scope, str]:
-    """The skills directory that is meant by a path, or in the table's spelling."""
+    """The skills directory for an argument: a path, or a directory as the table spells it."""
     if not text:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
-    path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (links stay)
+    path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (keeps links)
     is_scope_known = bool(request.is_scope_given or request.project)
     scopes = request.scopes if is_scope_known else request.roots
     known = [(scope, directory) for scope in scopes for directory in directories_read(AGENT_CONFIG, scope)]
     found = [place for place in known if parent_resolved(request.roots[place[0]] / place[1]) == path]
-    # The table's spelling: at the scope that was given, or in the project when the current directory is below its root.
+    # The table's spelling: at the given scope, or in the project if the current directory is below the project's root.
     if is_scope_known or not os.path.lexists(text):
         spelled = (request.scope if is_scope_known else "project", os.path.normpath(text))
         found += [place for place in known if place == spelled]
     if found:
         return found[0]
-    # All directories would fill the screen; those in use are the likely ones.
+    # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
     in_use = [place for place in known if any(copy.exists for copy in request.survey.at(*place))]
     spellings = [place[1] if is_scope_known else str(request.roots[place[0]] / place[1]) for place in in_use]
     expected = f"; expected one of {', '.join(spellings)}" if in_use else ", and no skill is installed"
@@ -85,12 +85,12 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
 
 
 def parent_resolved(path: Path) -> Path:
-    """The path with links resolved above its last part, whichever way the shell took."""
-    return Path(os.path.realpath(path.parent), path.name)  # unlike Path.resolve, never raises for a loop
+    """The path with links resolved except in its last part, to compare paths that use different links."""
+    return Path(os.path.realpath(path.parent), path.name)  # unlike Path.resolve, never raises for a loop of links
 
 
 def lost(request: Request, copies: Sequence[Copy]) -> Iterator[Hint]:
-    """Which agents find skills no longer: detected ones, those with no other directory, and one for any other."""
+    """Hints for agents that lose skills: detected ones, those with one directory, and a reader of every other copy."""
     how = "would no longer" if request.dry_run else "no longer"
     for scope in request.scopes:
         losses = request.survey.losses(copies, scope)

@@ -1,4 +1,4 @@
-"""The subject of a command: agents, scopes, and the survey of the disk."""
+"""The input of a command: its agents, its scopes and the survey of the disk."""
 
 from collections.abc import Sequence
 from functools import cached_property
@@ -14,12 +14,12 @@ from muvad_tarnel.roots import SCOPES, Roots, agents_in_use, find_project_root, 
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
-# The scopes that a command is about: none, one (the user's, if none is named), both unless one is named, always both.
+# The scopes of a command: none; one, by default the user's; both unless one is named; always both.
 type Scoping = Literal["none", "one", "both", "pair"]
 
 
 class Request:
-    """The agents named, the scopes looked at, and the roots of all scopes that have one."""
+    """The named agents, the requested scopes, and the roots of all scopes that have one."""
 
     def __init__(
         self,
@@ -33,14 +33,14 @@ class Request:
         detect: bool = False,
         dry_run: bool = False,
     ) -> None:
-        """Find the roots and the agents. Raises `Failure` if there is no root for any scope looked at."""
+        """Find the roots and the agents. Raises `Failure` if none of the requested scopes has a root."""
         if all_agents + detect + bool(agent_keys) > 1:
             raise click.UsageError("--agent, --all-agents and --detect cannot be combined.")
         self.console = console
         self.dry_run = dry_run
         self.is_scope_given = scope is not None
         self.project = project and project.absolute()
-        # Why a scope that was asked for has no root. The command continues with the other one.
+        # Why a requested scope has no root. The command continues with the other one.
         self.obstacles: list[Obstacle] = []
         if scope is None and project and scoping != "pair":
             scope = "project"
@@ -56,12 +56,12 @@ class Request:
 
     @cached_property
     def survey(self) -> Survey:
-        """What is on the disk, at all scopes: hints depend on both."""
+        """The copies on the disk, always at all scopes because hints depend on both."""
         return Survey.of(self.roots)
 
     @property
     def scope(self) -> Scope:
-        """The scope of a command that has one."""
+        """The scope of a command that has a single one."""
         return self.scopes[0]
 
     @property
@@ -76,22 +76,22 @@ class Request:
 
     @cached_property
     def in_use(self) -> tuple[str, ...]:
-        """The agents that are detected."""
+        """The detected agents."""
         return agents_in_use(self.roots["user"]) if "user" in self.roots else ()
 
     def place(self, scope: Scope, directory: str) -> str:
-        """A skills directory in words: short on a terminal, whole elsewhere and with --verbose."""
+        """A skills directory for display: short on a terminal, a full path elsewhere and with --verbose."""
         path = self.roots[scope] / directory
         if not self.console.style.is_terminal or self.console.verbose or Path(directory).is_absolute():
             return str(path)
         return f"~/{directory}" if scope == "user" else directory
 
     def title(self, scope: Scope) -> str:
-        """A scope and its root, above a table."""
+        """The title of a scope's table: the scope and its root."""
         return f"{scope.capitalize()} scope: {self.roots[scope]}"
 
     def command(self, scope: Scope | None, words: Sequence[str]) -> list[str]:
-        """A command for the same project, as a program would start it."""
+        """A command for the same project, as a list of arguments."""
         located = ["-C", str(self.project)] if self.project and scope != "user" else []
         return ["muvad-tarnel", "skill", *words, *located]
 

@@ -52,7 +52,7 @@ def shadowed(request: Request, *, check: bool) -> Report:
 
 
 def table(request: Request, shadows: Iterable[Shadow]) -> Table:
-    """The places of the copies, and what agents make of them."""
+    """A table of the copies and their effect on agents."""
     cells = []
     for shadow in shadows:
         user, project = (f"{request.place(copy.scope, copy.directory)} ({copy.state.value})" for copy in shadow[:2])
@@ -69,7 +69,7 @@ def table(request: Request, shadows: Iterable[Shadow]) -> Table:
 
 
 def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
-    """The ways out for people: no agent may be left with neither copy, so they are alternatives."""
+    """The alternative fixes, for people: applying more than one could leave an agent without any copy."""
     changed = [copy for shadow in shadows for copy in shadow[:2] if copy.state is not State.CURRENT]
     can_replace = changed and not any(map(obstacle_to_writing, changed))
     if can_replace:
@@ -90,7 +90,7 @@ def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
 
 
 def record(request: Request, shadow: Shadow) -> Record:
-    """Two copies for programs."""
+    """The JSON record of two copies."""
     precedences = {agent: AGENT_CONFIG[agent].precedence for agent in shadow.agents}
     return {
         "skill": shadow.user.skill,
@@ -105,7 +105,7 @@ def record(request: Request, shadow: Shadow) -> Record:
 
 
 def way_out(request: Request, copy: Copy) -> Record:
-    """The removal of a copy for programs: without a command where it takes --force, or fails."""
+    """The JSON record of a copy's removal, without a command if it requires --force or would fail."""
     obstacle = obstacle_to_removing(copy, force=False)
     return {
         "removes": str(copy.path),

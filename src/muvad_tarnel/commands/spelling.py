@@ -4,7 +4,7 @@ from collections.abc import Collection
 
 import click
 
-# What other tools call these commands and agents.
+# Other tools' names for these commands and agents.
 _SYNONYMS = {
     "delete": "remove",
     "github-copilot": "copilot",
@@ -17,8 +17,8 @@ _SYNONYMS = {
 
 
 def did_you_mean(word: str, known: Collection[str], prefix: str = "") -> str:
-    """A suggestion after a space, or nothing if no known word is near. The suggested word follows the prefix."""
-    from difflib import get_close_matches  # noqa: PLC0415 (needed after a mistake only)
+    """A suggestion with a leading space, or an empty text if no known word is similar. `prefix` precedes the word."""
+    from difflib import get_close_matches  # noqa: PLC0415 (only needed after a mistake)
 
     synonym = _SYNONYMS.get(word.lower())
     near = [synonym] if synonym and synonym in known else get_close_matches(word.lower(), known, 1, cutoff=0.7)
@@ -26,10 +26,10 @@ def did_you_mean(word: str, known: Collection[str], prefix: str = "") -> str:
 
 
 class Choice(click.Choice[str]):
-    """A choice that suggests the nearest word."""
+    """A choice that suggests the most similar word."""
 
     def get_invalid_choice_message(self, value: object, ctx: click.Context | None) -> str:
-        """Name the words, or the command that lists them, and the one that was probably meant."""
+        """List the choices, or name the command that does, and suggest the most similar one."""
         guess = " Repeat the option for each." if "," in str(value) else did_you_mean(str(value), self.choices)
         if len(self.choices) > 10:  # the agents
             return f"{value!r} is unknown.{guess} 'muvad-tarnel skill agents' lists them all."

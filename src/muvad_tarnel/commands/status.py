@@ -73,7 +73,7 @@ def status(request: Request, *, check: bool) -> Report:
 
 
 def listed(request: Request) -> Iterator[Copy]:
-    """The copies worth a row: what exists, what its neighbours lack, and what an install would write."""
+    """The copies to list: existing ones, missing ones beside them, and those that an install would write."""
     survey = request.survey
     for scope in request.scopes:
         planned = {c.path for c in additions(survey, scope, lacking_at(survey, scope, request.scopes, request.named))}
@@ -116,7 +116,7 @@ def finds_cell(request: Request, agent: str, scope: Scope) -> Line:
 
 
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
-    """What the tables do not show: foreign and modified copies, shadowing."""
+    """Remarks on what the tables don't show: foreign and modified copies, shadowing."""
     others = [copy for copy in copies if copy.state in (State.FOREIGN, State.MODIFIED)]
     for copy in (each for each in others if each.state is State.FOREIGN):
         yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)

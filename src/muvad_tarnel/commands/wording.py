@@ -26,14 +26,14 @@ EFFECTS = {
 
 
 def shortlist(request: Request, agents: Sequence[str], *others: str) -> list[str]:
-    """The agents to name on a terminal: those that were named or detected, and `others`. Elsewhere, all of them."""
+    """The agents to list: on a terminal, the named and detected ones and `others`; elsewhere, all."""
     wanted = [agent for agent in agents if agent in (*request.named, *request.in_use, *others)]
     is_short = request.console.style.is_terminal and not request.console.verbose
     return wanted if is_short and len(wanted) + 1 < len(agents) else list(agents)
 
 
 def readers_in_words(request: Request, directories: Iterable[str], scope: Scope) -> str:
-    """Who reads any of the directories: some by name, the others as a count."""
+    """The readers of any of the directories: some by name, the others as a number."""
     readers = [agent for agent, record in AGENT_CONFIG.items() if {*directories} & {*record.directories(scope)}]
     named = shortlist(request, readers, *(() if request.named else skill.DEFAULT_AGENTS))
     names = [AGENT_CONFIG[agent].name for agent in named]
@@ -42,12 +42,12 @@ def readers_in_words(request: Request, directories: Iterable[str], scope: Scope)
 
 
 def which_skills(names: Sequence[str]) -> str:
-    """The names of skills in a cell."""
+    """The names of skills for a table cell."""
     return "all" if len(names) == len(skill.SKILL_TEMPLATES) else ", ".join(names)
 
 
 def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Line]]) -> list[Block]:
-    """The copies, a table for each scope, and a row for those skills of a directory of which the same is to be said."""
+    """The copies in a table for each scope. Skills of a directory with equal cells share a row."""
     files = by_file(request.survey.copies)
 
     def directories(copy: Copy) -> tuple[str, ...]:
@@ -64,7 +64,7 @@ def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Line]
 
 
 def obstacles_of(request: Request, copies: Iterable[Copy]) -> list[Obstacle]:
-    """Why copies that are there cannot be read or updated. A link that no update must follow is only a note."""
+    """Why existing copies can't be read or updated. Misplaced links that no update has to follow only get a note."""
     found = [(copy.misplaced or copy.obstacle, copy) for copy in copies if copy.exists]
     obstacles = [obstacle for obstacle, copy in found if obstacle and (copy.obstacle or copy.is_stale)]
     for link in dict.fromkeys(obstacle for obstacle, _ in found if obstacle and obstacle not in obstacles):
@@ -73,7 +73,7 @@ def obstacles_of(request: Request, copies: Iterable[Copy]) -> list[Obstacle]:
 
 
 def copy_record(copy: Copy) -> Record:
-    """A copy for programs."""
+    """The JSON record of a copy."""
     return {
         "scope": copy.scope,
         "directory": copy.directory,
@@ -86,7 +86,7 @@ def copy_record(copy: Copy) -> Record:
 
 
 def agent_records(survey: Survey, scopes: Sequence[Scope], agents: Iterable[str]) -> list[Record]:
-    """Where each agent finds each skill, for programs."""
+    """The JSON records of where each agent finds each skill."""
 
     def finds(agent: str, scope: Scope, name: str) -> Record:
         return {"scope": scope, "skill": name, "paths": [str(copy.path) for copy in survey.finds(agent, scope, name)]}
@@ -99,17 +99,17 @@ def agent_records(survey: Survey, scopes: Sequence[Scope], agents: Iterable[str]
 
 
 def advised(request: Request, hints: Iterable[Hint], label: str = "to fix:") -> list[Advice]:
-    """The hints that no obstacle keeps from being given."""
+    """Advice from the hints without obstacles."""
     given = (hint for hint in hints if not hint.obstacles)
     return [(hint.reason, Command(label, request.command(hint.scope, hint.words))) for hint in given]
 
 
 def times(number: int) -> str:
-    """How often, after a space; nothing for once."""
+    """A number of times in words, with a leading space; empty for 0 and 1."""
     return {0: "", 1: "", 2: " twice:"}.get(number, f" {number} times:")
 
 
 def skills_by_place(request: Request, survey: Survey, agent: str, scope: Scope) -> dict[tuple[str, ...], list[str]]:
-    """The skills by the places where an agent finds them at a scope."""
+    """The skills grouped by the places where an agent finds them at a scope."""
     found = ((survey.finds(agent, scope, name), name) for name in skill.SKILL_TEMPLATES)
     return grouped((tuple(request.place(scope, copy.directory) for copy in copies), name) for copies, name in found)

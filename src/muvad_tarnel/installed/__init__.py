@@ -1,1 +1,1 @@
-"""What is installed on the disk, who finds it, and how it is changed safely. Knows nothing of options."""
+"""The installed copies: reading them, finding their readers, changing them safely. Independent of options."""

@@ -1,4 +1,4 @@
-"""One installed copy of a skill: reading it, judging its text, and the links on the way to it."""
+"""One installed copy of a skill: read it, determine its state, and check the links in its path."""
 
 import os
 import stat
@@ -11,11 +11,11 @@ from muvad_tarnel.failure import Obstacle, obstacle_of
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import Scope
 
-# No document comes near this many bytes. A repository may hold files that are made to exhaust memory.
+# Far larger than any document. A repository may contain files crafted to exhaust memory.
 _LARGEST = 2**20
 
-# The SHA-256 digests of every template ever released. A template that changes gets a new digest here and keeps the old
-# one, so that copies which an earlier release wrote are not taken for modified ones.
+# The SHA-256 digests of all released templates. When a template changes, add the new digest and keep the old one, so
+# that copies from earlier releases don't count as modified.
 RELEASED = {
     "tarnel": frozenset({"bef2522d3677b204b64107eb8f11578357806c23542c454484ecfa92ac5a5f02"}),
     "tarnel-map": frozenset({"79ca54e5f36144a6738a1445f974f83244143c5aee02c5455d262add5d9474ed"}),
@@ -24,7 +24,7 @@ RELEASED = {
 
 
 class State(Enum):
-    """A copy compared with this package."""
+    """The state of a copy compared with this package."""
 
     CURRENT = "current"
     OUTDATED = "outdated"
@@ -37,9 +37,9 @@ class State(Enum):
 
 
 class Copy(NamedTuple):
-    """One skill's place in one skills directory, and what is there.
+    """The path of one skill in one skills directory, and what is there.
 
-    `path` leads there from the scope's root, `file` is the same with all links resolved. `obstacle` says why the copy
+    `path` starts with the scope's root; `file` is the same path with all links resolved. `obstacle` says why the copy
     is unreadable.
     """
 
@@ -57,7 +57,7 @@ class Copy(NamedTuple):
 
     @property
     def blank(self) -> "Copy":
-        """The same place, with nothing known of what is there."""
+        """The same path, without information about what is there."""
         return Copy(self.scope, self.root, self.directory, self.skill, self.path, self.file)
 
     @property
@@ -77,7 +77,7 @@ class Copy(NamedTuple):
 
     @property
     def place(self) -> str:
-        """The skills directory in a sentence."""
+        """The skills directory as written in sentences."""
         return f"~/{self.directory}" if self.scope == "user" and self.directory[0] != "/" else self.directory
 
     @property
@@ -87,12 +87,12 @@ class Copy(NamedTuple):
         return next((place for place in places if os.path.islink(place)), None)  # noqa: PTH114 (never raises)
 
     def may_hold(self, place: Path) -> bool:
-        """Whether a path, its links resolved, lies where the scope allows: a project's must be in the repository."""
+        """Whether the scope allows a resolved path: at project scope, it must be inside the repository."""
         return self.scope == "user" or place.is_relative_to(os.path.realpath(self.root))
 
     @property
     def misplaced(self) -> Obstacle | None:
-        """The link that leads to no copy of the skill, or out of the repository, so that nothing must be changed."""
+        """The obstacle if a link leads outside the repository or not to a copy of the skill: nothing may be changed."""
         if self.file == self.path:
             return None
         is_inside = self.may_hold(self.file)
@@ -106,18 +106,18 @@ class Copy(NamedTuple):
 
 
 def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
-    """Every skill's place in a skills directory, and what is there."""
+    """The copies of all skills in a skills directory, existing or not."""
     places = []
     for name in skill.SKILL_TEMPLATES:
         path = skill.skill_target_path("project", root, name, directory)
         places.append(Copy(scope, root, directory, name, path, path))
-    # Most directories of the table are missing from the first part on: resolving all of them takes milliseconds.
+    # Most directories of the table don't exist, not even their first part. Resolving all of them takes milliseconds.
     is_there = os.path.lexists(f"{root}/{directory.partition('/')[0]}")
     return [read_copy(place) for place in places] if is_there else places
 
 
 def read_copy(copy: Copy) -> Copy:
-    """The copy as it is on the disk now. Raises nothing for what is there."""
+    """The copy as it is on the disk now. Problems there become its obstacle and raise nothing."""
     path, file = copy.path, Path(os.path.realpath(copy.path))
     copy = copy.blank._replace(file=file)
     try:
@@ -140,13 +140,13 @@ def read_copy(copy: Copy) -> Copy:
 
 
 def read(file: Path) -> bytes:
-    """The file's bytes. A pipe that has just taken the file's place blocks nobody."""
+    """The file's bytes. Doesn't block if a pipe has just replaced the file."""
     with os.fdopen(os.open(file, os.O_RDONLY | os.O_NONBLOCK | os.O_CLOEXEC), "rb") as stream:
         return stream.read(_LARGEST)
 
 
 def dangling(path: Path) -> Obstacle | None:
-    """The link that keeps a path from existing, if it is a link."""
+    """The obstacle if a path doesn't exist because of a dangling link."""
     place = next(place for place in (path, *path.parents) if os.path.lexists(place))
     if not place.is_symlink() or os.path.exists(place):  # noqa: PTH110 (never raises)
         return None
@@ -154,19 +154,19 @@ def dangling(path: Path) -> Obstacle | None:
 
 
 def plain(content: bytes) -> bytes:
-    """The content without a byte order mark and with LF line ends."""
+    """The content without a byte order mark and with LF line endings."""
     return content.removeprefix(b"\xef\xbb\xbf").replace(b"\r\n", b"\n").replace(b"\r", b"\n")
 
 
 def judge(name: str, content: bytes) -> tuple[State, str | None, bool]:
-    """The state of a copy with this content, its stamp, and whether this package wrote it, in any release.
+    """The state of a copy with this content, its version stamp, and whether a release of this package wrote it.
 
-    Raises `UnicodeDecodeError`, unless that is due to a cut.
+    Raises `UnicodeDecodeError` unless a truncation is the cause.
     """
-    text = plain(content).decode(errors="replace")  # a cut may be inside a character
-    if text == skill.render_skill_md(__version__, name):  # even if its stamp cannot be read back: a local version's
+    text = plain(content).decode(errors="replace")  # truncation may split a character
+    if text == skill.render_skill_md(__version__, name):  # even if its stamp can't be parsed, as with a local version
         return State.CURRENT, __version__, True
-    stamp = skill._VERSION_RE.search(text[:2000])  # where the module looks for it
+    stamp = skill._VERSION_RE.search(text[:2000])  # the part that the module searches
     version = stamp.group(1) if stamp else None
     is_ours = stamp is not None and is_released(name, text[: stamp.start(1)] + "{version}" + text[stamp.end(1) :])
     whole = skill.render_skill_md(version or __version__, name).encode()
@@ -184,6 +184,6 @@ def is_released(name: str, template: str) -> bool:
     """Whether the text is a released template of the skill."""
     if template == skill.SKILL_TEMPLATES[name]:
         return True
-    from hashlib import sha256  # noqa: PLC0415 (slow to import, and seldom needed)
+    from hashlib import sha256  # noqa: PLC0415 (slow to import and rarely needed)
 
     return sha256(template.encode()).hexdigest() in RELEASED[name]

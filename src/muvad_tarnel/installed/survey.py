@@ -1,4 +1,4 @@
-"""One reading of the disk: every copy of every skill, and who finds it. All reports and hints are views of it."""
+"""A snapshot of the disk: all copies of all skills, and the agents that find them. All reports and hints use one."""
 
 from collections.abc import Iterable, Iterator
 from dataclasses import dataclass
@@ -23,22 +23,22 @@ class Shadow(NamedTuple):
 
     @property
     def is_different(self) -> bool:
-        """Whether the texts differ, line ends and byte order marks aside. Equal texts do no harm."""
+        """Whether the texts differ, ignoring line endings and byte order marks. Equal texts do no harm."""
         return plain(self.user.content or b"") != plain(self.project.content or b"")
 
 
 def directories_read(agents: Iterable[str], scope: Scope) -> list[str]:
-    """All skills directories that any of the agents reads at a scope, in ascending order."""
+    """All skills directories that any of the agents reads at a scope, sorted."""
     return sorted({directory for agent in agents for directory in AGENT_CONFIG[agent].directories(scope)})
 
 
 def readers_of(directory: str, scope: Scope, agents: Iterable[str] = AGENT_CONFIG) -> list[str]:
-    """Those of the agents that read a directory, in the order given."""
+    """The agents that read a directory, in the given order."""
     return [agent for agent in agents if directory in AGENT_CONFIG[agent].directories(scope)]
 
 
 def grouped[Key, Value](pairs: Iterable[tuple[Key, Value]]) -> dict[Key, list[Value]]:
-    """The values by key."""
+    """The values grouped by key."""
     groups: dict[Key, list[Value]] = {}
     for key, value in pairs:
         groups.setdefault(key, []).append(value)
@@ -46,29 +46,29 @@ def grouped[Key, Value](pairs: Iterable[tuple[Key, Value]]) -> dict[Key, list[Va
 
 
 def by_file(copies: Iterable[Copy]) -> dict[Path, list[Copy]]:
-    """The copies by file: those that links make one are together, first one whose path holds no link."""
+    """The copies by file, to which links may lead several. One whose path contains no link comes first."""
     files = grouped((copy.file, copy) for copy in copies)
     for same in files.values():
-        if len(same) > 1:  # comparing the paths of all the others takes a millisecond
+        if len(same) > 1:  # comparing the paths of all single copies would take a millisecond
             same.sort(key=lambda copy: copy.path != copy.file)
     return files
 
 
 def each_once(copies: Iterable[Copy]) -> tuple[Copy, ...]:
-    """The copies without those that links make the same file as another."""
+    """One copy per file, even if links lead several copies to it."""
     return tuple(same[0] for same in by_file(copies).values())
 
 
 @dataclass(frozen=True)
 class Survey:
-    """The copies in every directory of the agent table, at every scope that has a root, in this order."""
+    """The copies in all directories of the agent table, at all scopes with a root, ordered by scope and directory."""
 
     roots: Roots
     copies: tuple[Copy, ...]
 
     @classmethod
     def of(cls, roots: Roots) -> "Survey":
-        """Read the disk, every file once for each path that leads to it. Raises nothing for what is there."""
+        """Read the disk, each file once per path that leads to it. Problems there raise nothing."""
         copies = (
             copy
             for scope, root in roots.items()
@@ -82,16 +82,16 @@ class Survey:
         return {(copy.scope, copy.directory, copy.skill): copy for copy in self.copies}
 
     def at(self, scope: Scope, directory: str) -> list[Copy]:
-        """The places of all skills in a directory."""
+        """The copies of all skills in a directory, existing or not."""
         return [self._by_place[scope, directory, name] for name in skill.SKILL_TEMPLATES]
 
     def read_by(self, agents: Iterable[str], scopes: Iterable[Scope]) -> Iterator[Copy]:
-        """The places in the directories that any of the agents reads."""
+        """The copies, existing or not, in the directories that any of the agents reads."""
         read = {(scope, directory) for scope in scopes for directory in directories_read(agents, scope)}
         return (copy for copy in self.copies if (copy.scope, copy.directory) in read)
 
     def finds(self, agent: str, scope: Scope, name: str, *, foreign: bool = False) -> list[Copy]:
-        """The copies through which an agent finds a skill at a scope, by its directories, each file once."""
+        """The copies in which an agent finds a skill at a scope, in the order of its directories, each file once."""
         found: dict[Path, Copy] = {}
         for directory in AGENT_CONFIG[agent].directories(scope) if scope in self.roots else ():
             copy = self._by_place[scope, directory, name]
@@ -104,12 +104,12 @@ class Survey:
         return [name for name in skill.SKILL_TEMPLATES if not any(self.finds(agent, s, name) for s in scopes)]
 
     def finders(self, scopes: Iterable[Scope], agents: Iterable[str] = AGENT_CONFIG) -> list[str]:
-        """Those of the agents that find any skill at the scopes."""
+        """The agents that find any skill at the scopes."""
         places = list(product(scopes, skill.SKILL_TEMPLATES))
         return [agent for agent in agents if any(self.finds(agent, *place) for place in places)]
 
     def shadows(self, agents: Iterable[str]) -> list[Shadow]:
-        """Every copy with another text that an agent reads at the other scope; a file read at both does not count."""
+        """Pairs of texts that an agent reads at the two scopes, not both foreign. Files read at both don't count."""
         pairs = []
         for name, agent in product(skill.SKILL_TEMPLATES, agents):
             users, projects = (self.finds(agent, scope, name, foreign=True) for scope in SCOPES)
@@ -125,7 +125,7 @@ class Survey:
         return grouped((agent, name) for agent, name in lacking if self.finds(agent, scope, name))
 
     def changed(self, state: State, copies: Iterable[Copy]) -> "Survey":
-        """The survey as it is once the files of some copies have been written or removed."""
+        """The survey after the files of some copies have been written or removed."""
         files = {copy.file for copy in copies}
         version = __version__ if state is State.CURRENT else None
         return Survey(

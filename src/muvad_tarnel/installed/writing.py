@@ -1,7 +1,7 @@
-"""Replacing and removing copies: whole or not at all, never through a link that leads elsewhere.
+"""Replace and remove copies atomically, and never through a link that leads elsewhere.
 
-The new text is staged in a temporary file beside the old one and renamed over it, so that there is the old file or the
-new one at every moment. Meanwhile a shared lock on the directory keeps others from cleaning up.
+The new text is written to a temporary file beside the old one, which is then renamed over it, so that either the old or
+the new file exists at any time. Meanwhile, a shared lock on the directory prevents other runs from cleaning up.
 """
 
 import errno
@@ -20,14 +20,14 @@ _PREFIX, _SUFFIX = ".SKILL.md.", ".tmp"
 
 
 def obstacle_to_writing(copy: Copy) -> Obstacle | None:
-    """What would keep a copy from being written, as far as it can be foreseen."""
+    """The foreseeable obstacle to writing a copy."""
     if obstacle := copy.misplaced or copy.obstacle:
         return obstacle
     return (denied(copy.file, os.W_OK) if copy.exists else None) or obstacle_to_entries(copy.file.parent)
 
 
 def obstacle_to_entries(folder: Path) -> Obstacle | None:
-    """What would keep a file from being made in, or removed from, a directory that may not exist yet."""
+    """The obstacle to creating or removing a file in a directory, which may not exist yet."""
     try:
         place = next(place for place in (folder, *folder.parents) if os.path.lexists(place))
         if not place.is_dir():
@@ -38,7 +38,7 @@ def obstacle_to_entries(folder: Path) -> Obstacle | None:
 
 
 def denied(place: Path, mode: int) -> Obstacle | None:
-    """Why a file or directory may not be used this way, if it may not."""
+    """The obstacle if access to a file or directory in this mode is denied."""
     if os.access(place, mode):
         return None
     code = errno.EACCES
@@ -50,16 +50,16 @@ def denied(place: Path, mode: int) -> Obstacle | None:
 
 
 def obstacle_met(error: OSError, copy: Copy) -> Obstacle:
-    """The obstacle behind a failure, named after what all the copies have in common that it concerns."""
+    """The obstacle behind a failure, with the path that all affected copies have in common."""
     if error.errno in (errno.ENOSPC, errno.EDQUOT, errno.EFBIG):
         return obstacle_of(error, copy.path.parent.parent)
     return obstacle_to_writing(copy) or obstacle_of(error, copy.path)
 
 
 def replace(copy: Copy) -> Path | None:
-    """Write this package's document in a copy's place, and return where a replaced text that isn't ours is kept.
+    """Write this package's document to a copy's path. If that replaces a text that isn't ours, return its backup.
 
-    Raises `OSError`; then the old file is still there.
+    If it raises `OSError`, the old file is still there.
     """
     folder = copy.file.parent
     missing = [place for place in (folder, *folder.parents) if not place.exists()]
@@ -85,10 +85,10 @@ def replace(copy: Copy) -> Path | None:
 
 @contextmanager
 def locked(folder: Path, operation: int) -> Iterator[None]:
-    """Hold a lock on a directory: shared, or exclusive and then raising `OSError` if it cannot be had."""
+    """Hold a lock on a directory: shared if possible, or exclusive, which raises `OSError` if unavailable."""
     descriptor = None
     try:
-        # A shared one may fail: the directory may not be listed, or the file system has no locks.
+        # A shared lock may fail: the directory isn't readable, or the file system has no locks.
         with suppress(OSError) if operation == fcntl.LOCK_SH else nullcontext():
             descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
             fcntl.flock(descriptor, operation)
@@ -100,7 +100,7 @@ def locked(folder: Path, operation: int) -> Iterator[None]:
 
 @contextmanager
 def staged(copy: Copy) -> Iterator[Path]:
-    """A temporary file with this package's document, and with the owner and mode of the file that it is to replace."""
+    """A temporary file with this package's document, and with the owner and mode of the file to replace."""
     path = copy.file.with_name(f"{_PREFIX}{os.urandom(6).hex()}{_SUFFIX}")
     try:
         with path.open("xb") as stream:
@@ -118,7 +118,7 @@ def staged(copy: Copy) -> Iterator[Path]:
 
 
 def keep(file: Path) -> Path:
-    """Give the file a second name, the first free one of SKILL.md.bak, SKILL.md.bak2 and so on."""
+    """Link or copy the file to the first free name of SKILL.md.bak, SKILL.md.bak2 and so on."""
     for number in count(1):
         backup = file.with_name(f"{file.name}.bak{number if number > 1 else ''}")
         try:
@@ -142,7 +142,7 @@ def keep(file: Path) -> Path:
 
 
 def clean_up(copies: Iterable[Copy]) -> None:
-    """Remove the temporary files that killed runs have left beside the copies, where no other run is at work."""
+    """Remove temporary files that killed runs left beside the copies, unless another run is active there."""
     for folder in {copy.file.parent for copy in copies if not copy.misplaced}:
         # Failing to remove one does not prevent writing.
         with suppress(OSError), locked(folder, fcntl.LOCK_EX | fcntl.LOCK_NB):
@@ -151,7 +151,7 @@ def clean_up(copies: Iterable[Copy]) -> None:
 
 
 def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
-    """What keeps a copy from being removed: a text or link that is not ours, unless forced, or the disk."""
+    """The obstacle to removing a copy: a text or link that isn't ours, unless forced, or a problem on the disk."""
     if copy.obstacle and os.path.isdir(copy.path):  # noqa: PTH112 (never raises)
         return copy.obstacle
     link = copy.link
@@ -164,7 +164,7 @@ def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
 
 
 def reason_to_keep(copy: Copy) -> str:
-    """Why a copy is only removed by force; empty if it is ours."""
+    """Why removing a copy requires --force; empty if it is ours."""
     if link := copy.link:
         return f"a link to {link.readlink()}"
     if copy.obstacle:
@@ -179,9 +179,9 @@ def difference(copy: Copy) -> str:
 
 
 def remove(copy: Copy, *, force: bool) -> None:
-    """Remove a copy, and its directory when that is then empty. A link is removed instead of what it leads to.
+    """Remove a copy, and its directory if that is then empty. A link is removed instead of its target.
 
-    Raises `OSError`, also when the file has been modified since it was read.
+    Raises `OSError`, also if the file has been modified since it was read.
     """
     if not force and not read_copy(copy).is_ours:
         raise OSError(errno.EBUSY, "changed while this command ran")

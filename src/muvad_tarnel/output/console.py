@@ -9,7 +9,7 @@ from muvad_tarnel import __version__
 from muvad_tarnel.output.report import Block, Command, Document, Line, Record, Report, Table, Tone
 from muvad_tarnel.output.text import Style, encodable, printable, silence
 
-# The version of the JSON objects' shape: it changes when a reader of the former shape would be misled.
+# The version of the JSON objects' schema. Change it only if programs would misread objects of the new schema.
 SCHEMA = 2
 
 
@@ -29,7 +29,7 @@ class Console:
             self._say("note: " + text)
 
     def show(self, report: Report) -> None:
-        """Print the report the way that was asked for, after its errors."""
+        """Print the errors, then the report in the requested format."""
         for error in report.errors:
             self._say(f"Error: {error}")
         if self.json:
@@ -41,7 +41,7 @@ class Console:
         if self.quiet:
             blocks = [block for block in blocks if isinstance(block, Document)]
         if self.style.is_terminal:
-            from muvad_tarnel.output.terminal import drawn  # noqa: PLC0415 (rich takes longer than all the rest)
+            from muvad_tarnel.output.terminal import drawn  # noqa: PLC0415 (rich takes longer to import than the rest)
 
             self._write(drawn(blocks, has_colour=self.style.has_colour))
         else:
@@ -56,7 +56,7 @@ class Console:
     def _write(self, text: str) -> None:
         try:
             click.echo(encodable(text), nl=False, color=True)
-        except BrokenPipeError:  # the reader has left, which is not a failure
+        except BrokenPipeError:  # the reader has closed the pipe, which is not a failure
             silence(sys.stdout)
 
 
@@ -81,7 +81,7 @@ def plain_text(blocks: list[Block]) -> str:
 
 def object_text(command: str, report: Report, indent: int | None = None) -> str:
     """The report as one JSON object, in ASCII: one line unless indented."""
-    import json  # noqa: PLC0415 (not needed for the other ways)
+    import json  # noqa: PLC0415 (not needed for other formats)
 
     record: Record = {
         "schema": SCHEMA,

@@ -1,4 +1,4 @@
-"""The parts of a command's report, whatever its format."""
+"""The parts of a command's report, independent of its format."""
 
 from collections.abc import Iterable, Sequence
 from enum import Enum
@@ -10,7 +10,7 @@ type Record = dict[str, object]
 
 
 class Tone(Enum):
-    """How a line is meant. The words must say it as well: a tone only adds a mark and a colour."""
+    """The meaning of a line. The words must convey it too, because a tone only adds a mark and a colour."""
 
     GOOD = "good"
     WARNING = "warning"
@@ -34,20 +34,20 @@ class Table(NamedTuple):
 
 
 class Command(NamedTuple):
-    """A command line to copy, after what it is for. It is never wrapped."""
+    """A command line to copy, after a label with its purpose. It is never wrapped."""
 
     label: str
     words: Sequence[str]
 
     def __str__(self) -> str:
-        """The indented line, as a shell takes it."""
+        """The indented line, quoted for a shell."""
         from shlex import join  # noqa: PLC0415 (not needed with --json)
 
         return "    " + "  ".join(filter(None, (self.label, join(self.words))))
 
 
 class Document(NamedTuple):
-    """Text that is printed as it is, whatever the options say. `is_diff` asks for the colours of one."""
+    """Text that is printed unchanged, even with --quiet. `is_diff` enables the colours of a diff."""
 
     text: str
     is_diff: bool = False
@@ -55,15 +55,15 @@ class Document(NamedTuple):
 
 type Block = Table | Line | Command | Document
 
-# A reason, and the command that it is a reason to run.
+# A reason to run a command, and the command.
 type Advice = tuple[str, Command]
 
 
 class Report(NamedTuple):
     """Everything that a command reports.
 
-    The blocks are for people, and may be made on the way, since they are not used with --json. The results, the agents
-    and the `facts` beside them are for programs. The advice and the errors are for both.
+    The blocks are for people, and can be generated lazily because --json doesn't use them. The results, the agents
+    and the additional `facts` are for programs. The advice and the errors are for both.
     """
 
     blocks: Iterable[Block]

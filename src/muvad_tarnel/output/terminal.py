@@ -17,13 +17,13 @@ _STYLES = {Tone.GOOD: "green", Tone.WARNING: "yellow", Tone.BAD: "red", Tone.NEU
 _MARKS = {Tone.GOOD: "\N{CHECK MARK}", Tone.WARNING: "!", Tone.BAD: "\N{BALLOT X}", Tone.NEUTRAL: ""}
 _DIFF_STYLES = {"+": "green", "-": "red", "@": "cyan"}
 _BOX = box.Box("    \n    \n" + "\u2500" * 4 + "\n" + "    \n" * 5)  # a rule below the headings
-# A mark stays on the line of the word that follows it.
+# Keep a mark on the same line as the next word.
 _WORDS = re.compile(r"\S \S+|\S+")
-_LEAST = 15  # in a narrower column prose has hardly more than a word on a line
+_LEAST = 15  # prose in a narrower column has hardly more than one word per line
 
 
 def drawn(blocks: list[Block], *, has_colour: bool) -> str:
-    """The blocks as a terminal of the present width shows them, tables set apart by an empty line."""
+    """The blocks rendered for the width of the terminal, with empty lines around tables."""
     console = Console(
         force_terminal=True,
         color_system="standard" if has_colour else None,
@@ -57,7 +57,7 @@ def draw(console: Console, block: Block) -> None:
 
 
 def widths_of(columns: Sequence[str], rows: list[list[Text]], available: int) -> list[int]:
-    """The widths at which the columns fit, prose and all words readable; none if there are no such widths."""
+    """The widths at which the columns fit, with readable prose and no broken words; empty if there are none."""
     cells = [[heading, *(text.plain for text in texts)] for heading, *texts in zip(columns, *rows, strict=True)]
     widths = [max(map(cell_len, column)) for column in cells]
     words = (max(map(cell_len, _WORDS.findall(" ".join(column)))) for column in cells)
@@ -71,7 +71,7 @@ def widths_of(columns: Sequence[str], rows: list[list[Text]], available: int) ->
 
 
 def grid_of(columns: Sequence[str], rows: list[list[Text]], widths: list[int]) -> Grid:
-    """The columns side by side. The first cells of a row are left out where they are those of the row above."""
+    """The columns side by side. Leading cells of a row that equal those of the row above are left empty."""
     grid = Grid(box=_BOX, header_style="bold", show_edge=False, padding=(0, 1, 0, 0))
     for column, width in zip(columns, widths, strict=True):
         grid.add_column(column, overflow="fold", width=width)
@@ -82,7 +82,7 @@ def grid_of(columns: Sequence[str], rows: list[list[Text]], widths: list[int]) -
 
 
 def stack_of(columns: Sequence[str], rows: list[list[Text]]) -> Group:
-    """The cells of each row below one another, for a terminal that is too narrow for columns."""
+    """The cells of each row one below the other, for a terminal that is too narrow for columns."""
     lines: list[Text] = []
     for row in rows:
         cells = zip(columns, row, strict=True)
@@ -91,6 +91,6 @@ def stack_of(columns: Sequence[str], rows: list[list[Text]]) -> Group:
 
 
 def text_of(cell: str | Line) -> Text:
-    """The text after its mark."""
+    """The cell's text after its mark, in its colour."""
     text, tone = cell if isinstance(cell, Line) else Line(cell)
     return Text(f"{_MARKS[tone]} {printable(text)}".lstrip(), _STYLES[tone])

@@ -1,4 +1,4 @@
-"""What standard output can show."""
+"""Adapt text to what standard output can show."""
 
 import os
 import sys
@@ -9,10 +9,10 @@ _IN_ASCII = str.maketrans("\N{CHECK MARK}\N{BALLOT X}\u2500", "+x-")
 
 
 def printable(text: str) -> str:
-    """`text` as one harmless line: what cannot be shown is replaced.
+    """`text` as one safe line, with unprintable characters replaced.
 
-    That is control characters, line separators, direction overrides and undecodable bytes of file names (lone
-    surrogates): they would break the line, steer the terminal or fail to encode.
+    These are control characters, line separators, direction overrides and undecodable bytes of file names (lone
+    surrogates), which would break the line, control the terminal or fail to encode.
     """
     if text.isprintable():
         return text
@@ -20,14 +20,14 @@ def printable(text: str) -> str:
 
 
 class Style(NamedTuple):
-    """How standard output is to be written."""
+    """The style of standard output."""
 
-    is_terminal: bool  # tables, short paths; otherwise plain lines with whole paths
+    is_terminal: bool  # tables and short paths; otherwise plain lines with full paths
     has_colour: bool
 
     @classmethod
     def choose(cls, colour: str) -> "Style":
-        """The style for this process's standard output and the wish for colour: `auto`, `always` or `never`."""
+        """The style for this process's standard output and the colour option: `auto`, `always` or `never`."""
         is_terminal = sys.stdout is not None and sys.stdout.isatty()
         if colour == "auto":
             if os.environ.get("NO_COLOR"):
@@ -41,8 +41,8 @@ class Style(NamedTuple):
 
 
 def encodable(text: str) -> str:
-    """What standard output can express of `text`: marks and rules become ASCII, and anything else `?`."""
-    # A process may be started with standard output closed (None); a stream in memory has no encoding.
+    """`text` made encodable for standard output: if needed, marks and rules become ASCII, and anything else `?`."""
+    # Standard output is None if the process was started with it closed, and an in-memory stream has no encoding.
     encoding = getattr(sys.stdout, "encoding", None) or "utf-8"
     try:
         text.encode(encoding)
@@ -52,7 +52,7 @@ def encodable(text: str) -> str:
 
 
 def silence(stream: TextIO | None) -> None:
-    """Discard what a stream still holds, and is given from now on, so that closing it cannot fail."""
+    """Discard a stream's buffered and future output, so that closing it can't fail."""
     if stream is not None:
         with suppress(OSError):
             os.dup2(os.open(os.devnull, os.O_WRONLY), stream.fileno())

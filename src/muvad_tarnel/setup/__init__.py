@@ -1,1 +1,1 @@
-"""Setting up AI coding agents: which agents exist, and the skills installed for them."""
+"""The setup of AI coding agents: the agent table, and the skills to install."""

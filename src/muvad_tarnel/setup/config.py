@@ -1,17 +1,17 @@
-"""The agent table: where each AI coding agent discovers skills, and what else is known of it.
+"""The agent table: where each AI coding agent discovers skills, and other facts about it.
 
 Rules for every row, at each scope:
 
-- The agent's native directory (its own) comes first, the directories it reads besides follow. Planning prefers
-  directories by this order.
-- Directories are relative, to the project's root or to the home directory, with forward slashes, without a leading
-  `~` and without a trailing slash. They are compared as text, so one directory is spelled the same in every row.
+- The agent's native directory (its own) comes first, followed by the other directories it reads. Planning prefers
+  directories in this order.
+- Directories are relative to the project's root or the home directory, with forward slashes, without a leading `~` and
+  without a trailing slash. They are compared as text, so a directory must be spelled the same in every row.
 - Only directories that the agent reads unconditionally are listed, and none that it calls deprecated. The installer
-  cannot see an agent's settings: a copy too many is visible, a skill installed where nobody looks is not. The one
-  exception is Cursor's `.claude/skills`, which depends on a switch that is on by default.
+  can't see an agent's settings: a surplus copy is visible, but a skill in a directory that nobody reads is not. The
+  only exception is Cursor's `.claude/skills`, which depends on a setting that is on by default.
 - A user directory that an environment variable moves starts with that variable (`MOVES` has their defaults).
 
-Variables that add directories or replace several at once are not followed: docs/cli.md lists them.
+Variables that add directories or replace several at once are not supported: docs/cli.md lists them.
 """
 
 import os
@@ -22,11 +22,11 @@ from typing import Final, Literal
 
 type Scope = Literal["user", "project"]
 
-# What an agent does with a skill that it finds for the user as well as in the project: the copy named hides the
-# other, both are listed, or nobody has documented it.
+# What an agent does with a skill that it finds at both scopes: the named copy hides the other, both are listed, or the
+# behaviour is undocumented.
 type Precedence = Literal["user", "project", "both", "unknown"]
 
-# The environment variables that move a directory, and where under the home directory it is without them.
+# The environment variables that move a directory, and its default location under the home directory.
 MOVES: Final = {
     "CLAUDE_CONFIG_DIR": ".claude",
     "CODEX_HOME": ".codex",
@@ -42,10 +42,10 @@ MOVES: Final = {
 
 @dataclass(frozen=True, slots=True)
 class AgentRecord:
-    """One agent: the name shown to people, and the skills directories it reads at each scope, native one first.
+    """One agent: its display name, and the skills directories it reads at each scope, native one first.
 
-    `marker` is a directory that the agent itself makes, relative to the home directory or absolute: if it holds more
-    than skills, the agent is in use. It is empty for an agent without one. `.agents` marks nobody: all agents share it.
+    `marker` is a directory that the agent itself creates, relative to the home directory or absolute: if it contains
+    more than skills, the agent is in use. Empty if there is none. Never `.agents`, which the agents share.
     """
 
     name: str
@@ -59,20 +59,20 @@ class AgentRecord:
         return self.skills_user_roots if scope == "user" else self.skills_project_roots
 
 
-# Facts gathered on this day from the agents' documentation, source and issue trackers. They age: check a row against
-# its agent before relying on it, and renew this date with the check of all of them.
+# The date of the last check of all rows against the agents' documentation, source and issue trackers. Rows become
+# outdated: check one again before relying on it, and update this date only after checking all of them.
 CHECKED_ON: Final = "2026-11-23"
 
-# Warp reads the directories of ten agents, at both scopes alike.
+# Warp reads the directories of ten agents, the same at both scopes.
 _WARP = ".agents .warp .claude .codex .cursor .gemini .copilot .factory .github .opencode"
 
 
 def _agent(
     name: str, project: str, user: str, precedence: Precedence = "unknown", *, marker: str | None = None
 ) -> AgentRecord:
-    """A row of the table. Its directories are given without `/skills`, in which they all end.
+    """A row of the table. Directories are given without the final `/skills` that they all have.
 
-    The marker is the first user directory but `.agents`, unless it is named.
+    The marker defaults to the first user directory other than `.agents`.
     """
     in_project, for_user = (tuple(f"{root}/skills" for root in roots.split()) for roots in (project, user))
     if marker is None:
@@ -80,21 +80,21 @@ def _agent(
     return AgentRecord(name, in_project, for_user, marker, precedence)
 
 
-# The rows as they are checked, before the environment moves anything: name, project's directories, user's directories,
-# precedence, marker.
+# The rows before the environment variables are resolved: name, project directories, user directories, precedence,
+# marker.
 AGENTS: Final = {
     "claude": _agent("Claude Code", ".claude", "$CLAUDE_CONFIG_DIR", "user"),
-    # That both copies are listed was seen; it is not documented.
+    # Both copies are listed: observed, not documented.
     "cursor": _agent("Cursor", ".cursor .claude .agents", ".cursor .claude .agents", "both"),
-    # Copilot itself searches `.agents/skills` before `.claude/skills`; here the order of the two only breaks ties.
-    # Of its user directories `~/.claude/skills` is left out: VS Code reads it, the command line no longer does.
+    # Copilot itself searches `.agents/skills` before `.claude/skills`; here, their order only breaks ties.
+    # The user directory `~/.claude/skills` is left out: VS Code reads it, but the command line no longer does.
     "copilot": _agent("GitHub Copilot", ".github .claude .agents", "$COPILOT_HOME .agents", "project"),
-    # Windsurf reads `.claude/skills` only behind a setting that is off by default, and `~/.windsurf/skills` never.
+    # Windsurf reads `.claude/skills` only with a setting that is off by default, and never `~/.windsurf/skills`.
     "windsurf": _agent("Windsurf", ".windsurf .agents", ".codeium/windsurf .agents"),
     "codex": _agent("Codex", ".agents", ".agents", "both", marker="$CODEX_HOME"),
     "gemini": _agent("Gemini CLI", ".gemini .agents", ".gemini .agents", "project"),
     "opencode": _agent("OpenCode", ".opencode .claude .agents", "$XDG_CONFIG_HOME/opencode .opencode .claude .agents"),
-    # `.config/agents` is literal here: XDG_CONFIG_HOME moves Goose's own directory only.
+    # `.config/agents` is literal here: XDG_CONFIG_HOME only moves Goose's own directory.
     "goose": _agent(
         "Goose", ".agents .goose .claude", ".agents $XDG_CONFIG_HOME/goose .claude .config/agents", "project"
     ),
@@ -106,14 +106,14 @@ AGENTS: Final = {
         "user",
         marker="$XDG_CONFIG_HOME/amp",
     ),
-    # Its extension reads the project's `.claude/skills` as well, its command line does not.
+    # Its extension also reads the project's `.claude/skills`, but its command line doesn't.
     "cline": _agent("Cline", ".cline .agents", ".cline .agents", "user"),
     "kilo": _agent(
         "Kilo Code", ".kilo .agents", ".kilo $XDG_CONFIG_HOME/kilo .agents", "project", marker="$XDG_CONFIG_HOME/kilo"
     ),
     "qwen": _agent("Qwen Code", ".qwen .agents", "$QWEN_HOME .agents", "project"),
     "kimi": _agent("Kimi Code CLI", ".kimi-code .agents", "$KIMI_CODE_HOME .agents", "project"),
-    # Its project directory `.agent/skills` is a singular.
+    # Its project directory is `.agent/skills`, in the singular.
     "droid": _agent("Factory Droid", ".factory .agent", ".factory"),
     "kiro": _agent("Kiro", ".kiro", ".kiro", "project"),
     "warp": _agent("Warp", _WARP, _WARP, "both"),
@@ -126,7 +126,7 @@ AGENTS: Final = {
     "vibe": _agent("Mistral Vibe", ".vibe .agents", "$VIBE_HOME .agents", "project"),
     "letta": _agent("Letta Code", ".agents", ".letta", "project"),
     "rovodev": _agent("Rovo Dev CLI", ".rovodev .agents", ".rovodev .agents", "user"),
-    # The user directory is that of its default agent, which is called `agent`.
+    # The user directory belongs to its default agent, which is called `agent`.
     "deepagents": _agent(
         "Deep Agents Code", ".deepagents .agents", ".deepagents/agent .agents", "project", marker=".deepagents"
     ),
@@ -143,10 +143,10 @@ AGENTS: Final = {
 
 
 def resolved(environment: Mapping[str, str]) -> dict[str, AgentRecord]:
-    """The table with each user directory where the environment has moved it.
+    """The table with the user directories as the environment variables set them.
 
-    A moved directory is relative if it lies under the home directory, else absolute. An empty or relative value of a
-    variable is ignored. Raises nothing.
+    A moved directory is relative if it is under the home directory, otherwise absolute. An empty or relative value of
+    a variable is ignored. Never raises.
     """
     home = Path(os.path.expanduser("~"))  # noqa: PTH111 (never raises)
 

@@ -12,8 +12,8 @@ from muvad_tarnel.setup.config import AGENT_CONFIG as AGENT_CONFIG
 
 annotations: __future__._Feature
 
-# The scopes of functions that raise ValueError for any other. Those that only plan take other texts for "project".
-_Scope: TypeAlias = Literal["user", "project"]  # noqa: UP040 (runs in old tools, too)
+# For functions that raise ValueError for any other scope. Functions that only plan treat any other text as "project".
+_Scope: TypeAlias = Literal["user", "project"]  # noqa: UP040 (older tools don't know `type` statements)
 
 SKILL_DIR_NAME: str
 _SKILL_TEMPLATE: str
@@ -28,7 +28,7 @@ def skill_capable_agents() -> list[str]: ...
 def _agent_roots(agent_keys: Iterable[str], scope: str) -> dict[str, tuple[str, ...]]: ...
 
 _EXHAUSTIVE_SEARCH_LIMIT: int
-_Score: TypeAlias = tuple[int, int, int, tuple[str, ...]]  # noqa: UP040 (the alias itself, no `type` statement)
+_Score: TypeAlias = tuple[int, int, int, tuple[str, ...]]  # noqa: UP040 (at runtime, a plain alias)
 
 def _score(selection: tuple[str, ...], agent_roots: dict[str, tuple[str, ...]]) -> _Score | None: ...
 def resolve_skill_dirs(agent_keys: Iterable[str], scope: str = "project") -> list[str]: ...
