@@ -12,17 +12,17 @@ int DictWatcher::count(PyDict_WatchEvent /*event*/, PyObject* /*dict*/, PyObject
 DictWatcher::~DictWatcher() {
     if (!is_active()) return;
     PyObject* error = PyErr_GetRaisedException();  // preserve a pending exception
-    if (PyDict_ClearWatcher(*id_) < 0) PyErr_Clear();
+    if (PyDict_ClearWatcher(id_) < 0) PyErr_Clear();
     PyErr_SetRaisedException(error);
 }
 
 void DictWatcher::watch(PyObject* dict) {
-    if (!id_) {
+    if (id_ == not_taken_yet) {
         id_ = PyDict_AddWatcher(subject_ == Subject::own_globals ? count<Subject::own_globals>
                                                                  : count<Subject::standard_library>);
         if (!is_active()) PyErr_Clear();
     }
-    if (is_active()) checked(PyDict_Watch(*id_, dict));
+    if (is_active()) checked(PyDict_Watch(id_, dict));
 }
 
 }  // namespace tarnel::python

@@ -4,7 +4,6 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
-#include <optional>
 
 #include "python/reference.hpp"
 
@@ -25,7 +24,7 @@ class DictWatcher {
     ~DictWatcher();
 
     // False if no watcher ID was free; then assume that any dictionary may have changed.
-    [[nodiscard]] bool is_active() const noexcept { return id_ && *id_ >= 0; }
+    [[nodiscard]] bool is_active() const noexcept { return id_ >= 0; }
 
     void watch(PyObject* dict);
 
@@ -41,8 +40,10 @@ class DictWatcher {
 
     inline static constinit std::array<std::atomic<unsigned long>, 2> counts_ = {};
 
+    static constexpr int not_taken_yet = -2;
+
     Subject subject_;
-    std::optional<int> id_;  // negative: none was free
+    int id_ = not_taken_yet;  // negative also if none was left
 };
 
 }  // namespace tarnel::python
