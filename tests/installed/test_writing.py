@@ -47,7 +47,7 @@ class TestLinks:
         assert files(target) <= {inner.relative_to(target).as_posix()}
         assert place.is_symlink()
         if command.startswith("install") or kind != "missing":
-            assert (result.exit_code, str(place) in result.stderr, str(target) in result.stderr) == (1, True, True)
+            assert (result.exit_code, f"{place}: " in result.stderr, str(target) in result.stderr) == (1, True, True)
 
     def test_one_to_another_file_is_refused(self, project: Path) -> None:
         (project / "README.md").write_text("mine")

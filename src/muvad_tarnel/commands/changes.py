@@ -42,6 +42,7 @@ def change_all(
         action = "remove" if removes else "install" if not copy.exists else "update" if copy.is_stale else "replace"
         obstacle = writing.obstacle_to_removing(copy, force=force) if removes else writing.obstacle_to_writing(copy)
         reason, kept = writing.reason_to_keep(copy) if removes else writing.difference(copy), None
+        place = (copy.link if removes else None) or copy.path
         if not obstacle and not dry_run:
             try:
                 if removes:
@@ -55,7 +56,7 @@ def change_all(
             verb = "remove" if removes else "replace"
             backup = "" if removes else f"; the old text is kept {f'as {kept}' if kept else 'beside it'}"
             done = f"would {verb}" if dry_run else f"{verb}d"
-            request.console.note(f"{done} {copy.path}, {reason}{backup}", is_important=True)
+            request.console.note(f"{done} {place}, {reason}{backup}", is_important=True)
         outcomes.append(Outcome(copy, action, kept, obstacle))
     return outcomes
 

@@ -159,7 +159,7 @@ def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
         return copy.misplaced
     reason = reason_to_keep(copy)
     if reason and not force:
-        return Obstacle(str(copy.path), reason, "rename it to keep it, or delete it with remove --force")
+        return Obstacle(str(link or copy.path), reason, "rename it to keep it, or delete it with remove --force")
     return obstacle_to_entries((link or copy.file).parent)
 
 
