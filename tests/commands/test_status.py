@@ -77,7 +77,7 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
     for kind in ("modified", "newer"):
         put(home, ".claude/skills", kind, "tarnel")
         shown = run("shadowed").stdout
-        ways_out = ("    muvad-tarnel skill update --scope user --force\n", "or delete it with remove --force.\n")
+        ways_out = ("    muvad-tarnel skill update --scope user --force\n", " --scope user --skill tarnel --force\n")
         assert [way_out for way_out in ways_out if way_out not in shown] == []
         run("update", "--scope", "user", "--force")
         assert run("shadowed", "--check").exit_code == 0

@@ -10,7 +10,7 @@ from muvad_tarnel.commands.wording import EFFECTS, advised, agent_records, which
 from muvad_tarnel.hints import names_of, removal_of, updating
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Shadow, grouped
-from muvad_tarnel.installed.writing import obstacle_to_removing, obstacle_to_writing
+from muvad_tarnel.installed.writing import obstacle_to_removing, obstacle_to_writing, reason_to_keep
 from muvad_tarnel.output.report import Block, Command, Line, Record, Report, Table, Tone
 from muvad_tarnel.roots import SCOPES
 from muvad_tarnel.setup.config import AGENT_CONFIG
@@ -79,14 +79,18 @@ def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
     where = {"user": "in other repositories", "project": "in other clones of this repository"}
     for scope in SCOPES:
         copies = dict.fromkeys(shadow.user if scope == "user" else shadow.project for shadow in shadows)
-        obstacles = {copy: obstacle_to_removing(copy, force=False) for copy in copies}
+        obstacles = {copy: obstacle_to_removing(copy, force=True) for copy in copies}
         free = [copy for copy, obstacle in obstacles.items() if not obstacle]
         losing = request.survey.losses(copies, scope)
         loss = f" ({names_of(list(losing))} would lose it {where[scope]})" if losing else ""
         yield Line(f"{'Or' if can_replace or scope == 'project' else 'Either'} remove the {scope} copy{loss}:")
         yield from (Line(f"{obstacle}.", Tone.BAD) for obstacle in dict.fromkeys(obstacles.values()) if obstacle)
-        for group in grouped((copy.directory, copy) for copy in free).values():
-            yield Command("", request.command(scope, removal_of(request.survey, group)))
+        by_command = grouped(((copy.directory, bool(reason_to_keep(copy))), copy) for copy in free)
+        for (_, is_forced), group in by_command.items():
+            for copy in group if is_forced else ():
+                what = f"{copy.link or copy.path} ({reason_to_keep(copy)})"
+                yield Line(f"This deletes {what}: no backup is kept.", Tone.WARNING)
+            yield Command("", request.command(scope, (*removal_of(request.survey, group), *["--force"] * is_forced)))
 
 
 def record(request: Request, shadow: Shadow) -> Record:

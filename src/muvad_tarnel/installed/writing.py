@@ -159,7 +159,11 @@ def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
         return copy.misplaced
     reason = reason_to_keep(copy)
     if reason and not force:
-        return Obstacle(str(link or copy.path), reason, "rename it to keep it, or delete it with remove --force")
+        from shlex import join  # noqa: PLC0415 (rarely needed)
+
+        place = ("-C", str(copy.root)) if copy.scope == "project" else ("--scope", copy.scope)
+        command = join(["muvad-tarnel", "skill", "remove", copy.directory, *place, "--skill", copy.skill, "--force"])
+        return Obstacle(str(link or copy.path), reason, f"rename it to keep it, or delete it: {command}")
     return obstacle_to_entries((link or copy.file).parent)
 
 
