@@ -65,7 +65,10 @@ def test_shadows(home: Path, project: Path, *, agent: str, user: str, other: str
     assert run(*row["ways_out"][0]["command"][2:]).exit_code == 0
     put(home, user, "foreign", "tarnel")
     (row,) = answer(*ask, exit_code=1)["results"]
-    assert (row["user_state"], row["project_state"], row["ways_out"][0]["command"]) == ("foreign", "outdated", None)
+    assert (row["user_state"], row["project_state"]) == ("foreign", "outdated")
+    assert [(way["removes"], way["command"]) for way in row["ways_out"]] == [(row["user_path"], None)]
+    put(project, other, "newer", "tarnel")
+    assert "emove the project copy" not in run("shadowed").stdout
 
 
 def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> None:
