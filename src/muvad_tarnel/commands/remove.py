@@ -46,7 +46,8 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     else:
         places = [(request.scope, directory) for directory in directories_read(AGENT_CONFIG, request.scope)]
     wanted = (copy for place in places for copy in survey.at(*place))
-    copies = {copy.link or copy.file: copy for copy in reversed(list(wanted)) if copy.exists}
+    there = (copy for copy in reversed(list(wanted)) if copy.exists or copy.link)
+    copies = {parent_resolved(copy.link or copy.file): copy for copy in there}
     chosen = [copy for copy in reversed(copies.values()) if not names or copy.skill in names]
     reached = [copy for copy in chosen if copy.link or os.path.lexists(copy.path)]
     outcomes = change_all(request, reached, removes=True, force=force)
