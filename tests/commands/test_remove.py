@@ -44,8 +44,7 @@ def test_unknown_directories_are_usage_errors(home: Path) -> None:
     put(home, ".claude/skills")
     cases = {
         "": "must not be empty",
-        "src": f"installed in {home}/.claude/skills.",
-        ".claude/skill": "/.claude/skills. Did you mean '.claude/skills'?",
+        ".claude/skill": f"installed in {home}/.claude/skills. Did you mean '.claude/skills'?",
         f"{home}/.claude/skills --scope project": "/.claude/skills' at project scope. Use --scope user.",
     }
     for arguments, said in cases.items():

@@ -66,9 +66,8 @@ class TestLinks:
             put(home, ".claude/skills", kind)
             result = run(*command.split(), *PROJECT)
             said = result.stderr.partition(": a link to")[0]
-            assert (result.exit_code, said) == {"current": (0, f"note: {link}"), "outdated": (1, f"Error: {link}")}[
-                kind
-            ]
+            expected = {"current": (0, f"note: {link}"), "outdated": (1, f"Error: {link}")}
+            assert (result.exit_code, said) == expected[kind]
 
     def test_those_of_dotfile_managers_are_followed(self, home: Path, tmp_path: Path) -> None:
         actual = put(tmp_path, "dotfiles/skills", "outdated", "tarnel")

@@ -76,7 +76,7 @@ def choice(request: Request, shadows: Sequence[Shadow], kept: Container[Copy]) -
     verb = "Remove"
     if can_replace:
         verb = "Or remove"
-        yield Line("Replace modified, newer and foreign copies (what `diff` shows is kept as SKILL.md.bak):")
+        yield Line("Replace modified, newer and foreign copies (edited and foreign texts are kept as SKILL.md.bak):")
         for scope in dict.fromkeys(copy.scope for copy in changed):
             yield Command("", request.command(scope, ("update", "--scope", scope, "--force")))
     where = {"user": "in other repositories", "project": "in other clones of this repository"}
