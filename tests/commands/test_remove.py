@@ -42,8 +42,13 @@ def test_the_current_directory_may_be_elsewhere(home: Path, project: Path, monke
 
 def test_unknown_directories_are_usage_errors(home: Path) -> None:
     put(home, ".claude/skills")
-    for directory, said in (("", "must not be empty"), ("src", f"expected one of {home}/.claude/skills")):
-        result = run("remove", directory)
+    cases = {
+        "": "must not be empty",
+        ".claude/skill": f"installed in {home}/.claude/skills. Did you mean '.claude/skills'?",
+        f"{home}/.claude/skills --scope project": "/.claude/skills' at project scope. Use --scope user.",
+    }
+    for arguments, said in cases.items():
+        result = run("remove", *arguments.split(" "))
         assert (result.exit_code, said in result.stderr.replace("\n", " ")) == (2, True), result.stderr
 
 

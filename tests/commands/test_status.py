@@ -65,7 +65,10 @@ def test_shadows(home: Path, project: Path, *, agent: str, user: str, other: str
     assert run(*row["ways_out"][0]["command"][2:]).exit_code == 0
     put(home, user, "foreign", "tarnel")
     (row,) = answer(*ask, exit_code=1)["results"]
-    assert (row["user_state"], row["project_state"], row["ways_out"][0]["command"]) == ("foreign", "outdated", None)
+    assert (row["user_state"], row["project_state"]) == ("foreign", "outdated")
+    assert [(way["removes"], way["command"]) for way in row["ways_out"]] == [(row["user_path"], None)]
+    put(project, other, "newer", "tarnel")
+    assert "emove the project copy" not in run("shadowed").stdout
 
 
 def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> None:
@@ -77,9 +80,9 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
     for kind in ("modified", "newer"):
         put(home, ".claude/skills", kind, "tarnel")
         shown = run("shadowed").stdout
-        ways_out = ("    muvad-tarnel skill update --scope user --force\n", "or delete it with remove --force.\n")
+        ways_out = ("    muvad-tarnel skill update --scope user --force\n", " --scope user --skill tarnel --force\n")
         assert [way_out for way_out in ways_out if way_out not in shown] == []
-        run("update", "--scope", "user", "--force")
+        assert ("replaced newer 99.0" in run("update", "--scope", "user", "--force").stdout) is (kind == "newer")
         assert run("shadowed", "--check").exit_code == 0
     (project / ".claude").symlink_to(home / ".claude")
     assert answer("shadowed", *agents("claude"), "--check")["results"] == []

@@ -37,8 +37,8 @@ class TestLinks:
         place, target = project / link, tmp_path / "elsewhere"
         inner = target / copy_in(project, ".claude/skills").relative_to(place)
         content = text_of(kind)
+        inner.parent.mkdir(parents=True, exist_ok=True)
         if content is not None:
-            inner.parent.mkdir(parents=True, exist_ok=True)
             inner.write_bytes(content)
         place.parent.mkdir(parents=True, exist_ok=True)
         place.symlink_to(target)
@@ -46,8 +46,10 @@ class TestLinks:
         assert (inner.read_bytes() if inner.exists() else None) == content
         assert files(target) <= {inner.relative_to(target).as_posix()}
         assert place.is_symlink()
-        if command.startswith("install") or kind != "missing":
-            assert (result.exit_code, str(place) in result.stderr, str(target) in result.stderr) == (1, True, True)
+        if command.startswith("install") or kind != "missing" or (command == "remove" and link != ".claude"):
+            assert (result.exit_code, f"{place}: " in result.stderr, str(target) in result.stderr) == (1, True, True)
+        run("remove", "--force", *PROJECT)
+        assert (place.is_symlink(), inner.exists()) == (link == ".claude", content is not None)
 
     def test_one_to_another_file_is_refused(self, project: Path) -> None:
         (project / "README.md").write_text("mine")
@@ -64,9 +66,8 @@ class TestLinks:
             put(home, ".claude/skills", kind)
             result = run(*command.split(), *PROJECT)
             said = result.stderr.partition(": a link to")[0]
-            assert (result.exit_code, said) == {"current": (0, f"note: {link}"), "outdated": (1, f"Error: {link}")}[
-                kind
-            ]
+            expected = {"current": (0, f"note: {link}"), "outdated": (1, f"Error: {link}")}
+            assert (result.exit_code, said) == expected[kind]
 
     def test_those_of_dotfile_managers_are_followed(self, home: Path, tmp_path: Path) -> None:
         actual = put(tmp_path, "dotfiles/skills", "outdated", "tarnel")

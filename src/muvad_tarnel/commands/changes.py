@@ -42,6 +42,7 @@ def change_all(
         action = "remove" if removes else "install" if not copy.exists else "update" if copy.is_stale else "replace"
         obstacle = writing.obstacle_to_removing(copy, force=force) if removes else writing.obstacle_to_writing(copy)
         reason, kept = writing.reason_to_keep(copy) if removes else writing.difference(copy), None
+        place = (copy.link if removes else None) or copy.path
         if not obstacle and not dry_run:
             try:
                 if removes:
@@ -53,9 +54,9 @@ def change_all(
         keeps = kept or (dry_run and copy.exists and not copy.is_ours)
         if not obstacle and (reason if removes else keeps):
             verb = "remove" if removes else "replace"
-            backup = "" if removes else f"; the old text is kept {f'as {kept}' if kept else 'beside it'}"
+            backup = "" if removes else f"; the old text {f'is kept as {kept}' if kept else 'would be kept beside it'}"
             done = f"would {verb}" if dry_run else f"{verb}d"
-            request.console.note(f"{done} {copy.path}, {reason}{backup}", is_important=True)
+            request.console.note(f"{done} {place}, {reason}{backup}", is_important=True)
         outcomes.append(Outcome(copy, action, kept, obstacle))
     return outcomes
 
@@ -71,7 +72,8 @@ def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
             return Line("already up to date", Tone.GOOD)
         # An unchanged copy is never a failure.
         return Line(f"{state.value}, unchanged", Tone.WARNING if TONES[state] is Tone.BAD else TONES[state])
-    return Line(f"would {action}" if dry_run else _DONE[action], Tone.GOOD)
+    downgraded = f" newer {outcome.copy.version}" if action == "replace" and state is State.NEWER else ""
+    return Line((f"would {action}" if dry_run else _DONE[action]) + downgraded, Tone.GOOD)
 
 
 def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:

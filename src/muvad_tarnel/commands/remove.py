@@ -9,6 +9,7 @@ import click
 from muvad_tarnel.commands.changes import Outcome, change_all, report_of
 from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
 from muvad_tarnel.commands.request import Request
+from muvad_tarnel.commands.spelling import did_you_mean
 from muvad_tarnel.commands.wording import advised
 from muvad_tarnel.hints import Hint, agent_words, joined, who_find
 from muvad_tarnel.installed.copies import Copy
@@ -46,7 +47,8 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     else:
         places = [(request.scope, directory) for directory in directories_read(AGENT_CONFIG, request.scope)]
     wanted = (copy for place in places for copy in survey.at(*place))
-    copies = {copy.link or copy.file: copy for copy in reversed(list(wanted)) if copy.exists}
+    there = (copy for copy in reversed(list(wanted)) if copy.exists or copy.link)
+    copies = {parent_resolved(copy.link or copy.file): copy for copy in there}
     chosen = [copy for copy in reversed(copies.values()) if not names or copy.skill in names]
     reached = [copy for copy in chosen if copy.link or os.path.lexists(copy.path)]
     outcomes = change_all(request, reached, removes=True, force=force)
@@ -69,19 +71,24 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (keeps links)
     is_scope_known = bool(request.is_scope_given or request.project)
     scopes = request.scopes if is_scope_known else request.roots
-    known = [(scope, directory) for scope in scopes for directory in directories_read(AGENT_CONFIG, scope)]
-    found = [place for place in known if parent_resolved(request.roots[place[0]] / place[1]) == path]
+    every = [(scope, directory) for scope in request.roots for directory in directories_read(AGENT_CONFIG, scope)]
+    known = [place for place in every if place[0] in scopes]
+    same = [place for place in every if parent_resolved(request.roots[place[0]] / place[1]) == path]
+    found = [place for place in same if place in known]
     # The table's spelling: at the given scope, or in the project if the current directory is below the project's root.
+    scope = request.scope if is_scope_known else "project"
     if is_scope_known or not os.path.lexists(text):
-        spelled = (request.scope if is_scope_known else "project", os.path.normpath(text))
-        found += [place for place in known if place == spelled]
+        found += [place for place in known if place == (scope, os.path.normpath(text))]
     if found:
         return found[0]
+    guess = did_you_mean(text, [directory for each, directory in known if each == scope])
+    guess = f" Use --scope {same[0][0]}." if same else guess
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
     in_use = [place for place in known if any(copy.exists for copy in request.survey.at(*place))]
     spellings = [place[1] if is_scope_known else str(request.roots[place[0]] / place[1]) for place in in_use]
-    expected = f"; expected one of {', '.join(spellings)}" if in_use else ", and no skill is installed"
-    raise click.BadParameter(f"unknown skills directory {text!r}{expected}.", param_hint="DIRECTORY")
+    where = f" at {scope} scope" if is_scope_known else ""
+    installed = f"; skills are installed in {', '.join(spellings)}" if in_use else ""
+    raise click.BadParameter(f"unknown skills directory {text!r}{where}{installed}.{guess}", param_hint="DIRECTORY")
 
 
 def parent_resolved(path: Path) -> Path:

@@ -1,6 +1,6 @@
 """`muvad-tarnel skill shadowed`."""
 
-from collections.abc import Iterable, Iterator, Sequence
+from collections.abc import Container, Iterable, Iterator, Sequence
 
 import click
 
@@ -10,7 +10,7 @@ from muvad_tarnel.commands.wording import EFFECTS, advised, agent_records, which
 from muvad_tarnel.hints import names_of, removal_of, updating
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Shadow, grouped
-from muvad_tarnel.installed.writing import obstacle_to_removing, obstacle_to_writing
+from muvad_tarnel.installed.writing import obstacle_to_removing, obstacle_to_writing, reason_to_keep
 from muvad_tarnel.output.report import Block, Command, Line, Record, Report, Table, Tone
 from muvad_tarnel.roots import SCOPES
 from muvad_tarnel.setup.config import AGENT_CONFIG
@@ -33,6 +33,7 @@ def shadowed(request: Request, *, check: bool) -> Report:
     agents = request.named or tuple(survey.finders(request.scopes))
     shadows = sorted(survey.shadows(agents), key=lambda shadow: not shadow.is_different)
     different = [shadow for shadow in shadows if shadow.is_different]
+    kept = needed(shadows)
     stale = {copy.scope for shadow in different for copy in shadow[:2] if copy.is_stale}
     advice = advised(request, [hint for scope in SCOPES if scope in stale for hint in updating(survey, scope)])
     shown = shadows if request.console.verbose else different
@@ -42,8 +43,8 @@ def shadowed(request: Request, *, check: bool) -> Report:
     if len(shown) < len(shadows):
         blocks.append(Line("Copies with the same text at both scopes do no harm; -v lists them."))
     return Report(
-        [*blocks, *(choice(request, different) if different and not advice else ())],
-        [record(request, shadow) for shadow in shadows],
+        [*blocks, *(choice(request, different, kept) if different and not advice else ())],
+        [record(request, shadow, kept) for shadow in shadows],
         {"roots": {scope: str(request.roots[scope]) for scope in request.scopes}},
         agents=agent_records(survey, request.scopes, agents),
         advice=advice,
@@ -68,28 +69,44 @@ def table(request: Request, shadows: Iterable[Shadow]) -> Table:
     return Table("Skills at both scopes", ("User copy", "Project copy", "Skills", "Agents", "Effect"), rows)
 
 
-def choice(request: Request, shadows: Sequence[Shadow]) -> Iterator[Block]:
+def choice(request: Request, shadows: Sequence[Shadow], kept: Container[Copy]) -> Iterator[Block]:
     """The alternative fixes, for people: applying more than one could leave an agent without any copy."""
     changed = [copy for shadow in shadows for copy in shadow[:2] if copy.state is not State.CURRENT]
     can_replace = changed and not any(map(obstacle_to_writing, changed))
+    verb = "Remove"
     if can_replace:
-        yield Line("Either replace modified, newer and foreign copies (what `diff` shows is kept as SKILL.md.bak):")
+        verb = "Or remove"
+        yield Line("Replace modified, newer and foreign copies (edited and foreign texts are kept as SKILL.md.bak):")
         for scope in dict.fromkeys(copy.scope for copy in changed):
             yield Command("", request.command(scope, ("update", "--scope", scope, "--force")))
     where = {"user": "in other repositories", "project": "in other clones of this repository"}
     for scope in SCOPES:
-        copies = dict.fromkeys(shadow.user if scope == "user" else shadow.project for shadow in shadows)
-        obstacles = {copy: obstacle_to_removing(copy, force=False) for copy in copies}
+        at_scope = dict.fromkeys(shadow.user if scope == "user" else shadow.project for shadow in shadows)
+        copies = [copy for copy in at_scope if copy not in kept]
+        if not copies:
+            continue
+        obstacles = {copy: obstacle_to_removing(copy, force=True) for copy in copies}
         free = [copy for copy, obstacle in obstacles.items() if not obstacle]
         losing = request.survey.losses(copies, scope)
         loss = f" ({names_of(list(losing))} would lose it {where[scope]})" if losing else ""
-        yield Line(f"{'Or' if can_replace or scope == 'project' else 'Either'} remove the {scope} copy{loss}:")
+        yield Line(f"{verb} the {scope} copy{loss}:")
+        verb = "Or remove"
         yield from (Line(f"{obstacle}.", Tone.BAD) for obstacle in dict.fromkeys(obstacles.values()) if obstacle)
-        for group in grouped((copy.directory, copy) for copy in free).values():
-            yield Command("", request.command(scope, removal_of(request.survey, group)))
+        by_command = grouped(((copy.directory, bool(reason_to_keep(copy))), copy) for copy in free)
+        for (_, is_forced), group in by_command.items():
+            for copy in group if is_forced else ():
+                what = f"{copy.link or copy.path} ({reason_to_keep(copy)})"
+                yield Line(f"This deletes {what}: no backup is kept.", Tone.WARNING)
+            yield Command("", request.command(scope, (*removal_of(request.survey, group), *["--force"] * is_forced)))
 
 
-def record(request: Request, shadow: Shadow) -> Record:
+def needed(shadows: Iterable[Shadow]) -> set[Copy]:
+    """The copies without which an agent would find only a foreign text."""
+    pairs = (pair for user, project, _ in shadows for pair in ((user, project), (project, user)))
+    return {copy for copy, other in pairs if not other.is_found}
+
+
+def record(request: Request, shadow: Shadow, kept: Container[Copy]) -> Record:
     """The JSON record of two copies."""
     precedences = {agent: AGENT_CONFIG[agent].precedence for agent in shadow.agents}
     return {
@@ -100,7 +117,7 @@ def record(request: Request, shadow: Shadow) -> Record:
         "project_state": shadow.project.state.value,
         "different": shadow.is_different,
         "agents": [{"agent": agent, "precedence": how, "effect": EFFECTS[how]} for agent, how in precedences.items()],
-        "ways_out": [way_out(request, copy) for copy in shadow[:2]],
+        "ways_out": [way_out(request, copy) for copy in shadow[:2] if copy not in kept],
     }
 
 

@@ -82,8 +82,8 @@ class Copy(NamedTuple):
 
     @property
     def link(self) -> Path | None:
-        """The copy itself, or its skill's directory, if that is a link."""
-        places = (self.path, self.path.parent)
+        """The skill's directory, or the copy itself, if that is a link. One inside a linked directory is elsewhere."""
+        places = (self.path.parent, self.path)
         return next((place for place in places if os.path.islink(place)), None)  # noqa: PTH114 (never raises)
 
     def may_hold(self, place: Path) -> bool:
