@@ -100,10 +100,12 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
         readers = readers_of(directory, scope)
         if not set(about) & set(readers):
             continue
+        files = by_file(copy for copy in after.copies if copy.scope == scope)  # linked directories are one place
         found = (after.finds(agent, scope, name) for agent, name in product(readers, names))
-        others = dict.fromkeys(copy.place for each in found for copy in each)
+        common = set.intersection(*({files[copy.file][0].place for copy in each} for each in found))
         needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
-        reason = f"{who_find(readers)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
+        where = f"in {joined(sorted(common))}" if common else "elsewhere"
+        reason = f"{who_find(readers)} {skills_of(names)} {where} too; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
     return hints
 

@@ -37,12 +37,14 @@ def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, co
 
 
 def test_finds_are_listed_by_agent(home: Path) -> None:
-    put(home, ".claude/skills")
+    for directory in (".claude/skills", ".gemini/skills", ".agents/skills"):
+        put(home, directory)
     put(home, ".cursor/skills", "current", "tarnel-map")
     said = answer("status", "--scope", "user")
     finds = {(a["agent"], f["skill"]): f["paths"] for a in said["agents"] for f in a["finds"]}
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
-    assert len(finds["cursor", "tarnel-map"]) == 2
+    assert len(finds["cursor", "tarnel-map"]) == 3
+    assert "Gemini CLI and Warp find every skill in ~/.agents/skills too;" in str(said["advice"])
 
 
 @pytest.mark.parametrize(
