@@ -81,6 +81,8 @@ def test_remove_takes_what_is_ours(home: Path, kind: str) -> None:
 def test_diff_shows_what_could_be_replaced(home: Path, kind: str) -> None:
     rows = answer("diff", exit_code=int(kind == "unreadable"))["results"]
     assert [row["path"] for row in rows] == [str(copy_in(home, ".claude/skills"))] * bool(CASES[kind][7])
+    pointer = "skills.\n    to see what differs:  muvad-tarnel skill diff --scope user\n"
+    assert (pointer in run("status").stdout) is (CASES[kind][7] and kind != "newer")
     assert ("\\ No newline at end of file" in run("diff").stdout) is (kind == "outdated, edited")
 
 

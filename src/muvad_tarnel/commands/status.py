@@ -10,8 +10,6 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.hints import advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy, State
-from muvad_tarnel.installed.survey import grouped
-from muvad_tarnel.installed.writing import obstacle_to_writing
 from muvad_tarnel.output.report import Block, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
 from muvad_tarnel.setup import skill
@@ -117,14 +115,7 @@ def finds_cell(request: Request, agent: str, scope: Scope) -> Line:
 
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
     """Remarks on what the tables don't show: foreign and modified copies, shadowing."""
-    others = [copy for copy in copies if copy.state in (State.FOREIGN, State.MODIFIED)]
-    for copy in (each for each in others if each.state is State.FOREIGN):
-        yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)
-    for scope, states in grouped((copy.scope, copy.state) for copy in others if not obstacle_to_writing(copy)).items():
-        yield Command("to see what differs:", request.command(scope, ["diff", "--scope", scope]))
-        if State.FOREIGN in states:
-            label = "to replace all it shows, kept as .bak:"
-            yield Command(label, request.command(scope, ["update", "--force", "--scope", scope]))
+    yield from wording.differences(request, copies)
     shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
     if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
         which = skills_of(names)
