@@ -43,6 +43,7 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     finds = {(a["agent"], f["skill"]): f["paths"] for a in said["agents"] for f in a["finds"]}
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
     assert len(finds["cursor", "tarnel-map"]) == 3
+    assert len(said["results"]) == 10, "no missing copies, because no agent needs them"
     assert "Gemini CLI and Warp find every skill in ~/.agents/skills too;" in str(said["advice"])
 
 
