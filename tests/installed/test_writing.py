@@ -53,6 +53,9 @@ class TestLinks:
         (project / "README.md").write_text("mine")
         copy = put(project, ".claude/skills", "missing", "tarnel")
         copy.symlink_to(project / "README.md")
+        for asked in ([], agents("claude")):
+            said = run("status", *PROJECT, *asked).output
+            assert (said.count(str(copy)), said.count("remove the link")) == (1, 1)
         assert run("install", *PROJECT, "--force").exit_code == 1
         assert (project / "README.md").read_text() == "mine"
         assert run("remove", *PROJECT, "--force", "--skill", "tarnel").exit_code == 0

@@ -66,7 +66,7 @@ def status(request: Request, *, check: bool) -> Report:
         {"roots": {scope: str(request.roots[scope]) for scope in scopes}},
         agents=wording.agent_records(survey, scopes, agents),
         advice=given,
-        errors=[*chain(wording.obstacles_of(request, copies), *obstacles.values(), *(h.obstacles for h in hints))],
+        errors=wording.obstacles_of(request, copies, chain(*obstacles.values(), *(h.obstacles for h in hints))),
         exit_code=int(check and bool(is_wrong)),
     )
 

@@ -64,12 +64,12 @@ def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Line]
     return [Table(request.title(scope), columns, of_scope) for scope, of_scope in grouped(rows).items()]
 
 
-def obstacles_of(request: Request, copies: Iterable[Copy]) -> list[Obstacle]:
-    """Why existing copies can't be read or updated. Misplaced links that no update has to follow only get a note."""
+def obstacles_of(request: Request, copies: Iterable[Copy], others: Iterable[Obstacle] = ()) -> list[Obstacle]:
+    """Why existing copies can't be read or updated, and other obstacles. Other misplaced links only get a note."""
     found = [(copy.misplaced or copy.obstacle, copy) for copy in copies if copy.exists]
-    obstacles = [obstacle for obstacle, copy in found if obstacle and (copy.obstacle or copy.is_stale)]
+    obstacles = [*(obstacle for obstacle, copy in found if obstacle and (copy.obstacle or copy.is_stale)), *others]
     for link in dict.fromkeys(obstacle for obstacle, _ in found if obstacle and obstacle not in obstacles):
-        request.console.note(f"{link.path}: {link.problem}; install and update refuse to write there")
+        request.console.note(f"{link.path}: {link.problem}; install and update refuse to write there: {link.remedy}")
     return obstacles
 
 
