@@ -115,7 +115,7 @@ class TestFailures:
         monkeypatch.setattr(os, "access", lambda path, mode: not (mode & os.W_OK and str(path).startswith(str(home))))
         for arguments in (["install", "-n"], ["install"], ["update", "-n"], ["update"], ["remove"]):
             result = run(*arguments)
-            assert (result.exit_code, "Permission denied: change its permissions" in result.stderr) == (1, True)
+            assert (result.exit_code, ": not writable: Permission denied: change its" in result.stderr) == (1, True)
         assert copy_in(home, ".claude/skills").read_bytes() == text_of("outdated")
         monkeypatch.setattr(os, "statvfs", lambda _: SimpleNamespace(f_flag=os.ST_RDONLY))
         (line,) = run("install", *agents("claude", "kiro")).stderr.splitlines()
