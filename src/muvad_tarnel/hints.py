@@ -43,9 +43,9 @@ def advice(
 def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) -> list[Hint]:
     """A hint to update, if a copy that the agents read at the scope needs it."""
     stale = replaceable(survey.read_by(about, [scope]), force=False)
-    places = ", ".join(dict.fromkeys(copy.place for copy in stale))
-    reason = f"{count(len(stale))} at {scope} scope {'is' if len(stale) == 1 else 'are'} not up to date: {places}"
-    return [Hint(reason, scope, ("update", "--scope", scope), obstacles_to(stale))] if stale else []
+    if not stale:
+        return []
+    return [Hint(which_are("not up to date", stale), scope, ("update", "--scope", scope), obstacles_to(stale))]
 
 
 def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Sequence[str]) -> list[str]:
@@ -100,10 +100,12 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
         readers = readers_of(directory, scope)
         if not set(about) & set(readers):
             continue
+        files = by_file(copy for copy in after.copies if copy.scope == scope)  # linked directories are one place
         found = (after.finds(agent, scope, name) for agent, name in product(readers, names))
-        others = dict.fromkeys(copy.place for each in found for copy in each)
+        common = set.intersection(*({files[copy.file][0].place for copy in each} for each in found))
         needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
-        reason = f"{who_find(readers)} {skills_of(names)} in {joined(others)} too; {needless} not needed"
+        where = f"in {joined(sorted(common))}" if common else "elsewhere"
+        reason = f"{who_find(readers)} {skills_of(names)} {where} too; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
     return hints
 
@@ -174,6 +176,12 @@ def skills_of(names: Collection[str]) -> str:
 def count(number: int) -> str:
     """A number of copies in words."""
     return "1 copy" if number == 1 else f"{number} copies"
+
+
+def which_are(what: str, copies: Sequence[Copy]) -> str:
+    """A clause on copies at one scope: "1 copy at user scope is modified: ~/.claude/skills"."""
+    places = ", ".join(dict.fromkeys(copy.place for copy in copies))
+    return f"{count(len(copies))} at {copies[0].scope} scope {'is' if len(copies) == 1 else 'are'} {what}: {places}"
 
 
 def joined(words: Iterable[str]) -> str:

@@ -78,9 +78,10 @@ class Plan:
     @cached_property
     def writes(self) -> tuple[Copy, ...]:
         """The new copies and those to replace, ordered by directory and skill."""
-        read = self.survey.read_by(self.agents, [self.scope])
-        wanted = (*additions(self.survey, self.scope, self.agents), *replaceable(read, force=self.force))
-        paths = {copy.path for copy in wanted}
+        replaced = replaceable(self.survey.read_by(self.agents, [self.scope]), force=self.force)
+        # Agents find the copies that --force replaces, so they need no others.
+        basis = self.survey.changed(State.CURRENT, (copy for copy in replaced if not obstacle_to_writing(copy)))
+        paths = {copy.path for copy in (*additions(basis, self.scope, self.agents), *replaced)}
         return each_once(copy for copy in self.survey.copies if copy.scope == self.scope and copy.path in paths)
 
     @cached_property

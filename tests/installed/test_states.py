@@ -55,7 +55,9 @@ def test_install_and_update_do_what_is_needed(home: Path, kind: str, command: st
     result = answer(*command.split(), *dry, exit_code=int(action == "failed"))
     acted = {row["path"]: row for row in result["results"]}.get(str(copy), {"action": "", "kept": None})
     assert acted["action"] == action.rstrip("*")
-    assert command != "install" or not dry or run("plan").stderr == run("install", "-n").stderr
+    if dry and command == "install":
+        planned = run("install", "-n")
+        assert (run("plan").stderr, "diff --scope user" in planned.stdout) == (planned.stderr, kind == "modified")
     if dry or action in ("", "none", "failed"):
         assert identity(copy) == before
         assert not list(home.rglob("*.bak"))
@@ -81,6 +83,8 @@ def test_remove_takes_what_is_ours(home: Path, kind: str) -> None:
 def test_diff_shows_what_could_be_replaced(home: Path, kind: str) -> None:
     rows = answer("diff", exit_code=int(kind == "unreadable"))["results"]
     assert [row["path"] for row in rows] == [str(copy_in(home, ".claude/skills"))] * bool(CASES[kind][7])
+    pointer = "skills.\n    to see what differs:  muvad-tarnel skill diff --scope user\n"
+    assert (pointer in run("status").stdout) is (CASES[kind][7] and kind != "newer")
     assert ("\\ No newline at end of file" in run("diff").stdout) is (kind == "outdated, edited")
 
 

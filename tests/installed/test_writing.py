@@ -55,6 +55,9 @@ class TestLinks:
         (project / "README.md").write_text("mine")
         copy = put(project, ".claude/skills", "missing", "tarnel")
         copy.symlink_to(project / "README.md")
+        for asked in ([], agents("claude")):
+            said = run("status", *PROJECT, *asked).output
+            assert (said.count(str(copy)), said.count("remove the link")) == (1, 1)
         assert run("install", *PROJECT, "--force").exit_code == 1
         assert (project / "README.md").read_text() == "mine"
         assert run("remove", *PROJECT, "--force", "--skill", "tarnel").exit_code == 0
@@ -113,7 +116,7 @@ class TestFailures:
         monkeypatch.setattr(os, "access", lambda path, mode: not (mode & os.W_OK and str(path).startswith(str(home))))
         for arguments in (["install", "-n"], ["install"], ["update", "-n"], ["update"], ["remove"]):
             result = run(*arguments)
-            assert (result.exit_code, "Permission denied: change its permissions" in result.stderr) == (1, True)
+            assert (result.exit_code, ": not writable: Permission denied: change its" in result.stderr) == (1, True)
         assert copy_in(home, ".claude/skills").read_bytes() == text_of("outdated")
         monkeypatch.setattr(os, "statvfs", lambda _: SimpleNamespace(f_flag=os.ST_RDONLY))
         (line,) = run("install", *agents("claude", "kiro")).stderr.splitlines()

@@ -71,7 +71,7 @@ def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
         if state is State.CURRENT:
             return Line("already up to date", Tone.GOOD)
         # An unchanged copy is never a failure.
-        return Line(f"{state.value}, unchanged", Tone.WARNING if TONES[state] is Tone.BAD else TONES[state])
+        return Line(f"{state.value}, left alone", Tone.WARNING if TONES[state] is Tone.BAD else TONES[state])
     downgraded = f" newer {outcome.copy.version}" if action == "replace" and state is State.NEWER else ""
     return Line((f"would {action}" if dry_run else _DONE[action]) + downgraded, Tone.GOOD)
 
@@ -87,7 +87,7 @@ def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
     if current := idle.count(State.CURRENT):
         parts.append(f"{count(current)} already up to date")
     others = (state for state in dict.fromkeys(idle) if state is not State.CURRENT)
-    parts += [f"{idle.count(state)} {state.value}" for state in others]
+    parts += [f"{idle.count(state)} {state.value} left alone" for state in others]
     if failed:
         parts.append(f"{len(failed)} {failed[0]}")
     text = ", ".join(parts) + " (dry run)" * dry_run

@@ -5,7 +5,7 @@ import click
 from muvad_tarnel.commands.changes import Outcome, change_all, report_of, survey_after
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import skills_by_place, times
+from muvad_tarnel.commands.wording import differences, skills_by_place, times
 from muvad_tarnel.hints import joined, skills_of, who_find
 from muvad_tarnel.installed.survey import each_once, grouped
 from muvad_tarnel.output.report import Block, Line, Report, Tone
@@ -37,7 +37,8 @@ def install(request: Request, *, force: bool) -> Report:
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 
-    report = report_of(request, outcomes, request.agents, finding_lines(request, outcomes))
+    others = differences(request, (outcome.copy for outcome in outcomes if outcome.action == "none"))
+    report = report_of(request, outcomes, request.agents, (*others, *finding_lines(request, outcomes)))
     return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.root)})
 
 

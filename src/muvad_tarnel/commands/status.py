@@ -10,8 +10,7 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.hints import advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy, State
-from muvad_tarnel.installed.survey import grouped
-from muvad_tarnel.installed.writing import obstacle_to_writing
+from muvad_tarnel.installed.survey import readers_of
 from muvad_tarnel.output.report import Block, Command, Line, Report, Table, Tone
 from muvad_tarnel.planning import additions
 from muvad_tarnel.setup import skill
@@ -67,19 +66,21 @@ def status(request: Request, *, check: bool) -> Report:
         {"roots": {scope: str(request.roots[scope]) for scope in scopes}},
         agents=wording.agent_records(survey, scopes, agents),
         advice=given,
-        errors=[*chain(wording.obstacles_of(request, copies), *obstacles.values(), *(h.obstacles for h in hints))],
+        errors=wording.obstacles_of(request, copies, chain(*obstacles.values(), *(h.obstacles for h in hints))),
         exit_code=int(check and bool(is_wrong)),
     )
 
 
 def listed(request: Request) -> Iterator[Copy]:
-    """The copies to list: existing ones, missing ones beside them, and those that an install would write."""
-    survey = request.survey
+    """The copies to list: existing ones, those that an install would write, and missing ones that an agent lacks."""
+    survey, agents = request.survey, request.named or AGENT_CONFIG
+    lacking = {agent: survey.lacking(agent, request.scopes) for agent in agents}
     for scope in request.scopes:
         planned = {c.path for c in additions(survey, scope, lacking_at(survey, scope, request.scopes, request.named))}
         in_use = {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
-        for copy in survey.read_by(request.named or AGENT_CONFIG, [scope]):
-            if copy.exists or copy.directory in in_use or copy.path in planned:
+        for copy in survey.read_by(agents, [scope]):
+            is_lacking = any(copy.skill in lacking[agent] for agent in readers_of(copy.directory, scope, agents))
+            if copy.exists or copy.path in planned or (copy.directory in in_use and is_lacking):
                 yield copy
 
 
@@ -117,14 +118,7 @@ def finds_cell(request: Request, agent: str, scope: Scope) -> Line:
 
 def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
     """Remarks on what the tables don't show: foreign and modified copies, shadowing."""
-    others = [copy for copy in copies if copy.state in (State.FOREIGN, State.MODIFIED)]
-    for copy in (each for each in others if each.state is State.FOREIGN):
-        yield Line(f"{copy.path} was not written by this package, and does not count as installed.", Tone.BAD)
-    for scope, states in grouped((copy.scope, copy.state) for copy in others if not obstacle_to_writing(copy)).items():
-        yield Command("to see what differs:", request.command(scope, ["diff", "--scope", scope]))
-        if State.FOREIGN in states:
-            label = "to replace all it shows, kept as .bak:"
-            yield Command(label, request.command(scope, ["update", "--force", "--scope", scope]))
+    yield from wording.differences(request, copies)
     shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
     if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
         which = skills_of(names)

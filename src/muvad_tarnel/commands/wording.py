@@ -1,14 +1,15 @@
 """Sentences, cells and records that several commands share."""
 
-from collections.abc import Iterable, Sequence
+from collections.abc import Iterable, Iterator, Sequence
 from itertools import product
 
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.failure import Obstacle
-from muvad_tarnel.hints import Hint
+from muvad_tarnel.hints import Hint, which_are
 from muvad_tarnel.installed.copies import Copy, State
-from muvad_tarnel.installed.survey import Survey, by_file, grouped, readers_of
+from muvad_tarnel.installed.survey import Survey, by_file, each_once, grouped, readers_of
 from muvad_tarnel.output.report import Advice, Block, Command, Line, Record, Table, Tone
+from muvad_tarnel.planning import obstacles_to
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -63,13 +64,28 @@ def copy_tables(request: Request, column: str, cells: Iterable[tuple[Copy, Line]
     return [Table(request.title(scope), columns, of_scope) for scope, of_scope in grouped(rows).items()]
 
 
-def obstacles_of(request: Request, copies: Iterable[Copy]) -> list[Obstacle]:
-    """Why existing copies can't be read or updated. Misplaced links that no update has to follow only get a note."""
+def obstacles_of(request: Request, copies: Iterable[Copy], others: Iterable[Obstacle] = ()) -> list[Obstacle]:
+    """Why existing copies can't be read or updated, and other obstacles. Other misplaced links only get a note."""
     found = [(copy.misplaced or copy.obstacle, copy) for copy in copies if copy.exists]
-    obstacles = [obstacle for obstacle, copy in found if obstacle and (copy.obstacle or copy.is_stale)]
+    obstacles = [*(obstacle for obstacle, copy in found if obstacle and (copy.obstacle or copy.is_stale)), *others]
     for link in dict.fromkeys(obstacle for obstacle, _ in found if obstacle and obstacle not in obstacles):
-        request.console.note(f"{link.path}: {link.problem}; install and update refuse to write there")
+        request.console.note(f"{link.path}: {link.problem}; install and update refuse to write there: {link.remedy}")
     return obstacles
+
+
+def differences(request: Request, copies: Iterable[Copy]) -> Iterator[Block]:
+    """Sentences on modified and foreign copies, with the commands that show and replace them."""
+    others = [copy for copy in each_once(copies) if not (copy.is_ours or copy.content is None or copy.misplaced)]
+    for scope, there in grouped((copy.scope, copy) for copy in others if copy.state is not State.NEWER).items():
+        foreign = [copy for copy in there if copy.state is State.FOREIGN]
+        if modified := [copy for copy in there if copy not in foreign]:
+            yield Line(f"{which_are('modified', modified)}.", Tone.WARNING)
+        if foreign:
+            yield Line(f"{which_are('foreign and not counted as installed', foreign)}.", Tone.BAD)
+        yield Command("to see what differs:", request.command(scope, ["diff", "--scope", scope]))
+        if foreign and not obstacles_to(there):
+            label = "to replace all it shows, kept as .bak:"
+            yield Command(label, request.command(scope, ["update", "--force", "--scope", scope]))
 
 
 def copy_record(copy: Copy) -> Record:

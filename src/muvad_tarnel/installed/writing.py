@@ -46,7 +46,7 @@ def denied(place: Path, mode: int) -> Obstacle | None:
         code = errno.EROFS
         while not place.is_mount():  # one error for all copies on the mount
             place = place.parent
-    return obstacle_of(OSError(code, os.strerror(code)), place)
+    return obstacle_of(OSError(code, f"not writable: {os.strerror(code)}"), place)
 
 
 def obstacle_met(error: OSError, copy: Copy) -> Obstacle:
