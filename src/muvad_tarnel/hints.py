@@ -93,16 +93,19 @@ def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint
 def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> list[Hint]:
     """Hints to remove redundant copies that the agents read, one per directory. Assumes nothing is left to write."""
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
+    if not redundant:
+        return []
     after = survey.changed(State.MISSING, redundant)
+    # Linked directories are one place.
+    files = {scope: by_file(copy for copy in after.copies if copy.scope == scope) for scope in scopes}
     hints = []
     for (scope, directory), copies in grouped(((copy.scope, copy.directory), copy) for copy in redundant).items():
         names, place = [copy.skill for copy in copies], copies[0].place
         readers = readers_of(directory, scope)
         if not set(about) & set(readers):
             continue
-        files = by_file(copy for copy in after.copies if copy.scope == scope)  # linked directories are one place
         found = (after.finds(agent, scope, name) for agent, name in product(readers, names))
-        common = set.intersection(*({files[copy.file][0].place for copy in each} for each in found))
+        common = set.intersection(*({files[scope][copy.file][0].place for copy in each} for each in found))
         needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
         where = f"in {joined(sorted(common))}" if common else "elsewhere"
         reason = f"{who_find(readers)} {skills_of(names)} {where} too; {needless} not needed"
