@@ -81,8 +81,8 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
         found += [place for place in known if place == (scope, os.path.normpath(text))]
     if found:
         return found[0]
-    guess = did_you_mean(text, [directory for each, directory in known if each == scope])
-    guess = f" Use --scope {same[0][0]}." if same else guess
+    spelled = [directory for each, directory in known if each == scope]
+    guess = f" Use --scope {same[0][0]}." if same else did_you_mean(text, spelled)
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
     in_use = [place for place in known if any(copy.exists for copy in request.survey.at(*place))]
     spellings = [place[1] if is_scope_known else str(request.roots[place[0]] / place[1]) for place in in_use]
