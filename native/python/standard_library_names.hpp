@@ -22,11 +22,12 @@ enum class Kind {
     instance,         // an instance of the same module's class `origin`
 };
 
+// Arrays, because loading the extension would have to relocate pointers, at every import.
 struct Name {
-    const char* module;
-    const char* name;
+    char module[16];
+    char name[20];
     Kind kind = Kind::function;
-    const char* origin = nullptr;
+    char origin[24] = "";
 };
 
 // Choosing directories: itertools.combinations.
@@ -116,14 +117,14 @@ enum class Member {
 };
 
 struct Attribute {
-    const char* name;
+    char name[24];
     Member kind = Member::function;
-    const char* defaults = "(None, None)";  // functions: repr() of positional and keyword-only defaults
+    char defaults[40] = "(None, None)";  // functions: repr() of positional and keyword-only defaults
 };
 
 struct Class {
-    const char* module;
-    const char* name;
+    char module[16];
+    char name[20];
     std::span<const Attribute> attributes;
 };
 
