@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <stdexcept>
 
 #include "python/boundary.hpp"
 #include "python/recursion.hpp"
@@ -83,8 +84,8 @@ constexpr Bytes line_table(std::size_t units) {
     return table;
 }
 
-Ref parameter_names(const Parameters& parameters, Namespace& module) {
-    Ref names = checked(PyTuple_New(parameters.size()));
+Ref parameter_names(std::initializer_list<Parameter> parameters, Namespace& module) {
+    Ref names = checked(PyTuple_New(std::ssize(parameters)));
     Py_ssize_t index = 0;
     for (const Parameter& parameter : parameters)
         PyTuple_SET_ITEM(names.get(), index++, Py_NewRef(module.literal(parameter.name)));
@@ -112,8 +113,10 @@ Ref NativeBody::run(PyObject* globals, PyObject* builtins, std::span<PyObject* c
 }
 
 Ref make_code(const Definition& definition, Namespace& module, const std::shared_ptr<Shared>& shared) {
-    const int parameters = definition.parameters.size();
-    const int positional = definition.parameters.positional();
+    const int parameters = static_cast<int>(definition.parameters.size());
+    const int positional = static_cast<int>(
+        std::ranges::count(definition.parameters, Passing::positional_or_keyword, &Parameter::passing));
+    if (definition.parameters.size() > max_parameters) throw std::logic_error("a function with too many parameters");
     const Ref capsule =
         capsule_of(std::make_unique<NativeBody>(NativeBody{definition.body, parameters, shared, Ref()}));
     const Ref builtin = checked(PyCFunction_New(&call_body_method, capsule));

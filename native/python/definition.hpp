@@ -1,8 +1,6 @@
 // The definition of a function with a native body.
 #pragma once
 
-#include <array>
-#include <cstddef>
 #include <initializer_list>
 
 #include "python/call_context.hpp"
@@ -31,33 +29,12 @@ struct Parameter {
     Passing passing = Passing::positional_or_keyword;
 };
 
-// The parameters of one function, keyword-only ones last.
-class Parameters {
-  public:
-    // More than max_parameters is a compile-time error.
-    consteval Parameters(std::initializer_list<Parameter> parameters) noexcept {
-        for (const Parameter& parameter : parameters) {
-            all_[size_++] = parameter;
-            if (parameter.passing == Passing::positional_or_keyword) positional_ = size_;
-        }
-    }
-    [[nodiscard]] const Parameter* begin() const noexcept { return all_.data(); }
-    [[nodiscard]] const Parameter* end() const noexcept { return all_.data() + size_; }
-    [[nodiscard]] int size() const noexcept { return static_cast<int>(size_); }
-    [[nodiscard]] int positional() const noexcept { return static_cast<int>(positional_); }
-
-  private:
-    std::array<Parameter, max_parameters> all_{};
-    std::size_t size_ = 0;
-    std::size_t positional_ = 0;
-};
-
 // The equivalent of a `def` statement.
 struct Definition {
     const char* name = nullptr;
-    Parameters parameters = {};
-    const char* returns = nullptr;  // the return annotation
-    const char* doc = nullptr;      // UTF-8
+    std::initializer_list<Parameter> parameters = {};  // at most max_parameters, keyword-only ones last
+    const char* returns = nullptr;                     // the return annotation
+    const char* doc = nullptr;                         // UTF-8
     Body body = nullptr;
 };
 

@@ -76,7 +76,7 @@ Ref evaluate(const Default& value, Namespace& module) {
     throw std::logic_error("a default of an unknown kind");
 }
 
-void set_defaults(PyObject* function, const Parameters& parameters, Namespace& module) {
+void set_defaults(PyObject* function, std::initializer_list<Parameter> parameters, Namespace& module) {
     const Ref positional = checked(PyList_New(0));
     const Ref keyword_only = checked(PyDict_New());
     for (const auto& [name, annotation, default_value, passing] : parameters) {
@@ -94,7 +94,7 @@ void set_defaults(PyObject* function, const Parameters& parameters, Namespace& m
 
 // As a `def` statement stores them: alternating names and texts, which the function turns into a dict on first access.
 void set_annotations(PyObject* function, const Definition& definition, Namespace& module) {
-    Ref annotations = checked(PyTuple_New(2 * (Py_ssize_t{definition.parameters.size()} + 1)));
+    Ref annotations = checked(PyTuple_New(2 * (std::ssize(definition.parameters) + 1)));
     Py_ssize_t size = 0;
     const auto add = [&](const char* literal) {
         PyTuple_SET_ITEM(annotations.get(), size++, Py_NewRef(module.literal(literal)));
