@@ -20,11 +20,11 @@ PyObject* guarded(Body&& body) noexcept {
     } catch (const std::bad_alloc&) {
         return PyErr_NoMemory();
     } catch (const std::exception& error) {
-        PyErr_SetString(PyExc_SystemError, error.what());
+        PyErr_Format(PyExc_SystemError, "%s", error.what());
         return nullptr;
     } catch (...) {  // not thrown by us: most likely the end of this thread
         hang_unless_attached();
-        PyErr_SetString(PyExc_SystemError, "a C++ exception of an unknown type");
+        PyErr_Format(PyExc_SystemError, "a C++ exception of an unknown type");
         return nullptr;
     }
 }

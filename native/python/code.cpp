@@ -28,7 +28,7 @@ PyObject* call_body(PyObject* capsule, PyObject* const* arguments, Py_ssize_t co
     const NativeBody* native = body_in(capsule);
     PyObject* globals = PyEval_GetGlobals();
     if (count != native->parameters || globals == nullptr) {
-        PyErr_SetString(PyExc_TypeError, "this is the body of a function: call the function instead");
+        PyErr_Format(PyExc_TypeError, "this is the body of a function: call the function instead");
         return nullptr;
     }
     return guarded([&] {
@@ -104,7 +104,7 @@ Ref capsule_of(std::unique_ptr<NativeBody> native) {
 
 Ref NativeBody::run(PyObject* globals, PyObject* builtins, std::span<PyObject* const> arguments) const {
     if (!runtime::load_unwinder()) {
-        PyErr_SetString(PyExc_ImportError, runtime::unwinder_problem);
+        PyErr_Format(PyExc_ImportError, runtime::unwinder_problem);
         return {};
     }
     shared->strings.ensure_made();

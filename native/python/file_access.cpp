@@ -137,7 +137,7 @@ bool read_file(const SystemPath& path, disk::Reading& reading) {
     if (PySys_Audit("open", "Osi", path.text(), "r", disk::flags_for_reading) < 0) throw PythonError{};
     const int error = retried([&] { return reading.run(); });
     if (error == EAGAIN && reading.was_opened()) {  // as in Python, whose decoder fails on the None
-        PyErr_SetString(PyExc_TypeError, "can't concat NoneType to bytes");
+        PyErr_Format(PyExc_TypeError, "can't concat NoneType to bytes");
         throw PythonError{};
     }
     if (error != 0) return false;

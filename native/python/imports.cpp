@@ -12,10 +12,10 @@ namespace {
 Ref imported(Namespace& module, const char* name, PyObject* names) {
     const Ref import = item_if_any(PyEval_GetBuiltins(), module.literal("__import__"));
     if (import.get() == nullptr) {
-        PyErr_SetString(PyExc_ImportError, "__import__ not found");
+        PyErr_Format(PyExc_ImportError, "__import__ not found");
         throw PythonError{};
     }
-    const Ref absolute = checked(PyLong_FromLong(0));  // the level of an absolute import
+    const Ref absolute = integer(0);  // the level of an absolute import
     const std::array<PyObject*, 5> arguments = {module.literal(name), module.dict(), module.dict(), names, absolute};
     return checked(PyObject_Vectorcall(import, arguments.data(), arguments.size(), nullptr));
 }

@@ -1,6 +1,7 @@
 // Python's expressions and loops over objects, with the interpreter's own results and errors.
 #pragma once
 
+#include <concepts>
 #include <initializer_list>
 #include <optional>
 #include <string_view>
@@ -37,6 +38,11 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
 // A new str from UTF-8.
 [[nodiscard]] inline Ref text_of(std::string_view utf8) {
     return checked(PyUnicode_FromStringAndSize(utf8.data(), static_cast<Py_ssize_t>(utf8.size())));
+}
+
+// An int object.
+[[nodiscard]] inline Ref integer(std::integral auto value) {
+    return checked(PyLong_FromSsize_t(static_cast<Py_ssize_t>(value)));
 }
 
 // Whether the object is a plain str equal to `text`; and whether it is an empty plain str.

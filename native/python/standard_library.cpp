@@ -20,7 +20,7 @@ void StandardLibrary::find_environment() {
     path_type_ = files_.original("pathlib", "Path");
     posix_path_type_ = files_.original("pathlib", "PosixPath");
     getcwd_ = files_.original("os", "getcwd");
-    home_key_ = checked(PyBytes_FromString("HOME"));
+    home_key_ = checked(PyBytes_FromStringAndSize("HOME", 4));
     environment_ = std::move(variables);
 }
 

@@ -12,8 +12,9 @@
 #include <array>
 #include <atomic>
 #include <cstddef>
-#include <cstdio>
 #include <cstdlib>
+
+#include "runtime/end_process.hpp"
 
 namespace tarnel::runtime {
 
@@ -47,10 +48,7 @@ constinit std::array<std::atomic<void*>, function_count> functions = {};
 
 template <typename Result, typename... Arguments>
 Result forward(Function function, Arguments... arguments) {
-    if (!load_unwinder()) {
-        std::fprintf(stderr, "muvad_tarnel.setup.skill: %s\n", unwinder_problem);
-        std::abort();
-    }
+    if (!load_unwinder()) end_process(unwinder_problem);
     void* address = functions[function].load(std::memory_order_relaxed);
     return reinterpret_cast<Result (*)(Arguments...)>(address)(arguments...);
 }

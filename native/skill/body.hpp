@@ -12,6 +12,7 @@ using python::checked;
 using python::compare;
 using python::contains;
 using python::equals;
+using python::integer;
 using python::is_list_of_texts;
 using python::is_none;
 using python::is_true;

@@ -20,6 +20,7 @@ namespace tarnel::skill {
 namespace {
 
 using python::checked;
+using python::integer;
 using python::Namespace;
 using python::Ref;
 
@@ -88,7 +89,7 @@ void execute(Namespace& module) {
     define(function::render_skill_md);
     define(function::skill_capable_agents);
     define(function::_agent_roots);
-    const Ref limit = checked(PyLong_FromLong(default_exhaustive_search_limit));
+    const Ref limit = integer(default_exhaustive_search_limit);
     module.bind("_EXHAUSTIVE_SEARCH_LIMIT", limit);
     const Ref alias = score_alias();
     module.bind("_Score", alias);

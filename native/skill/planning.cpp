@@ -82,7 +82,7 @@ bool contains_any(PyObject* container, PyObject* items) {
 Ref quick_choice(const CallContext& context, PyObject* agent_roots) {
     const Ref chosen = checked(PyList_New(0));
     const Ref tuples = context.call_method(agent_roots, name::values);
-    const Ref first = checked(PyLong_FromLong(0));
+    const Ref first = integer(0);
     for (const Ref& directories : Iteration(tuples)) {
         if (contains_any(chosen, directories)) continue;
         const Ref native = checked(PyObject_GetItem(directories, first));
@@ -99,7 +99,7 @@ Ref best_choice(const CallContext& context, PyObject* candidates, PyObject* agen
     const Py_ssize_t count = PyList_GET_SIZE(candidates);
     for (Py_ssize_t size = 1; size <= count; size++) {
         const Ref itertools = context.global(name::itertools);
-        const Ref size_object = checked(PyLong_FromSsize_t(size));
+        const Ref size_object = integer(size);
         const Ref selections = context.call_method(itertools, name::combinations, {candidates, size_object});
         for (const Ref& selection : Iteration(selections)) {
             checked(PyErr_CheckSignals());  // with large tables, the user may want to interrupt this
@@ -128,7 +128,7 @@ Ref choose_natively(const CallContext& context, PyObject* agent_roots) {
     if (limit == nullptr || !PyLong_CheckExact(limit)) return {};
     auto table = PlanningTable::of(agent_roots);
     if (!table) return {};
-    const Ref count = checked(PyLong_FromSize_t(table->candidates()));
+    const Ref count = integer(table->candidates());
     if (compare(count, limit, Py_GT))
         return table->list_of(core::quick_selection(table->agents(), table->candidates()));
     PyObject* itertools = context.global_if_plain(name::itertools);
@@ -144,7 +144,7 @@ Ref choose(const CallContext& context, PyObject* agent_roots) {
     if (!is_true(agent_roots)) return checked(PyList_New(0));
     if (Ref chosen = choose_natively(context, agent_roots); chosen.get() != nullptr) return chosen;
     const Ref candidates = distinct_directories(context, agent_roots);
-    const Ref count = checked(PyLong_FromSsize_t(PyList_GET_SIZE(candidates.get())));
+    const Ref count = integer(PyList_GET_SIZE(candidates.get()));
     const Ref limit = context.global(name::exhaustive_search_limit);
     if (compare(count, limit, Py_GT)) return quick_choice(context, agent_roots);
     return best_choice(context, candidates, agent_roots);

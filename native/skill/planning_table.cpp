@@ -9,6 +9,7 @@
 namespace tarnel::skill {
 
 using python::checked;
+using python::integer;
 using python::Ref;
 
 std::optional<PlanningTable> PlanningTable::of(PyObject* agent_roots) {
@@ -34,12 +35,12 @@ bool PlanningTable::add(PyObject* directories, PyObject* numbers) {
         PyObject* directory = PyTuple_GET_ITEM(directories, i);
         if (!PyUnicode_CheckExact(directory)) return false;
         const std::size_t next = directories_.size();
-        const Ref number = checked(PyLong_FromSize_t(next));
+        const Ref number = integer(next);
         PyObject* known = PyDict_SetDefault(numbers, directory, number);
         if (known == nullptr) throw python::PythonError{};
         if (known == number.get()) directories_.push_back(Ref::borrow(directory));
         if (directories_.size() > std::numeric_limits<core::Candidate>::max()) return false;
-        readings_.push_back(static_cast<core::Candidate>(PyLong_AsSize_t(known)));
+        readings_.push_back(static_cast<core::Candidate>(PyLong_AsSsize_t(known)));
     }
     agents_.emplace_back(std::span(readings_).last(static_cast<std::size_t>(PyTuple_GET_SIZE(directories))));
     return true;

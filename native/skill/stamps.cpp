@@ -27,10 +27,11 @@ Ref recognized_version_pattern(PyObject* pattern) {
     if (std::string_view(Py_TYPE(pattern)->tp_name) != "re.Pattern") return none();
     const Ref text = checked(PyObject_GetAttrString(pattern, "pattern"));
     const Ref flags = checked(PyObject_GetAttrString(pattern, "flags"));
-    constexpr long multiline_and_unicode = 8 + 32;  // re.MULTILINE, and re.UNICODE, which str patterns always have
+    constexpr Py_ssize_t multiline_and_unicode =
+        8 + 32;  // re.MULTILINE, and re.UNICODE, which str patterns always have
     const bool is_same = PyUnicode_CheckExact(text.get()) &&
                          PyUnicode_CompareWithASCIIString(text, version_pattern) == 0 &&
-                         PyLong_AsLong(flags) == multiline_and_unicode;
+                         PyLong_AsSsize_t(flags) == multiline_and_unicode;
     return is_same ? Ref::borrow(pattern) : none();
 }
 
@@ -73,7 +74,7 @@ Ref plain_version_key(const CallContext& context, PyObject* version) {
     for (Py_ssize_t i = 0; i < count; i++) {
         const auto number = core::take_number(*rest, character_classes);
         if (!number) return {};
-        PyTuple_SET_ITEM(key.get(), i, checked(PyLong_FromUnsignedLongLong(*number)).release());
+        PyTuple_SET_ITEM(key.get(), i, integer(*number).release());
     }
     return key;
 }
@@ -97,7 +98,7 @@ namespace {
 
 // `text[:2000]`
 Ref head_of(PyObject* text) {
-    const Ref end = checked(PyLong_FromSize_t(core::searched_characters));
+    const Ref end = integer(core::searched_characters);
     const Ref head = checked(PySlice_New(nullptr, end, nullptr));
     return checked(PyObject_GetItem(text, head));
 }
@@ -107,7 +108,7 @@ Ref stamp_in(const CallContext& context, PyObject* head) {
     const Ref pattern = context.global(name::version_re);
     const Ref match = context.call_method(pattern, name::search, {head});
     if (!is_true(match)) return none();
-    const Ref value_group = checked(PyLong_FromLong(1));
+    const Ref value_group = integer(1);
     return context.call_method(match, name::group, {value_group});
 }
 
@@ -187,7 +188,7 @@ namespace {
 Ref leading_number(const CallContext& context, PyObject* piece) {
     const Ref re = context.global(name::re);
     const Ref match = context.call_method(re, name::match, {context[literal::leading_digits], piece});
-    if (!is_true(match)) return checked(PyLong_FromLong(0));
+    if (!is_true(match)) return integer(0);
     const Ref digits = context.call_method(match, name::group);
     return checked(PyObject_CallOneArg(reinterpret_cast<PyObject*>(&PyLong_Type), digits));
 }
