@@ -114,20 +114,7 @@ void execute(Namespace& module) {
     define(function::shadowed_skills);
 }
 
-// When loaded, the C++ runtime allocates an emergency pool for exceptions, and carries on without it if that fails. A
-// failed allocation then ends the process. If this much memory can't be allocated now, the pool may be missing.
-bool has_reserve_for_exceptions() noexcept {
-    constexpr std::size_t size = 73'000;
-    void* volatile room = std::malloc(size);  // volatile: keeps the compiler from removing the allocation
-    std::free(room);
-    return room != nullptr;
-}
-
 int execute_slot(PyObject* module) noexcept {
-    if (!has_reserve_for_exceptions()) {
-        PyErr_NoMemory();
-        return -1;
-    }
     const Ref done = Ref::steal(python::guarded([module] {
         Namespace names(module);
         execute(names);
