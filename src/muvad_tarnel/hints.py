@@ -134,7 +134,10 @@ def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:
 
 
 def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list[Copy]:
-    """Copies of a skill that can all be removed: every agent still finds it at each scope where it found it before."""
+    """Copies of a skill that can all be removed: every agent still finds it at each scope where it found it before.
+
+    An agent that finds a copy which needs no update keeps one of these: an update may be impossible.
+    """
     removable: dict[str, Copy] = {}
     rows: dict[str, list[str]] = {}
     for file, copies in by_file(copy for copy in survey.copies if copy.exists).items():
@@ -148,7 +151,7 @@ def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list
         return []
     for agent, scope in product(AGENT_CONFIG, survey.roots):
         if copies := survey.finds(agent, scope, name):
-            rows[f"{agent} at {scope}"] = [str(copy.file) for copy in copies]
+            rows[f"{agent} at {scope}"] = [str(c.file) for c in [c for c in copies if not c.is_stale] or copies]
     kept = choose(rows)
     return [copy for file, copy in removable.items() if file not in kept]
 

@@ -65,12 +65,14 @@ class TestLinks:
 
     def test_one_out_of_the_repository_is_noted(self, home: Path, project: Path) -> None:
         (link := project / ".claude").symlink_to(home / ".claude")
+        put(project, ".cursor/skills")
         for kind, command in product(("current", "outdated"), ("install", "status --check")):
             put(home, ".claude/skills", kind)
             result = run(*command.split(), *PROJECT)
             said = result.stderr.partition(": a link to")[0]
             expected = {"current": (0, f"note: {link}"), "outdated": (1, f"Error: {link}")}
             assert (result.exit_code, said) == expected[kind]
+            assert ("skill remove .cursor/skills " in result.stdout) is (kind == "current")
 
     def test_those_of_dotfile_managers_are_followed(self, home: Path, tmp_path: Path) -> None:
         actual = put(tmp_path, "dotfiles/skills", "outdated", "tarnel")
