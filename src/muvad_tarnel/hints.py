@@ -104,11 +104,13 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
         readers = readers_of(directory, scope)
         if not set(about) & set(readers):
             continue
-        found = (after.finds(agent, scope, name) for agent, name in product(readers, names))
+        found = [after.finds(agent, scope, name) for agent, name in product(readers, names)]
         common = set.intersection(*({files[scope][copy.file][0].place for copy in each} for each in found))
         needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
         where = f"in {joined(sorted(common))}" if common else "elsewhere"
-        reason = f"{who_find(readers)} {skills_of(names)} {where} too; {needless} not needed"
+        edited = sorted({each[0].skill for each in found if all(copy.state is State.MODIFIED for copy in each)})
+        but = f" ({joined(edited)} {'is' if len(edited) == 1 else 'are'} modified there)" if edited else ""
+        reason = f"{who_find(readers)} {skills_of(names)} {where} too{but}; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
     return hints
 

@@ -39,12 +39,14 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     for directory in (".claude/skills", ".gemini/skills", ".agents/skills"):
         put(home, directory)
     put(home, ".cursor/skills", "current", "tarnel-map")
+    put(home, ".agents/skills", "modified", "tarnel")
     said = answer("status", "--scope", "user")
     finds = {(a["agent"], f["skill"]): f["paths"] for a in said["agents"] for f in a["finds"]}
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
     assert len(finds["cursor", "tarnel-map"]) == 3
     assert len(said["results"]) == 10, "no missing copies, because no agent needs them"
-    assert "Gemini CLI and Warp find every skill in ~/.agents/skills too;" in str(said["advice"])
+    reason = "Gemini CLI and Warp find every skill in ~/.agents/skills too (tarnel is modified there);"
+    assert reason in str(said["advice"])
 
 
 @pytest.mark.parametrize(
