@@ -44,7 +44,7 @@ def disturb(chance: random.Random, roots: dict[Scope, Path]) -> None:
 def finds(survey: Survey) -> set[tuple[str, Scope, str, bool]]:
     """Where agents find skills (True), and where in a copy that needs no update (False)."""
     found = {place: survey.finds(*place) for place in product(AGENTS, survey.roots, NAMES)}
-    return {(*place, kind) for place in found for kind in (True, False) if any(c.is_stale <= kind for c in found[place])}
+    return {(*place, k) for place in found for k in (True, False) if any(c.is_stale <= k for c in found[place])}
 
 
 def redundant(survey: Survey) -> list[Path]:

@@ -73,6 +73,7 @@ class TestLinks:
             expected = {"current": (0, f"note: {link}"), "outdated": (1, f"Error: {link}")}
             assert (result.exit_code, said) == expected[kind]
             assert ("skill remove .cursor/skills " in result.stdout) is (kind == "current")
+        assert run("install", *PROJECT, *agents("windsurf")).stderr == "", "Windsurf doesn't read the link"
 
     def test_those_of_dotfile_managers_are_followed(self, home: Path, tmp_path: Path) -> None:
         actual = put(tmp_path, "dotfiles/skills", "outdated", "tarnel")
