@@ -31,7 +31,7 @@ def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, co
     assert command in (hints or [""])
     assert ("be replaced" in str(said["advice"])) is there.startswith("user .claude/skills foreign")
     shown = run("status", *asked.split()).stdout
-    assert ("update --force --scope user\n" in shown) is ("foreign" in there)
+    assert ("update --force --scope user\n" in shown) is ("foreign" in there or "modified" in there)
     assert all(f"    to fix:  muvad-tarnel skill {hint}\n" in shown for hint in hints)
 
 
