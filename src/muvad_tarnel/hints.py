@@ -104,11 +104,13 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
         readers = readers_of(directory, scope)
         if not set(about) & set(readers):
             continue
-        found = (after.finds(agent, scope, name) for agent, name in product(readers, names))
+        found = [after.finds(agent, scope, name) for agent, name in product(readers, names)]
         common = set.intersection(*({files[scope][copy.file][0].place for copy in each} for each in found))
         needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
         where = f"in {joined(sorted(common))}" if common else "elsewhere"
-        reason = f"{who_find(readers)} {skills_of(names)} {where} too; {needless} not needed"
+        edited = sorted({each[0].skill for each in found if all(copy.state is State.MODIFIED for copy in each)})
+        but = f" ({joined(edited)} {'is' if len(edited) == 1 else 'are'} modified there)" if edited else ""
+        reason = f"{who_find(readers)} {skills_of(names)} {where} too{but}; {needless} not needed"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
     return hints
 
@@ -134,7 +136,10 @@ def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:
 
 
 def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list[Copy]:
-    """Copies of a skill that can all be removed: every agent still finds it at each scope where it found it before."""
+    """Copies of a skill that can all be removed: every agent still finds it at each scope where it found it before.
+
+    An agent that finds a copy which needs no update keeps one of these: an update may be impossible.
+    """
     removable: dict[str, Copy] = {}
     rows: dict[str, list[str]] = {}
     for file, copies in by_file(copy for copy in survey.copies if copy.exists).items():
@@ -148,7 +153,7 @@ def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list
         return []
     for agent, scope in product(AGENT_CONFIG, survey.roots):
         if copies := survey.finds(agent, scope, name):
-            rows[f"{agent} at {scope}"] = [str(copy.file) for copy in copies]
+            rows[f"{agent} at {scope}"] = [str(c.file) for c in [c for c in copies if not c.is_stale] or copies]
     kept = choose(rows)
     return [copy for file, copy in removable.items() if file not in kept]
 

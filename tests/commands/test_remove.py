@@ -53,11 +53,11 @@ def test_unknown_directories_are_usage_errors(home: Path) -> None:
 
 
 def test_it_undoes_an_install(home: Path) -> None:
-    for asked in ("warp droid augment zed", "cursor"):
+    for asked, who in (("warp droid augment zed kiro", "28 agents no longer find any"), ("cursor", "Cursor no longer")):
         run("install", *agents(*asked.split()))
         written = files(home)
         (hint,) = answer("remove")["advice"]
-        assert files(home) == set()
+        assert (files(home), hint["reason"].partition(who)[0]) == (set(), "")
         run(*hint["command"][2:])
         assert files(home) == written
         run("remove")

@@ -17,6 +17,7 @@ from running import agents, answer, copy_in, put, run
         ("user .cursor/skills current, user .claude/skills foreign", "--agent cursor", 1, ""),
         ("user .cursor/skills current, user .agents/skills current", "", 0, "remove .cursor/skills --scope user"),
         ("user .claude/skills foreign", "--agent claude", 1, "install --scope user --agent claude"),
+        ("user .kiro/skills foreign", "", 1, "install --scope user --agent claude"),
         ("user .cursor/skills modified, user .agents/skills modified", "", 0, ""),
         ("project .claude/skills current tarnel", "", 1, "install --scope project --agent claude"),
         ("user .claude/skills current, user .kiro/hooks current", "", 0, "install --scope user --agent kiro"),
@@ -31,7 +32,7 @@ def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, co
     assert command in (hints or [""])
     assert ("be replaced" in str(said["advice"])) is there.startswith("user .claude/skills foreign")
     shown = run("status", *asked.split()).stdout
-    assert ("update --force --scope user\n" in shown) is ("foreign" in there)
+    assert ("update --force --scope user\n" in shown) is ("foreign" in there or "modified" in there)
     assert all(f"    to fix:  muvad-tarnel skill {hint}\n" in shown for hint in hints)
 
 
@@ -39,12 +40,14 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     for directory in (".claude/skills", ".gemini/skills", ".agents/skills"):
         put(home, directory)
     put(home, ".cursor/skills", "current", "tarnel-map")
+    put(home, ".agents/skills", "modified", "tarnel")
     said = answer("status", "--scope", "user")
     finds = {(a["agent"], f["skill"]): f["paths"] for a in said["agents"] for f in a["finds"]}
     assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
     assert len(finds["cursor", "tarnel-map"]) == 3
     assert len(said["results"]) == 10, "no missing copies, because no agent needs them"
-    assert "Gemini CLI and Warp find every skill in ~/.agents/skills too;" in str(said["advice"])
+    reason = "Gemini CLI and Warp find every skill in ~/.agents/skills too (tarnel is modified there);"
+    assert reason in str(said["advice"])
 
 
 @pytest.mark.parametrize(

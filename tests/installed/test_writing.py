@@ -57,7 +57,7 @@ class TestLinks:
         copy.symlink_to(project / "README.md")
         for asked in ([], agents("claude")):
             said = run("status", *PROJECT, *asked).output
-            assert (said.count(str(copy)), said.count("remove the link")) == (1, 1)
+            assert [said.count(part) for part in (str(copy), "remove the link", "No agent finds")] == [1, 1, 1]
         assert run("install", *PROJECT, "--force").exit_code == 1
         assert (project / "README.md").read_text() == "mine"
         assert run("remove", *PROJECT, "--force", "--skill", "tarnel").exit_code == 0
@@ -65,12 +65,15 @@ class TestLinks:
 
     def test_one_out_of_the_repository_is_noted(self, home: Path, project: Path) -> None:
         (link := project / ".claude").symlink_to(home / ".claude")
+        put(project, ".cursor/skills")
         for kind, command in product(("current", "outdated"), ("install", "status --check")):
             put(home, ".claude/skills", kind)
             result = run(*command.split(), *PROJECT)
             said = result.stderr.partition(": a link to")[0]
             expected = {"current": (0, f"note: {link}"), "outdated": (1, f"Error: {link}")}
             assert (result.exit_code, said) == expected[kind]
+            assert ("skill remove .cursor/skills " in result.stdout) is (kind == "current")
+        assert run("install", *PROJECT, *agents("windsurf")).stderr == "", "Windsurf doesn't read the link"
 
     def test_those_of_dotfile_managers_are_followed(self, home: Path, tmp_path: Path) -> None:
         actual = put(tmp_path, "dotfiles/skills", "outdated", "tarnel")

@@ -11,7 +11,7 @@ ESCAPE = "\x1b["
 
 
 @pytest.mark.parametrize("columns", [60, 80, 100, 120])
-@pytest.mark.parametrize("command", ["install -n", "status -v", "plan", "shadowed --agent warp", "agents"])
+@pytest.mark.parametrize("command", ["install -n", "status", "plan", "shadowed --agent warp", "agents"])
 def test_tables_fit_and_lose_nothing(home: Path, project: Path, command: str, columns: int) -> None:
     put(home, ".claude/skills", "outdated")
     put(home, ".config/opencode/skills", "foreign")
@@ -24,6 +24,7 @@ def test_tables_fit_and_lose_nothing(home: Path, project: Path, command: str, co
     whole = [line for line in screen.lines if not unbroken.match(line)]
     assert [line for line in whole if len(line) > columns] == []
     assert "shadowed" not in command or ("Effect: " in screen.text) is (columns <= 60)
+    assert ("Read by: " in screen.text) + ("\u2500" in screen.text) < 2, "one layout for all tables"
     assert re.findall("to fix: .*", wide.text) == re.findall("to fix: .*", screen.text)
     shown, lost = (Counter(re.findall(r"[^\s\u2500:]+", text)) for text in (screen.text, wide.text))
     assert not {word for word in lost - shown if not word.startswith("/")}

@@ -107,9 +107,8 @@ def report_of(request: Request, outcomes: Sequence[Outcome], agents: Sequence[st
     dry_run, after = request.dry_run, survey_after(request, outcomes)
     obstacles = [outcome.obstacle for outcome in outcomes if outcome.obstacle]
     unreadable = obstacles_of(request, (o.copy for o in outcomes if o.action == "none"))
-    # Don't suggest trying again right after a failure.
-    hints = [] if obstacles else advice(after, request.scopes, agents)
-    given = [] if dry_run else advised(request, hints)  # in a dry run, they wouldn't match the disk
+    # Don't suggest trying again right after a failure. In a dry run, hints wouldn't match the disk.
+    given = [] if obstacles or dry_run else advised(request, advice(after, request.scopes, agents))
     finders = (*agents, *request.in_use) if agents and not (obstacles or given) else ()
     doubles = doubled(after, request.scopes, finders, "After the install, " if dry_run else "")
     return Report(
@@ -126,6 +125,6 @@ def report_of(request: Request, outcomes: Sequence[Outcome], agents: Sequence[st
         {"dry_run": dry_run},
         agents=agent_records(after, request.scopes, agents or request.survey.finders(request.scopes)),
         advice=given,
-        errors=[*obstacles, *unreadable, *(obstacle for hint in hints for obstacle in hint.obstacles)],
+        errors=[*obstacles, *unreadable],
         exit_code=int(bool(obstacles)),
     )

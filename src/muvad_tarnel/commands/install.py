@@ -39,7 +39,7 @@ def install(request: Request, *, force: bool) -> Report:
 
     others = differences(request, (outcome.copy for outcome in outcomes if outcome.action == "none"))
     report = report_of(request, outcomes, request.agents, (*others, *finding_lines(request, outcomes)))
-    return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.root)})
+    return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.roots[scope])})
 
 
 def finding_lines(request: Request, outcomes: list[Outcome]) -> list[Block]:

@@ -24,7 +24,7 @@ skill_option = click.option(
 _output_options = [
     click.Option(["--json"], is_flag=True, help="Print one JSON object."),
     click.Option(["-q", "--quiet"], is_flag=True, help="Only print errors, requested texts and paths of backups."),
-    click.Option(["-v", "--verbose"], is_flag=True, help="Print whole paths, and all agents by name."),
+    click.Option(["-v", "--verbose"], is_flag=True, help="Print full paths in tables, and all agents by name."),
     click.Option(
         ["--color"],
         type=Choice(["auto", "always", "never"]),

@@ -44,13 +44,13 @@ def plan(request: Request) -> Report:
             {
                 "scope": scope,
                 "directory": place,
-                "path": str(request.root / place),
+                "path": str(request.roots[scope] / place),
                 "writes": writes.get(place, []),
                 "serves": [{"agent": agent, "why": reason.text} for agent, reason in agents.items()],
             }
             for place, agents in reasons.items()
         ],
-        {"scope": scope, "root": str(request.root)},
+        {"scope": scope, "root": str(request.roots[scope])},
         agents=agent_records(chosen.after, [scope], request.agents),
         errors=chosen.obstacles,
         exit_code=int(bool(chosen.obstacles)),

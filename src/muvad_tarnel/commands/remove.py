@@ -105,7 +105,9 @@ def lost(request: Request, copies: Sequence[Copy]) -> Iterator[Hint]:
         for readers in [readers_of(copy.directory, scope, losses) for copy in copies if copy.scope == scope]:
             if told.isdisjoint(readers):
                 told.update(readers[:1])
-        for names, agents in grouped((tuple(names), agent) for agent, names in losses.items() if agent in told).items():
-            which = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
-            words = ("install", "--scope", scope, *agent_words(agents))
-            yield Hint(f"{who_find(agents, how)} {which} at {scope} scope", scope, words)
+        for names, agents in grouped((tuple(names), agent) for agent, names in losses.items()).items():
+            if named := [agent for agent in agents if agent in told]:
+                which = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
+                words = ("install", "--scope", scope, *agent_words(named))
+                who = who_find(named if len(named) <= 3 else agents, how)  # a number is that of all
+                yield Hint(f"{who} {which} at {scope} scope", scope, words)

@@ -65,11 +65,6 @@ class Request:
         return self.scopes[0]
 
     @property
-    def root(self) -> Path:
-        """The root of that scope."""
-        return self.roots[self.scope]
-
-    @property
     def agents(self) -> tuple[str, ...]:
         """The agents named, or the default ones. Every agent has directories at both scopes."""
         return self.named or skill.DEFAULT_AGENTS
@@ -81,10 +76,8 @@ class Request:
 
     def place(self, scope: Scope, directory: str) -> str:
         """A skills directory for display: short on a terminal, a full path elsewhere and with --verbose."""
-        path = self.roots[scope] / directory
-        if not self.console.style.is_terminal or self.console.verbose or Path(directory).is_absolute():
-            return str(path)
-        return f"~/{directory}" if scope == "user" else directory
+        is_short = self.console.style.is_terminal and not self.console.verbose
+        return self.survey.at(scope, directory)[0].place if is_short else str(self.roots[scope] / directory)
 
     def title(self, scope: Scope) -> str:
         """The title of a scope's table: the scope and its root."""

@@ -48,17 +48,16 @@ def status(request: Request, *, check: bool) -> Report:
       muvad-tarnel skill status --check --scope project    for CI
     """
     survey, scopes, named = request.survey, request.scopes, request.named
-    nothing = not any(copy.exists and copy.scope in scopes for copy in survey.copies)
     finding = survey.finders(scopes)
     agents = named or [agent for agent in AGENT_CONFIG if agent in finding or agent in request.in_use]
     lacking = [agent for agent in agents if survey.lacking(agent, scopes)]
     partly = [agent for agent in lacking if agent in finding]
     obstacles = {agent: in_the_way(survey, scopes, agent) for agent in partly if not named}
     wanted = [agent for agent in lacking if agent in request.in_use or not obstacles.get(agent)]
-    unnamed = (request.in_use or skill.DEFAULT_AGENTS) if nothing else sufficient(survey, scopes, wanted)
+    unnamed = sufficient(survey, scopes, wanted) if finding else (request.in_use or skill.DEFAULT_AGENTS)
     hints = advice(survey, scopes, named or unnamed, about=named or AGENT_CONFIG)
     copies = list(listed(request))
-    is_wrong = any(copy.state in _WRONG for copy in copies) or (lacking if named else nothing or partly)
+    is_wrong = any(copy.state in _WRONG for copy in copies) or (lacking if named else partly or not finding)
     given = wording.advised(request, hints)
     return Report(
         blocks(request, copies, agents, explains_doubles=not given),
@@ -88,8 +87,8 @@ def blocks(request: Request, copies: list[Copy], agents: Sequence[str], *, expla
     """The report for people: the copies, and where each agent finds each skill."""
     states = (Line(f"{copy.state.value} {copy.version or ''}".rstrip(), wording.TONES[copy.state]) for copy in copies)
     yield from wording.copy_tables(request, "State", zip(copies, states, strict=True))
-    if not copies:
-        yield Line("No skill is installed.", Tone.WARNING)
+    if not request.survey.finders(request.scopes):
+        yield Line("No agent finds a skill." if copies else "No skill is installed.", Tone.WARNING)
     if shown := wording.shortlist(request, agents):
         headings = ["For the user" if scope == "user" else "In the project" for scope in request.scopes]
         rows = [

@@ -1,7 +1,6 @@
 """Reports on a terminal: tables drawn by rich, marks and colours."""
 
 import re
-from collections.abc import Sequence
 from shutil import get_terminal_size
 
 from rich import box
@@ -30,23 +29,23 @@ def drawn(blocks: list[Block], *, has_colour: bool) -> str:
         no_color=not has_colour,
         width=get_terminal_size().columns,
     )
+    # One layout for all tables.
+    is_narrow = any(isinstance(block, Table) and not widths_of(block, console.width) for block in blocks)
     with console.capture() as capture:
         for former, block in zip([None, *blocks], blocks, strict=False):
             if former and (isinstance(block, Table) or isinstance(former, Table)):
                 console.print()
-            draw(console, block)
+            draw(console, block, is_narrow=is_narrow)
     return "".join(line.rstrip(" ") + "\n" for line in capture.get().splitlines())
 
 
-def draw(console: Console, block: Block) -> None:
+def draw(console: Console, block: Block, *, is_narrow: bool) -> None:
     """Draw one block."""
     match block:
-        case Table(title, columns, rows):
-            if title:
-                console.print(Text(printable(title), "bold"))
-            texts = [[text_of(cell) for cell in row] for row in rows]
-            widths = widths_of(columns, texts, console.width)
-            console.print(grid_of(columns, texts, widths) if widths else stack_of(columns, texts))
+        case Table():
+            if block.title:
+                console.print(Text(printable(block.title), "bold"))
+            console.print(stack_of(block) if is_narrow else grid_of(block, widths_of(block, console.width)))
         case Line():
             console.print(text_of(block))
         case Command():
@@ -56,11 +55,11 @@ def draw(console: Console, block: Block) -> None:
                 console.print(Text(line, _DIFF_STYLES.get(line[:1], "") if is_diff else ""), soft_wrap=True)
 
 
-def widths_of(columns: Sequence[str], rows: list[list[Text]], available: int) -> list[int]:
+def widths_of(table: Table, available: int) -> list[int]:
     """The widths at which the columns fit, with readable prose and no broken words; empty if there are none."""
-    cells = [[heading, *(text.plain for text in texts)] for heading, *texts in zip(columns, *rows, strict=True)]
-    widths = [max(map(cell_len, column)) for column in cells]
-    words = (max(map(cell_len, _WORDS.findall(" ".join(column)))) for column in cells)
+    columns = [[text_of(cell).plain for cell in cells] for cells in zip(table.columns, *table.rows, strict=True)]
+    widths = [max(map(cell_len, column)) for column in columns]
+    words = (max(map(cell_len, _WORDS.findall(" ".join(column)))) for column in columns)
     least = [min(width, max(word, _LEAST)) for width, word in zip(widths, words, strict=True)]
     while sum(widths) + 2 * len(widths) - 1 > available:
         slack = [width - minimum for width, minimum in zip(widths, least, strict=True)]
@@ -70,22 +69,22 @@ def widths_of(columns: Sequence[str], rows: list[list[Text]], available: int) ->
     return widths
 
 
-def grid_of(columns: Sequence[str], rows: list[list[Text]], widths: list[int]) -> Grid:
+def grid_of(table: Table, widths: list[int]) -> Grid:
     """The columns side by side. Leading cells of a row that equal those of the row above are left empty."""
     grid = Grid(box=_BOX, header_style="bold", show_edge=False, padding=(0, 1, 0, 0))
-    for column, width in zip(columns, widths, strict=True):
+    for column, width in zip(table.columns, widths, strict=True):
         grid.add_column(column, overflow="fold", width=width)
-    for above, row in zip([[], *rows], rows, strict=False):
+    for above, row in zip([[], *table.rows], table.rows, strict=False):
         same = next((index for index, (over, cell) in enumerate(zip(above, row, strict=False)) if over != cell), 0)
-        grid.add_row(*[Text()] * same, *row[same:])
+        grid.add_row(*[Text()] * same, *map(text_of, row[same:]))
     return grid
 
 
-def stack_of(columns: Sequence[str], rows: list[list[Text]]) -> Group:
+def stack_of(table: Table) -> Group:
     """The cells of each row one below the other, for a terminal that is too narrow for columns."""
     lines: list[Text] = []
-    for row in rows:
-        cells = zip(columns, row, strict=True)
+    for row in table.rows:
+        cells = zip(table.columns, map(text_of, row), strict=True)
         lines += [Text(), *(Text.assemble((f"{column}: ", "bold"), text) for column, text in cells if text)]
     return Group(*lines[1:])
 
