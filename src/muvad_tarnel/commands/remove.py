@@ -70,20 +70,21 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
     path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (keeps links)
     is_scope_known = bool(request.is_scope_given or request.project)
-    scopes = request.scopes if is_scope_known else request.roots
-    every = [(scope, directory) for scope in request.roots for directory in directories_read(AGENT_CONFIG, scope)]
-    known = [place for place in every if place[0] in scopes]
-    same = [place for place in every if parent_resolved(request.roots[place[0]] / place[1]) == path]
-    found = [place for place in same if place in known]
-    # The table's spelling: at the given scope, or in the project if the current directory is below the project's root.
     scope = request.scope if is_scope_known else "project"
+    every = [(each, directory) for each in request.roots for directory in directories_read(AGENT_CONFIG, each)]
+    same = [place for place in every if parent_resolved(request.roots[place[0]] / place[1]) == path]
+    spelled = [place for place in every if place[1] == os.path.normpath(text)]
+    found = [place for place in same if place[0] == scope or not is_scope_known]
+    # The table's spelling: at the given scope, or in the project if the current directory is below the project's root.
     if is_scope_known or not os.path.lexists(text):
-        found += [place for place in known if place == (scope, os.path.normpath(text))]
+        found += [place for place in spelled if place[0] == scope]
     if found:
         return found[0]
-    spelled = [directory for each, directory in known if each == scope]
-    guess = f" Use --scope {same[0][0]}." if same else did_you_mean(text, spelled)
+    guess = did_you_mean(text, [directory for each, directory in every if each == scope])
+    if others := same + spelled:
+        guess = f" For {request.survey.at(*others[0])[0].place}, use --scope {others[0][0]}."
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
+    known = (place for place in every if place[0] == scope or not is_scope_known)
     in_use = [place for place in known if any(copy.exists for copy in request.survey.at(*place))]
     spellings = [place[1] if is_scope_known else str(request.roots[place[0]] / place[1]) for place in in_use]
     where = f" at {scope} scope" if is_scope_known else ""
