@@ -81,11 +81,13 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     if found:
         return found[0]
     guess = did_you_mean(text, [directory for each, directory in every if each == scope])
-    copy_path = Path(text.removesuffix("/SKILL.md"))
+    copy_path, in_project = Path(text.removesuffix("/SKILL.md")), f"{path.parent.name}/{path.name}"
     if others := same + spelled:
         guess = f" For {request.survey.at(*others[0])[0].place}, use --scope {others[0][0]}."
     elif copy_path.name in skill.SKILL_TEMPLATES and copy_path.parent.name == "skills":
         guess = f" Did you mean '{copy_path.parent} --skill {copy_path.name}'?"
+    elif in_project in directories_read(AGENT_CONFIG, "project") and os.path.isdir(path):  # noqa: PTH112
+        guess = f" Use -C {str(path.parents[1])!r}."
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
     known = (place for place in every if place[0] == scope or not is_scope_known)
     in_use = [place for place in known if any(copy.exists for copy in request.survey.at(*place))]
