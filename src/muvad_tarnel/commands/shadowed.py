@@ -95,8 +95,8 @@ def choice(request: Request, shadows: Sequence[Shadow], kept: Container[Copy]) -
         by_command = grouped(((copy.directory, bool(reason_to_keep(copy))), copy) for copy in free)
         for (_, is_forced), group in by_command.items():
             for copy in group if is_forced else ():
-                what = f"{copy.link or copy.path} ({reason_to_keep(copy)})"
-                yield Line(f"This deletes {what}: no backup is kept.", Tone.WARNING)
+                what = f"only the link {copy.link}" if copy.link else copy.path
+                yield Line(f"This deletes {what} ({reason_to_keep(copy)}): no backup is kept.", Tone.WARNING)
             yield Command("", request.command(scope, (*removal_of(request.survey, group), *["--force"] * is_forced)))
 
 

@@ -163,7 +163,8 @@ def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
 
         place = ("-C", str(copy.root)) if copy.scope == "project" else ("--scope", copy.scope)
         command = join(["muvad-tarnel", "skill", "remove", copy.directory, *place, "--skill", copy.skill, "--force"])
-        return Obstacle(str(link or copy.path), reason, f"rename it to keep it, or delete it: {command}")
+        what = "only the link" if link else "it"
+        return Obstacle(str(link or copy.path), reason, f"rename it to keep it, or delete {what}: {command}")
     return obstacle_to_entries((link or copy.file).parent)
 
 
