@@ -88,9 +88,8 @@ def verdict(chosen: Plan) -> list[Block]:
     number = len(chosen.directories)
     where = "1 directory" if number == 1 else f"{number} directories"
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
-    text = (
-        f"{who_find(chosen.agents)} every skill{' once' if is_good else ''} at {chosen.scope} scope, through {where}."
-    )
+    who = who_find(chosen.agents, "would" if chosen.writes else "")
+    text = f"{who} every skill{' once' if is_good else ''} at {chosen.scope} scope, through {where}."
     when = "After the install, " if chosen.writes else ""
     doubles = doubled(chosen.after, [chosen.scope], chosen.agents, when)
     return [Line(text, Tone.GOOD if is_good else Tone.WARNING), *map(Line, doubles)]
