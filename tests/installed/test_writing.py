@@ -94,7 +94,7 @@ class TestLinks:
             assert re.search("claude/skills, same as .*/.cursor/skills +all .* Claude Code, Cursor, ", shown), shown
             assert "twice" not in shown
         (row,) = answer("plan", *agents("claude", "cursor"))["results"]
-        assert [served["why"] for served in row["serves"]] == ["its own directory"] * 2
+        assert [served["why"] for served in row["serves"]] == ["its preferred directory"] * 2
 
 
 class TestFailures:
