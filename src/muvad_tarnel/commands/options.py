@@ -36,12 +36,15 @@ _output_options = [
 
 
 class SkillCommand(click.Command):
-    """A command that suggests the intended option for an unexpected argument."""
+    """A command that suggests the intended option for an unknown one or an unexpected argument."""
 
     allow_extra_args = True
 
     def parse_args(self, ctx: click.Context, args: list[str]) -> list[str]:
-        rest = super().parse_args(ctx, args)
+        try:
+            rest = super().parse_args(ctx, args)
+        except click.NoSuchOption as error:  # click's own suggestions are too far-fetched
+            ctx.fail(error.message + did_you_mean(error.option_name, error.possibilities or ()))
         if ctx.args and not ctx.resilient_parsing:
             takes_agents = any(parameter.name == "agent_keys" for parameter in self.params)
             guess = did_you_mean(ctx.args[0], AGENT_CONFIG, "--agent ") if takes_agents else ""
