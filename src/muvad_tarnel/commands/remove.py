@@ -54,7 +54,10 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     outcomes = change_all(request, reached, removes=True, force=force)
     outcomes += (Outcome(copy) for copy in chosen if copy not in reached)
     where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
-    losses = list(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done]))
+    done = [outcome.copy for outcome in outcomes if outcome.is_done]
+    if backups := sorted(str(path) for copy in done for path in copy.path.parent.glob("SKILL.md.bak*")):
+        request.console.note(f"backups left: {joined(backups)}", is_important=True)
+    losses = list(lost(request, done))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
     own = {c.place for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places}
     where += f"; for those in {joined(sorted(own))}, use --scope user" if directories and own else ""
