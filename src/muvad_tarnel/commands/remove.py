@@ -6,7 +6,7 @@ from pathlib import Path
 
 import click
 
-from muvad_tarnel.commands.changes import Outcome, change_all, report_of
+from muvad_tarnel.commands.changes import change_all, report_of
 from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import did_you_mean
@@ -46,13 +46,9 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
         request.scopes = tuple(dict.fromkeys(scope for scope, _ in places))
     else:
         places = [(request.scope, directory) for directory in directories_read(AGENT_CONFIG, request.scope)]
-    wanted = (copy for place in places for copy in survey.at(*place))
-    there = (copy for copy in reversed(list(wanted)) if copy.exists or copy.link)
-    copies = {parent_resolved(copy.link or copy.file): copy for copy in there}
-    chosen = [copy for copy in reversed(copies.values()) if not names or copy.skill in names]
-    reached = [copy for copy in chosen if copy.link or os.path.lexists(copy.path)]
-    outcomes = change_all(request, reached, removes=True, force=force)
-    outcomes += (Outcome(copy) for copy in chosen if copy not in reached)
+    wanted = (copy for place in places for copy in survey.at(*place) if not names or copy.skill in names)
+    there = grouped((parent_resolved(copy.link or copy.file), copy) for copy in wanted if copy.exists or copy.link)
+    outcomes = change_all(request, [same[0] for same in there.values()], removes=True, force=force)
     where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
     done = [outcome.copy for outcome in outcomes if outcome.is_done]
     if backups := sorted(str(path) for copy in done for path in copy.path.parent.glob("SKILL.md.bak*")):
@@ -64,7 +60,7 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     nothing = [] if outcomes else [Line(f"Nothing to remove {where}.", Tone.GOOD)]
     report = report_of(request, outcomes, (), [*nothing, *remarks])
     again = [] if request.dry_run else advised(request, losses, "to install again:")
-    return report._replace(advice=[*again, *report.advice], exit_code=report.exit_code or int(reached != chosen))
+    return report._replace(advice=[*again, *report.advice])
 
 
 def meant(request: Request, text: str) -> tuple[Scope, str]:
