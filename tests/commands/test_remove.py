@@ -46,7 +46,7 @@ def test_unknown_directories_are_usage_errors(home: Path, tmp_path: Path) -> Non
     cases = {
         "": "must not be empty",
         ".claude/skill": f"installed in {home}/.claude/skills. Did you mean '.claude/skills'?",
-        f"{home}/.claude/skills --scope project": "at project scope. For ~/.claude/skills, use --scope user.",
+        f"{home}/.claude/skills --scope project": "/.claude/skills'. For ~/.claude/skills, use --scope user.",
         ".codeium/windsurf/skills": ". For ~/.codeium/windsurf/skills, use --scope user.",
         ".claude/skills/tarnel/SKILL.md": "Did you mean '.claude/skills --skill tarnel'?",
         f"{tmp_path}/.kiro/skills": f"Use -C '{tmp_path}'.",

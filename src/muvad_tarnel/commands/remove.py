@@ -88,12 +88,10 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     elif in_project in directories_read(AGENT_CONFIG, "project") and os.path.isdir(path):  # noqa: PTH112
         guess = f" Use -C {str(path.parents[1])!r}."
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
-    known = (place for place in every if place[0] == scope or not is_scope_known)
-    in_use = [place for place in known if any(copy.exists for copy in request.survey.at(*place))]
-    spellings = [place[1] if is_scope_known else str(request.roots[place[0]] / place[1]) for place in in_use]
-    where = f" at {scope} scope" if is_scope_known else ""
-    installed = f"; skills are installed in {', '.join(spellings)}" if in_use else ""
-    raise click.BadParameter(f"unknown skills directory {text!r}{where}{installed}.{guess}", param_hint="DIRECTORY")
+    copies = (copy for copy in request.survey.copies if copy.scope == scope or not is_scope_known)
+    in_use = dict.fromkeys(str(copy.root / copy.directory) for copy in copies if copy.exists)
+    installed = f"; skills are installed in {', '.join(in_use)}" if in_use else ""
+    raise click.BadParameter(f"unknown skills directory {text!r}{installed}.{guess}", param_hint="DIRECTORY")
 
 
 def parent_resolved(path: Path) -> Path:
