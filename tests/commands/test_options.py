@@ -51,7 +51,6 @@ def test_agents_in_use_are_detected(home: Path) -> None:
         ("install --all-agents --agent claude", ["--agent", "--all-agents", "--detect"]),
         ("install --agent coursor", ["'coursor' is unknown. Did you mean 'cursor'?", "skill agents"]),
         ("uninstall", ["Did you mean 'remove'?"]),
-        ("install --agents Claude", ["Did you mean '--agent'?"]),
         ("install Claude", ["Did you mean '--agent claude'?"]),
         ("install --agent claude,cursor", ["Repeat the option for each."]),
         ("shadowed --scope user", ["No such option '--scope'.\n"]),

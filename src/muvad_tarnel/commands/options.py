@@ -67,11 +67,9 @@ def skill_command(scoping: Scoping, *, agents: str = "") -> Callable[[Callable[.
             try:
                 request = Request(console, scoping, **{key: options.pop(key) for key in about if key in options})
                 report = function(request, **options)
-            except Failure as failure:
-                report = Report([], [], errors=[failure.obstacle], exit_code=1)
-            except OSError as error:
-                obstacle = obstacle_of(error, error.filename or console.command)
-                report = Report([], [], errors=[obstacle], exit_code=1)
+            except (Failure, OSError) as error:
+                met = error.obstacle if isinstance(error, Failure) else obstacle_of(error, error.filename or command)
+                report = Report([], [], errors=[met], exit_code=1)
             else:
                 errors = list(dict.fromkeys([*request.obstacles, *report.errors]))
                 exit_code = report.exit_code or int(bool(request.obstacles))
