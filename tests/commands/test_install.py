@@ -54,10 +54,9 @@ def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> Non
 def test_a_plan_gives_its_reasons(project: Path) -> None:
     for there, asked, said in (
         (".none/skills missing", "claude cursor", "shared, instead of its preferred one"),
-        (".none/skills missing", "kiro", "Kiro would find every skill once"),
         (".windsurf/skills current", "devin zed", "After the install, Windsurf and Devin find every skill in .agents"),
         (".windsurf/skills modified", "devin zed", "A copy in .windsurf/skills is kept: modified."),
-        (".windsurf/skills current", "devin kiro", "shared: copies are there already"),
+        (".windsurf/skills current", "devin kiro", "shared: copies are there already\nDevin and Kiro would find"),
         (".claude/skills current", "droid", "instead of its preferred one, where others would find skills twice"),
         (".factory/skills foreign", "droid", "instead of its preferred one, which holds another text"),
     ):

@@ -64,9 +64,8 @@ def is_twice(chosen: Plan, agent: str) -> bool:
 
 def why(chosen: Plan, directory: str, agent: str) -> Line:
     """The reason why a directory serves an agent."""
-    copies, preferred = (
-        chosen.survey.at(chosen.scope, place) for place in (directory, AGENT_CONFIG[agent].directories(chosen.scope)[0])
-    )
+    copies = chosen.survey.at(chosen.scope, directory)
+    preferred = chosen.survey.at(chosen.scope, AGENT_CONFIG[agent].directories(chosen.scope)[0])
     if is_twice(chosen, agent):
         others = [other for other, served in chosen.directories.items() if agent in served and other != directory]
         return Line(f"also in {joined(chosen.survey.at(chosen.scope, o)[0].place for o in others)}", Tone.WARNING)
@@ -85,11 +84,8 @@ def verdict(chosen: Plan) -> list[Block]:
     """The plan in a sentence or two."""
     if chosen.obstacles:
         return [Line("The install would fail.", Tone.BAD)]
-    number = len(chosen.directories)
-    where = "1 directory" if number == 1 else f"{number} directories"
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
     who = who_find(chosen.agents, "would" if chosen.writes else "")
-    text = f"{who} every skill{' once' if is_good else ''} at {chosen.scope} scope, through {where}."
-    when = "After the install, " if chosen.writes else ""
-    doubles = doubled(chosen.after, [chosen.scope], chosen.agents, when)
+    text = f"{who} every skill{' once' if is_good else ''} at {chosen.scope} scope."
+    doubles = doubled(chosen.after, [chosen.scope], chosen.agents, "After the install, " if chosen.writes else "")
     return [Line(text, Tone.GOOD if is_good else Tone.WARNING), *map(Line, doubles)]
