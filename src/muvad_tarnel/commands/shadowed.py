@@ -72,9 +72,8 @@ def table(request: Request, shadows: Iterable[Shadow]) -> Table:
 def choice(request: Request, shadows: Sequence[Shadow], kept: Container[Copy]) -> Iterator[Block]:
     """The alternative fixes, for people: applying more than one could leave an agent without any copy."""
     changed = [copy for shadow in shadows for copy in shadow[:2] if copy.state is not State.CURRENT]
-    can_replace = changed and not any(map(obstacle_to_writing, changed))
     verb = "Remove"
-    if can_replace:
+    if changed and not any(map(obstacle_to_writing, changed)):
         verb = "Or remove"
         yield Line("Replace modified, newer and foreign copies (edited and foreign texts are kept as SKILL.md.bak):")
         for scope in dict.fromkeys(copy.scope for copy in changed):

@@ -100,9 +100,8 @@ class Copy(NamedTuple):
             return None
         below_root = [place for place in (self.path, *self.path.parents) if not self.root.is_relative_to(place)]
         link = next((place for place in below_root if os.path.islink(place)), self.path)  # noqa: PTH114
-        is_there = os.path.exists(link)  # noqa: PTH110 (never raises)
-        where = ", outside the repository" if not is_inside else ", which is no copy of this skill" if is_there else ""
-        kind = "link" if is_there else "dangling link"
+        where = ", which is no copy of this skill" if is_inside else ", outside the repository"
+        kind, where = ("link", where) if os.path.exists(link) else ("dangling link", "")  # noqa: PTH110 (never raises)
         return Obstacle(str(link), f"a {kind} to {os.path.realpath(link)}{where}", "remove the link")
 
 
