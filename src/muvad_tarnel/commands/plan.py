@@ -86,6 +86,6 @@ def verdict(chosen: Plan) -> list[Block]:
         return [Line("The install would fail.", Tone.BAD)]
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
     who = who_find(chosen.agents, "would" if chosen.writes else "")
-    text = f"{who} every skill{' once' if is_good else ''} at {chosen.scope} scope."
+    text = f"{who} every skill {'once' if is_good else 'at least once'} at {chosen.scope} scope."
     doubles = doubled(chosen.after, [chosen.scope], chosen.agents, "After the install, " if chosen.writes else "")
     return [Line(text, Tone.GOOD if is_good else Tone.WARNING), *map(Line, doubles)]

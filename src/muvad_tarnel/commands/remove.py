@@ -49,12 +49,12 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     wanted = (copy for place in places for copy in survey.at(*place) if not names or copy.skill in names)
     there = grouped((parent_resolved(copy.link or copy.file), copy) for copy in wanted if copy.exists or copy.link)
     outcomes = change_all(request, [same[0] for same in there.values()], removes=True, force=force)
-    where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
     done = [outcome.copy for outcome in outcomes if outcome.is_done]
     if backups := sorted(str(path) for copy in done for path in copy.path.parent.glob("SKILL.md.bak*")):
         request.console.note(f"backups left: {joined(backups)}", is_important=True)
     losses = list(lost(request, done))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
+    where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
     own = {c.place for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places}
     where += f"; for those in {joined(sorted(own))}, use --scope user" if directories and own else ""
     nothing = [] if outcomes else [Line(f"Nothing to remove {where}.", Tone.GOOD)]
