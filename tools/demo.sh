@@ -11,8 +11,7 @@ cd "$scratch/repository"
 
 install_skills() {
     echo "\$ muvad-tarnel $*"
-    "$tarnel" "$@" >"$scratch/output" || { cat "$scratch/output"; exit 1; }
-    sed "s|$scratch/||" "$scratch/output"
+    "$tarnel" "$@"
     echo
 }
 

@@ -98,7 +98,7 @@ def agents_table() -> str:
             for row in (record.skills_project_roots, record.skills_user_roots)
         )
         rows.append(f"| `{key}` | {record.name} | {project} | {user} |")
-    return "\n".join([*rows, "", f"An agent's own directory comes first. As of {CHECKED_ON}.", ""])
+    return "\n".join([*rows, "", f"An agent's preferred directory comes first. As of {CHECKED_ON}.", ""])
 
 
 def renewed(name: str) -> str:

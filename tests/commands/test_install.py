@@ -53,12 +53,12 @@ def test_copies_elsewhere_in_reach_are_updated(home: Path, project: Path) -> Non
 
 def test_a_plan_gives_its_reasons(project: Path) -> None:
     for there, asked, said in (
-        (".none/skills missing", "claude cursor", "shared, instead of its own"),
+        (".none/skills missing", "claude cursor", "shared, instead of its preferred one"),
         (".windsurf/skills current", "devin zed", "After the install, Windsurf and Devin find every skill in .agents"),
         (".windsurf/skills modified", "devin zed", "A copy in .windsurf/skills is kept: modified."),
-        (".windsurf/skills current", "devin kiro", "shared: copies are there already"),
-        (".claude/skills current", "droid", "instead of its own, where others would find skills twice"),
-        (".factory/skills foreign", "droid", "instead of its own, which holds another text"),
+        (".windsurf/skills current", "devin kiro", "shared: copies are there already\nDevin and Kiro would find"),
+        (".claude/skills current", "droid", "instead of its preferred one, where others would find skills twice"),
+        (".factory/skills foreign", "droid", "instead of its preferred one, which holds another text"),
     ):
         put(project, *there.split())
         assert said in run("plan", *agents(*asked.split()), "--scope", "project").stdout

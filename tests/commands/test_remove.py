@@ -40,12 +40,16 @@ def test_the_current_directory_may_be_elsewhere(home: Path, project: Path, monke
     assert {row["scope"] for row in answer("remove", f"{home}/.claude/skills")["results"]} == {"user"}
 
 
-def test_unknown_directories_are_usage_errors(home: Path) -> None:
+def test_unknown_directories_are_usage_errors(home: Path, tmp_path: Path) -> None:
     put(home, ".claude/skills")
+    put(tmp_path, ".kiro/skills")
     cases = {
         "": "must not be empty",
         ".claude/skill": f"installed in {home}/.claude/skills. Did you mean '.claude/skills'?",
-        f"{home}/.claude/skills --scope project": "/.claude/skills' at project scope. Use --scope user.",
+        f"{home}/.claude/skills --scope project": "/.claude/skills'. For ~/.claude/skills, use --scope user.",
+        ".codeium/windsurf/skills": ". For ~/.codeium/windsurf/skills, use --scope user.",
+        ".claude/skills/tarnel/SKILL.md": "Did you mean '.claude/skills --skill tarnel'?",
+        f"{tmp_path}/.kiro/skills": f"Use -C '{tmp_path}'.",
     }
     for arguments, said in cases.items():
         result = run("remove", *arguments.split(" "))
@@ -68,6 +72,6 @@ def test_a_directory_out_of_reach_keeps_nothing_else(home: Path, project: Path) 
     (home / ".claude").symlink_to(".claude")
     result = run("remove")
     assert (result.exit_code, holding_all(home)) == (1, set())
-    assert "3 files removed, 3 unreadable left alone.\nKiro no longer finds any skill at user scope.\n" in result.stdout
+    assert "3 files removed, 3 kept.\nKiro no longer finds any skill at user scope.\n" in result.stdout
     (project / ".claude").symlink_to("/nowhere")
     assert run("remove", "--force", "-C", ".").stderr == run("install", "-C", ".").stderr

@@ -91,9 +91,3 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
         assert run("shadowed", "--check").exit_code == 0
     (project / ".claude").symlink_to(home / ".claude")
     assert answer("shadowed", *agents("claude"), "--check")["results"] == []
-
-
-def test_obstacles_do_not_count_as_success(home: Path) -> None:
-    (home / ".claude").write_text("a file")
-    assert "3 would fail (dry run).\n" in run("install", "-n").stdout
-    assert "would fail" in run("plan", *agents("claude", "kiro")).stdout

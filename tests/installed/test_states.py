@@ -66,6 +66,7 @@ def test_install_and_update_do_what_is_needed(home: Path, kind: str, command: st
     backup = copy.with_name("SKILL.md.bak")
     assert acted["kept"] == (str(backup) if action.endswith("*") else None)
     assert (backup.read_bytes() if backup.exists() else None) == (text_of(kind) if action.endswith("*") else None)
+    assert (f"note: backups left: {backup}\n" in run("remove", "-q").stderr) is action.endswith("*")
 
 
 def test_remove_takes_what_is_ours(home: Path, kind: str) -> None:

@@ -36,8 +36,7 @@ class SkillCommands(Group):
     def get_command(self, ctx: click.Context, cmd_name: str) -> click.Command | None:  # noqa: ARG002
         if cmd_name not in COMMANDS:
             return None
-        command = getattr(import_module(f"{__name__}.{cmd_name}"), cmd_name)
-        assert isinstance(command, click.Command)  # noqa: S101 (for the type checker)
+        command: click.Command = getattr(import_module(f"{__name__}.{cmd_name}"), cmd_name)
         return command
 
     def invoke(self, ctx: click.Context) -> Any:

@@ -26,7 +26,7 @@ def agents(request: Request) -> Report:
         rows += [(key, name, scope, directories) for scope, directories in scopes]
     columns = ("Key", "Agent", "Scope", "Skills directories")
     return Report(
-        [Table("", columns, rows), Line(f"An agent's own directory comes first. As of {CHECKED_ON}.")],
+        [Table("", columns, rows), Line(f"An agent's preferred directory comes first. As of {CHECKED_ON}.")],
         [
             {
                 "key": key,

@@ -54,7 +54,8 @@ def change_all(
         keeps = kept or (dry_run and copy.exists and not copy.is_ours)
         if not obstacle and (reason if removes else keeps):
             verb = "remove" if removes else "replace"
-            backup = "" if removes else f"; the old text {f'is kept as {kept}' if kept else 'would be kept beside it'}"
+            how = f"is kept as {kept}" if kept else "would be kept as SKILL.md.bak"
+            backup = "" if removes else f"; the old text {how}"
             done = f"would {verb}" if dry_run else f"{verb}d"
             request.console.note(f"{done} {place}, {reason}{backup}", is_important=True)
         outcomes.append(Outcome(copy, action, kept, obstacle))

@@ -36,12 +36,15 @@ _output_options = [
 
 
 class SkillCommand(click.Command):
-    """A command that suggests the intended option for an unexpected argument."""
+    """A command that suggests the intended option for an unknown one or an unexpected argument."""
 
     allow_extra_args = True
 
     def parse_args(self, ctx: click.Context, args: list[str]) -> list[str]:
-        rest = super().parse_args(ctx, args)
+        try:
+            rest = super().parse_args(ctx, args)
+        except click.NoSuchOption as error:  # click's own suggestions are too far-fetched
+            ctx.fail(error.message + did_you_mean(error.option_name, error.possibilities or ()))
         if ctx.args and not ctx.resilient_parsing:
             takes_agents = any(parameter.name == "agent_keys" for parameter in self.params)
             guess = did_you_mean(ctx.args[0], AGENT_CONFIG, "--agent ") if takes_agents else ""
@@ -64,11 +67,9 @@ def skill_command(scoping: Scoping, *, agents: str = "") -> Callable[[Callable[.
             try:
                 request = Request(console, scoping, **{key: options.pop(key) for key in about if key in options})
                 report = function(request, **options)
-            except Failure as failure:
-                report = Report([], [], errors=[failure.obstacle], exit_code=1)
-            except OSError as error:
-                obstacle = obstacle_of(error, error.filename or console.command)
-                report = Report([], [], errors=[obstacle], exit_code=1)
+            except (Failure, OSError) as error:
+                met = error.obstacle if isinstance(error, Failure) else obstacle_of(error, error.filename or command)
+                report = Report([], [], errors=[met], exit_code=1)
             else:
                 errors = list(dict.fromkeys([*request.obstacles, *report.errors]))
                 exit_code = report.exit_code or int(bool(request.obstacles))

@@ -17,8 +17,8 @@ def plan(request: Request) -> Report:
     """Show which directories an install writes, and why.
 
     What is installed already stays and counts. The choice, most important first: every agent finds each skill, as few
-    as possible find one twice, each through its own directory rather than one it reads besides, and in as few
-    directories as that allows. Nothing is written; where the install would fail, this does too.
+    as possible find one twice, each through its preferred directory rather than another, and in as few directories
+    as that allows. Nothing is written; where the install would fail, this does too.
 
     \b
     Examples:
@@ -64,33 +64,28 @@ def is_twice(chosen: Plan, agent: str) -> bool:
 
 def why(chosen: Plan, directory: str, agent: str) -> Line:
     """The reason why a directory serves an agent."""
-    copies, own = (
-        chosen.survey.at(chosen.scope, place) for place in (directory, AGENT_CONFIG[agent].directories(chosen.scope)[0])
-    )
+    copies = chosen.survey.at(chosen.scope, directory)
+    preferred = chosen.survey.at(chosen.scope, AGENT_CONFIG[agent].directories(chosen.scope)[0])
     if is_twice(chosen, agent):
         others = [other for other, served in chosen.directories.items() if agent in served and other != directory]
         return Line(f"also in {joined(chosen.survey.at(chosen.scope, o)[0].place for o in others)}", Tone.WARNING)
-    if copies[0].file == own[0].file:
-        return Line("its own directory")
+    if copies[0].file == preferred[0].file:
+        return Line("its preferred directory")
     if any(copy.is_found for copy in copies):
         return Line("shared: copies are there already")
     if len(chosen.directories[directory]) > 1:
-        return Line("shared, instead of its own")
-    is_taken = any(copy.exists or obstacles_to([copy]) for copy in own)
+        return Line("shared, instead of its preferred one")
+    is_taken = any(copy.exists or obstacles_to([copy]) for copy in preferred)
     problem = "which holds another text or cannot be written" if is_taken else "where others would find skills twice"
-    return Line(f"instead of its own, {problem}")
+    return Line(f"instead of its preferred one, {problem}")
 
 
 def verdict(chosen: Plan) -> list[Block]:
     """The plan in a sentence or two."""
     if chosen.obstacles:
         return [Line("The install would fail.", Tone.BAD)]
-    number = len(chosen.directories)
-    where = "1 directory" if number == 1 else f"{number} directories"
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
-    text = (
-        f"{who_find(chosen.agents)} every skill{' once' if is_good else ''} at {chosen.scope} scope, through {where}."
-    )
-    when = "After the install, " if chosen.writes else ""
-    doubles = doubled(chosen.after, [chosen.scope], chosen.agents, when)
+    who = who_find(chosen.agents, "would" if chosen.writes else "")
+    text = f"{who} every skill {'once' if is_good else 'at least once'} at {chosen.scope} scope."
+    doubles = doubled(chosen.after, [chosen.scope], chosen.agents, "After the install, " if chosen.writes else "")
     return [Line(text, Tone.GOOD if is_good else Tone.WARNING), *map(Line, doubles)]

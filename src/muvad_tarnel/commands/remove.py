@@ -6,7 +6,7 @@ from pathlib import Path
 
 import click
 
-from muvad_tarnel.commands.changes import Outcome, change_all, report_of
+from muvad_tarnel.commands.changes import change_all, report_of
 from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import did_you_mean
@@ -46,22 +46,21 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
         request.scopes = tuple(dict.fromkeys(scope for scope, _ in places))
     else:
         places = [(request.scope, directory) for directory in directories_read(AGENT_CONFIG, request.scope)]
-    wanted = (copy for place in places for copy in survey.at(*place))
-    there = (copy for copy in reversed(list(wanted)) if copy.exists or copy.link)
-    copies = {parent_resolved(copy.link or copy.file): copy for copy in there}
-    chosen = [copy for copy in reversed(copies.values()) if not names or copy.skill in names]
-    reached = [copy for copy in chosen if copy.link or os.path.lexists(copy.path)]
-    outcomes = change_all(request, reached, removes=True, force=force)
-    outcomes += (Outcome(copy) for copy in chosen if copy not in reached)
-    where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
-    losses = list(lost(request, [outcome.copy for outcome in outcomes if outcome.is_done]))
+    wanted = (copy for place in places for copy in survey.at(*place) if not names or copy.skill in names)
+    there = grouped((parent_resolved(copy.link or copy.file), copy) for copy in wanted if copy.exists or copy.link)
+    outcomes = change_all(request, [same[0] for same in there.values()], removes=True, force=force)
+    done = [outcome.copy for outcome in outcomes if outcome.is_done]
+    if backups := sorted(str(path) for copy in done for path in copy.path.parent.glob("SKILL.md.bak*")):
+        request.console.note(f"backups left: {joined(backups)}", is_important=True)
+    losses = list(lost(request, done))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
+    where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
     own = {c.place for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places}
     where += f"; for those in {joined(sorted(own))}, use --scope user" if directories and own else ""
     nothing = [] if outcomes else [Line(f"Nothing to remove {where}.", Tone.GOOD)]
     report = report_of(request, outcomes, (), [*nothing, *remarks])
     again = [] if request.dry_run else advised(request, losses, "to install again:")
-    return report._replace(advice=[*again, *report.advice], exit_code=report.exit_code or int(reached != chosen))
+    return report._replace(advice=[*again, *report.advice])
 
 
 def meant(request: Request, text: str) -> tuple[Scope, str]:
@@ -70,25 +69,29 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
     path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (keeps links)
     is_scope_known = bool(request.is_scope_given or request.project)
-    scopes = request.scopes if is_scope_known else request.roots
-    every = [(scope, directory) for scope in request.roots for directory in directories_read(AGENT_CONFIG, scope)]
-    known = [place for place in every if place[0] in scopes]
-    same = [place for place in every if parent_resolved(request.roots[place[0]] / place[1]) == path]
-    found = [place for place in same if place in known]
-    # The table's spelling: at the given scope, or in the project if the current directory is below the project's root.
     scope = request.scope if is_scope_known else "project"
+    every = [(each, directory) for each in request.roots for directory in directories_read(AGENT_CONFIG, each)]
+    same = [place for place in every if parent_resolved(request.roots[place[0]] / place[1]) == path]
+    spelled = [place for place in every if place[1] == os.path.normpath(text)]
+    found = [place for place in same if place[0] == scope or not is_scope_known]
+    # The table's spelling: at the given scope, or in the project if the current directory is below the project's root.
     if is_scope_known or not os.path.lexists(text):
-        found += [place for place in known if place == (scope, os.path.normpath(text))]
+        found += [place for place in spelled if place[0] == scope]
     if found:
         return found[0]
-    spelled = [directory for each, directory in known if each == scope]
-    guess = f" Use --scope {same[0][0]}." if same else did_you_mean(text, spelled)
+    guess = did_you_mean(text, [directory for each, directory in every if each == scope])
+    copy_path, in_project = Path(text.removesuffix("/SKILL.md")), f"{path.parent.name}/{path.name}"
+    if others := same + spelled:
+        guess = f" For {request.survey.at(*others[0])[0].place}, use --scope {others[0][0]}."
+    elif copy_path.name in skill.SKILL_TEMPLATES and copy_path.parent.name == "skills":
+        guess = f" Did you mean '{copy_path.parent} --skill {copy_path.name}'?"
+    elif in_project in directories_read(AGENT_CONFIG, "project") and os.path.isdir(path):  # noqa: PTH112
+        guess = f" Use -C {str(path.parents[1])!r}."
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
-    in_use = [place for place in known if any(copy.exists for copy in request.survey.at(*place))]
-    spellings = [place[1] if is_scope_known else str(request.roots[place[0]] / place[1]) for place in in_use]
-    where = f" at {scope} scope" if is_scope_known else ""
-    installed = f"; skills are installed in {', '.join(spellings)}" if in_use else ""
-    raise click.BadParameter(f"unknown skills directory {text!r}{where}{installed}.{guess}", param_hint="DIRECTORY")
+    copies = (copy for copy in request.survey.copies if copy.scope == scope or not is_scope_known)
+    in_use = dict.fromkeys(str(copy.root / copy.directory) for copy in copies if copy.exists)
+    installed = f"; skills are installed in {', '.join(in_use)}" if in_use else ""
+    raise click.BadParameter(f"unknown skills directory {text!r}{installed}.{guess}", param_hint="DIRECTORY")
 
 
 def parent_resolved(path: Path) -> Path:

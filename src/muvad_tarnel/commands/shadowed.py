@@ -72,9 +72,8 @@ def table(request: Request, shadows: Iterable[Shadow]) -> Table:
 def choice(request: Request, shadows: Sequence[Shadow], kept: Container[Copy]) -> Iterator[Block]:
     """The alternative fixes, for people: applying more than one could leave an agent without any copy."""
     changed = [copy for shadow in shadows for copy in shadow[:2] if copy.state is not State.CURRENT]
-    can_replace = changed and not any(map(obstacle_to_writing, changed))
     verb = "Remove"
-    if can_replace:
+    if changed and not any(map(obstacle_to_writing, changed)):
         verb = "Or remove"
         yield Line("Replace modified, newer and foreign copies (edited and foreign texts are kept as SKILL.md.bak):")
         for scope in dict.fromkeys(copy.scope for copy in changed):
@@ -95,8 +94,8 @@ def choice(request: Request, shadows: Sequence[Shadow], kept: Container[Copy]) -
         by_command = grouped(((copy.directory, bool(reason_to_keep(copy))), copy) for copy in free)
         for (_, is_forced), group in by_command.items():
             for copy in group if is_forced else ():
-                what = f"{copy.link or copy.path} ({reason_to_keep(copy)})"
-                yield Line(f"This deletes {what}: no backup is kept.", Tone.WARNING)
+                what = f"only the link {copy.link}" if copy.link else copy.path
+                yield Line(f"This deletes {what} ({reason_to_keep(copy)}): no backup is kept.", Tone.WARNING)
             yield Command("", request.command(scope, (*removal_of(request.survey, group), *["--force"] * is_forced)))
 
 

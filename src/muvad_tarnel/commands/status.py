@@ -39,7 +39,7 @@ def status(request: Request, *, check: bool) -> Report:
       modified     this version, with another text
       incomplete   the beginning of a document: an install was cut off
       foreign      no version in it: not written by this package
-      unreadable   not UTF-8, a dangling link, or not to be opened
+      unreadable   not UTF-8, a dangling link, a pipe, or can't be opened
       missing      nothing there
 
     \b

@@ -84,7 +84,7 @@ def differences(request: Request, copies: Iterable[Copy]) -> Iterator[Block]:
             yield Line(f"{which_are('foreign and not counted as installed', foreign)}.", Tone.BAD)
         yield Command("to see what differs:", request.command(scope, ["diff", "--scope", scope]))
         if any(not copy.is_stale for copy in there) and not obstacles_to(there):
-            label = "to replace all it shows, kept as .bak:"
+            label = "to replace all that it shows (kept as SKILL.md.bak):"
             yield Command(label, request.command(scope, ["update", "--force", "--scope", scope]))
 
 

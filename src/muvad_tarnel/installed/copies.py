@@ -100,9 +100,9 @@ class Copy(NamedTuple):
             return None
         below_root = [place for place in (self.path, *self.path.parents) if not self.root.is_relative_to(place)]
         link = next((place for place in below_root if os.path.islink(place)), self.path)  # noqa: PTH114
-        where = "which is no copy of this skill" if is_inside else "outside the repository"
-        kind = "link" if os.path.exists(link) else "dangling link"  # noqa: PTH110 (never raises)
-        return Obstacle(str(link), f"a {kind} to {os.path.realpath(link)}, {where}", "remove the link")
+        where = ", which is no copy of this skill" if is_inside else ", outside the repository"
+        kind, where = ("link", where) if os.path.exists(link) else ("dangling link", "")  # noqa: PTH110 (never raises)
+        return Obstacle(str(link), f"a {kind} to {os.path.realpath(link)}{where}", "remove the link")
 
 
 def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:

@@ -153,17 +153,18 @@ def clean_up(copies: Iterable[Copy]) -> None:
 def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
     """The obstacle to removing a copy: a text or link that isn't ours, unless forced, or a problem on the disk."""
     link = copy.link
-    if copy.obstacle and not link and os.path.isdir(copy.path):  # noqa: PTH112 (never raises)
-        return copy.obstacle
     if copy.misplaced and not (link and copy.may_hold(link.parent.resolve())):
         return copy.misplaced
+    if copy.obstacle and not link and (os.path.isdir(copy.path) or not os.path.lexists(copy.path)):  # noqa: PTH112
+        return copy.obstacle
     reason = reason_to_keep(copy)
     if reason and not force:
         from shlex import join  # noqa: PLC0415 (rarely needed)
 
         place = ("-C", str(copy.root)) if copy.scope == "project" else ("--scope", copy.scope)
         command = join(["muvad-tarnel", "skill", "remove", copy.directory, *place, "--skill", copy.skill, "--force"])
-        return Obstacle(str(link or copy.path), reason, f"rename it to keep it, or delete it: {command}")
+        what = "only the link" if link else "it"
+        return Obstacle(str(link or copy.path), reason, f"rename it to keep it, or delete {what}: {command}")
     return obstacle_to_entries((link or copy.file).parent)
 
 

@@ -2,8 +2,8 @@
 
 Rules for every row, at each scope:
 
-- The agent's native directory (its own) comes first, followed by the other directories it reads. Planning prefers
-  directories in this order.
+- The agent's preferred directory comes first, followed by the other directories it reads. Planning prefers directories
+  in this order.
 - Directories are relative to the project's root or the home directory, with forward slashes, without a leading `~` and
   without a trailing slash. They are compared as text, so a directory must be spelled the same in every row.
 - Only directories that the agent reads unconditionally are listed, and none that it calls deprecated. The installer
@@ -42,7 +42,7 @@ MOVES: Final = {
 
 @dataclass(frozen=True, slots=True)
 class AgentRecord:
-    """One agent: its display name, and the skills directories it reads at each scope, native one first.
+    """One agent: its display name, and the skills directories it reads at each scope, preferred one first.
 
     `marker` is a directory that the agent itself creates, relative to the home directory or absolute: if it contains
     more than skills, the agent is in use. Empty if there is none. Never `.agents`, which the agents share.
@@ -55,7 +55,7 @@ class AgentRecord:
     precedence: Precedence = "unknown"
 
     def directories(self, scope: Scope) -> tuple[str, ...]:
-        """The skills directories that the agent reads at a scope, native one first."""
+        """The skills directories that the agent reads at a scope, preferred one first."""
         return self.skills_user_roots if scope == "user" else self.skills_project_roots
 
 
