@@ -1,6 +1,6 @@
 // Replaces the exception allocator of the statically linked GNU C++ runtime. When it is loaded, the default one
-// allocates a reserve of 73 KB, which slows down the rest of the import, and nothing tells if that fails. Here the reserve
-// is static.
+// allocates a reserve of 73 KB, which slows down the rest of the import, and nothing tells if that fails. Here the
+// reserve is static.
 #include <array>
 #include <atomic>
 #include <cstddef>
@@ -13,8 +13,8 @@ namespace {
 // The runtime keeps its header right before the exception. It takes 128 bytes on 64-bit systems, fewer on 32-bit ones.
 constexpr std::size_t header_size = 128;
 
-// Used when memory runs out, one slot per exception in flight: enough for as many threads at once. The slots fit into the
-// data's last page, so that loading the library maps no more memory.
+// Used when memory runs out, one slot per exception in flight: enough for as many threads at once. The slots fit into
+// the data's last page, so that loading the library maps no more memory.
 struct Slot {
     alignas(std::max_align_t) std::array<std::byte, header_size + 32> memory;
 };
