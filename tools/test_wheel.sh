@@ -18,4 +18,4 @@ import pathlib, sys
 from muvad_tarnel.setup import skill
 sys.exit(not pathlib.Path(skill.__file__).is_relative_to(sys.prefix))
 ' || { echo "the module under test is not the wheel's"; exit 1; }
-"$python" -P -X dev -m pytest -q
+"$python" -P -X dev -m pytest -p xdist -n auto -q
