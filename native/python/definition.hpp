@@ -32,9 +32,9 @@ struct Parameter {
 // The equivalent of a `def` statement.
 struct Definition {
     const char* name = nullptr;
-    std::initializer_list<Parameter> parameters = {};  // at most max_parameters, keyword-only ones last
-    const char* returns = nullptr;                     // the return annotation
-    const char* doc = nullptr;                         // UTF-8
+    std::initializer_list<Parameter> parameters;  // at most max_parameters, keyword-only ones last
+    const char* returns = nullptr;                // the return annotation
+    const char* doc = nullptr;                    // UTF-8
     Body body = nullptr;
 };
 

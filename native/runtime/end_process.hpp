@@ -12,7 +12,7 @@ namespace tarnel::runtime {
 [[noreturn]] inline void end_process(std::string_view problem) noexcept {
     for (const std::string_view part :
          {std::string_view("muvad_tarnel.setup.skill: "), problem, std::string_view("\n")})
-        static_cast<void>(!write(STDERR_FILENO, part.data(), part.size()));
+        static_cast<void>(write(STDERR_FILENO, part.data(), part.size()));
     std::abort();
 }
 
