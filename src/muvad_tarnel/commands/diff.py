@@ -19,7 +19,7 @@ def diff(request: Request) -> Report:
 
     `install` or `update`, perhaps with --force, would replace these texts, and keep those that this package did not
     write as SKILL.md.bak. Each is compared with this package's document. Lines with - are in the copy only, lines with
-    + in the document only. Line ends and a byte order mark are no difference.
+    + in the document only. Line endings and a byte order mark are ignored.
 
     \b
     Examples:

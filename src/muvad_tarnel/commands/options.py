@@ -30,7 +30,7 @@ _output_options = [
         type=Choice(["auto", "always", "never"]),
         default="auto",
         show_default=True,
-        help="Colours and tables; auto: on a terminal, and as NO_COLOR, FORCE_COLOR and TERM=dumb say.",
+        help="Colours and tables. auto: on a terminal; NO_COLOR, FORCE_COLOR and TERM=dumb change that.",
     ),
 ]
 

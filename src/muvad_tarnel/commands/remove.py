@@ -29,8 +29,8 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool) -> Report:
     """Remove installed skills.
 
-    DIRECTORY is a skills directory, such as ~/.claude/skills or, in a project, .claude/skills. Without one, every copy
-    at the scope is removed, at once and without a question; `install` writes them again.
+    DIRECTORY is a skills directory, such as ~/.claude/skills or, in a project, .claude/skills; it tells the scope.
+    Without one, every copy at the scope is removed, at once and without a question; `install` writes them again.
 
     Only texts that this package wrote are removed, each with its own directory if that is then empty. Backups
     (SKILL.md.bak) and empty skills directories stay.

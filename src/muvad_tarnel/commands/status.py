@@ -24,8 +24,8 @@ _WRONG = (State.OUTDATED, State.INCOMPLETE, State.UNREADABLE, State.FOREIGN)
 def status(request: Request, *, check: bool) -> Report:
     """Show what is installed, and where agents find it.
 
-    Without agents: every copy, and the agents that find one or are in use. With agents: the copies that they read. What
-    is wrong comes with the command that fixes it. Nothing is written.
+    Without agents: every copy, and the agents that find one or are in use. With agents: the copies that they read. Each
+    problem comes with the command that fixes it. Nothing is written.
 
     With --check the exit code is 1 if a named agent lacks a skill, if a copy is outdated, incomplete, unreadable or
     foreign, or, without agents, if nothing is installed or an agent finds only some of the skills. Modified and newer
