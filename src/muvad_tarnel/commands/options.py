@@ -70,11 +70,7 @@ def skill_command(scoping: Scoping, *, agents: str = "") -> Callable[[Callable[.
             except (Failure, OSError) as error:
                 met = error.obstacle if isinstance(error, Failure) else obstacle_of(error, error.filename or command)
                 report = Report([], [], errors=[met], exit_code=1)
-            else:
-                errors = list(dict.fromkeys([*request.obstacles, *report.errors]))
-                exit_code = report.exit_code or int(bool(request.obstacles))
-                report = report._replace(errors=errors, exit_code=exit_code)
-            console.show(report)
+            console.show(report._replace(errors=list(dict.fromkeys(report.errors))))
             click.get_current_context().exit(report.exit_code)
 
         command = click.command(
