@@ -72,6 +72,6 @@ def test_a_directory_out_of_reach_keeps_nothing_else(home: Path, project: Path) 
     (home / ".claude").symlink_to(".claude")
     result = run("remove")
     assert (result.exit_code, holding_all(home)) == (1, set())
-    assert "3 files removed, 3 kept.\nKiro no longer finds any skill at user scope.\n" in result.stdout
+    assert "3 files removed, 3 copies kept.\nKiro no longer finds any skill at user scope.\n" in result.stdout
     (project / ".claude").symlink_to("/nowhere")
     assert run("remove", "--force", "-C", ".").stderr == run("install", "-C", ".").stderr

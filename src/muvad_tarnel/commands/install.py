@@ -2,7 +2,7 @@
 
 import click
 
-from muvad_tarnel.commands.changes import Outcome, change_all, report_of, survey_after
+from muvad_tarnel.commands.changes import Outcome, report_of, survey_after, write_all
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import differences, skills_by_place, times
@@ -33,7 +33,7 @@ def install(request: Request, *, force: bool) -> Report:
     """
     scope, survey = request.scope, request.survey
     plan = Plan(survey, scope, request.agents, force=force)
-    writes = {outcome.copy.file: outcome for outcome in change_all(request, plan.writes)}
+    writes = {outcome.copy.file: outcome for outcome in write_all(request, plan.writes)}
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 

@@ -1,6 +1,6 @@
 """`muvad-tarnel skill plan`."""
 
-from muvad_tarnel.commands.changes import change_all
+from muvad_tarnel.commands.changes import write_all
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import agent_records
@@ -28,7 +28,7 @@ def plan(request: Request) -> Report:
     scope = request.scope
     chosen = Plan(request.survey, scope, request.agents)
     request.dry_run = True
-    change_all(request, chosen.writes)  # prints a note for each text that would be replaced
+    write_all(request, chosen.writes)  # prints a note for each text that would be replaced
     writes = grouped((copy.directory, copy.skill) for copy in chosen.writes)
     reasons = {place: {a: why(chosen, place, a) for a in agents} for place, agents in chosen.directories.items()}
     served = grouped(

@@ -2,16 +2,18 @@
 
 import os
 from collections.abc import Iterator, Sequence
+from functools import partial
 from pathlib import Path
 
 import click
 
-from muvad_tarnel.commands.changes import change_all, report_of
+from muvad_tarnel.commands.changes import change_each, report_of
 from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import did_you_mean
 from muvad_tarnel.commands.wording import advised
 from muvad_tarnel.hints import Hint, agent_words, joined, who_find
+from muvad_tarnel.installed import writing
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.survey import directories_read, grouped, readers_of
 from muvad_tarnel.output.report import Line, Report, Tone
@@ -48,7 +50,8 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
         places = [(request.scope, directory) for directory in directories_read(AGENT_CONFIG, request.scope)]
     wanted = (copy for place in places for copy in survey.at(*place) if not names or copy.skill in names)
     there = grouped((parent_resolved(copy.link or copy.file), copy) for copy in wanted if copy.exists or copy.link)
-    outcomes = change_all(request, [same[0] for same in there.values()], removes=True, force=force)
+    obstacle_to, change = partial(writing.obstacle_to_removing, force=force), partial(writing.remove, force=force)
+    outcomes = list(change_each(request, (same[0] for same in there.values()), obstacle_to, change, "remove"))
     done = [outcome.copy for outcome in outcomes if outcome.is_done]
     if backups := sorted(str(path) for copy in done for path in copy.path.parent.glob("SKILL.md.bak*")):
         request.console.note(f"backups left: {joined(backups)}", is_important=True)
