@@ -5,7 +5,7 @@ import click
 from muvad_tarnel.commands.changes import Outcome, report_of, survey_after, write_all
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import differences, skills_by_place, times
+from muvad_tarnel.commands.wording import differences, skills_by_place
 from muvad_tarnel.hints import joined, skills_of, who_find
 from muvad_tarnel.installed.survey import each_once, grouped
 from muvad_tarnel.output.report import Block, Line, Report, Tone
@@ -48,15 +48,14 @@ def finding_lines(request: Request, outcomes: list[Outcome]) -> list[Block]:
     busy = {outcome.copy.file for outcome in outcomes if outcome.action != "none"}
     lines = []
     for agent in dict.fromkeys((*request.agents, *request.in_use)):
-        before = skills_by_place(request, request.survey, agent, scope)
         is_idle = not any(copy.file in busy for copy in request.survey.read_by([agent], [scope]))
         for places, names in skills_by_place(request, after, agent, scope).items():
             if len(places) > 1 or (places and is_idle and agent in request.agents):
-                word = "already" if before.get(places) == names else "would" if request.dry_run else ""
+                word = "already" if is_idle else "would" if request.dry_run else ""
                 lines.append(((word, tuple(sorted(places)), tuple(names)), agent))
     return [
         Line(
-            f"{who_find(who, word)} {skills_of(names)}{times(len(places))} in {joined(places)}.",
+            f"{who_find(who, word)} {skills_of(names)} in {joined(places)}.",
             Tone.GOOD if len(places) == 1 else Tone.WARNING,
         )
         for (word, places, names), who in grouped(lines).items()
