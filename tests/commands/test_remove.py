@@ -40,16 +40,14 @@ def test_the_current_directory_may_be_elsewhere(home: Path, project: Path, monke
     assert {row["scope"] for row in answer("remove", f"{home}/.claude/skills")["results"]} == {"user"}
 
 
-def test_unknown_directories_are_usage_errors(home: Path, tmp_path: Path) -> None:
+def test_unknown_directories_are_usage_errors(home: Path) -> None:
     put(home, ".claude/skills")
-    put(tmp_path, ".kiro/skills")
     cases = {
         "": "must not be empty",
         ".claude/skill": f"installed in {home}/.claude/skills. Did you mean '.claude/skills'?",
         f"{home}/.claude/skills --scope project": "/.claude/skills'. For ~/.claude/skills, use --scope user.",
         ".codeium/windsurf/skills": ". For ~/.codeium/windsurf/skills, use --scope user.",
         ".claude/skills/tarnel/SKILL.md": "Did you mean '.claude/skills --skill tarnel'?",
-        f"{tmp_path}/.kiro/skills": f"Use -C '{tmp_path}'.",
     }
     for arguments, said in cases.items():
         result = run("remove", *arguments.split(" "))

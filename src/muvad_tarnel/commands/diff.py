@@ -1,5 +1,7 @@
 """`muvad-tarnel skill diff`."""
 
+from io import StringIO
+
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
@@ -46,10 +48,7 @@ def unified(copy: Copy) -> str:
     from difflib import unified_diff  # noqa: PLC0415 (only needed if something differs)
 
     def lines(text: str) -> list[str]:
-        whole = text.splitlines(keepends=True)
-        if whole and not whole[-1].endswith("\n"):
-            whole[-1] += "\n\\ No newline at end of file\n"
-        return whole
+        return [line if line.endswith("\n") else f"{line}\n\\ No newline at end of file\n" for line in StringIO(text)]
 
     compared = unified_diff(
         lines(plain(copy.content or b"").decode()),

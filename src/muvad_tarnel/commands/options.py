@@ -14,13 +14,9 @@ from muvad_tarnel.output.console import Console
 from muvad_tarnel.output.report import Report
 from muvad_tarnel.output.text import Style
 from muvad_tarnel.roots import SCOPES
-from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 dry_run_option = click.option("-n", "--dry-run", is_flag=True, help="Show what would be done, and change nothing.")
-skill_option = click.option(
-    "--skill", "names", multiple=True, type=Choice(list(skill.SKILL_TEMPLATES)), help="Only this skill; repeatable."
-)
 _output_options = [
     click.Option(["--json"], is_flag=True, help="Print one JSON object."),
     click.Option(["-q", "--quiet"], is_flag=True, help="Only print errors, requested texts and paths of backups."),
@@ -90,7 +86,7 @@ def _request_options(scoping: Scoping, agents: str) -> list[click.Parameter]:
     """The options that become arguments of `Request`."""
     options: list[click.Parameter] = []
     if agents:
-        key = Choice(list(AGENT_CONFIG), case_sensitive=False)
+        key = Choice(AGENT_CONFIG, case_sensitive=False)
         text = f"An agent, as `agents` lists them; repeatable.  [default: {agents}]"
         options = [
             click.Option(["--agent", "agent_keys"], multiple=True, type=key, metavar="KEY", help=text),

@@ -8,9 +8,9 @@ from pathlib import Path
 import click
 
 from muvad_tarnel.commands.changes import change_each, report_of
-from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
+from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.spelling import did_you_mean
+from muvad_tarnel.commands.spelling import Choice, did_you_mean
 from muvad_tarnel.commands.wording import advised
 from muvad_tarnel.hints import Hint, agent_words, joined, who_find
 from muvad_tarnel.installed import writing
@@ -23,7 +23,9 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 @skill_command("one")
 @click.argument("directories", metavar="[DIRECTORY]...", nargs=-1)
-@skill_option
+@click.option(
+    "--skill", "names", multiple=True, type=Choice(skill.SKILL_TEMPLATES), help="Only this skill; repeatable."
+)
 @click.option(
     "--force", is_flag=True, help="Delete any text, without a backup, and links in place of SKILL.md or its directory."
 )
@@ -57,11 +59,11 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
         request.console.note(f"backups left: {joined(backups)}", is_important=True)
     losses = list(lost(request, done))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
-    where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
-    own = {c.place for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places}
-    where += f"; for those in {joined(sorted(own))}, use --scope user" if directories and own else ""
-    nothing = [] if outcomes else [Line(f"Nothing to remove {where}.", Tone.GOOD)]
-    report = report_of(request, outcomes, (), [*nothing, *remarks])
+    if not outcomes:
+        own = {c.place for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places}
+        elsewhere = f"; for those in {joined(sorted(own))}, use --scope user" if directories and own else ""
+        remarks = [Line(f"Nothing to remove at {joined(request.scopes)} scope{elsewhere}.", Tone.GOOD)]
+    report = report_of(request, outcomes, (), remarks)
     again = [] if request.dry_run else advised(request, losses, "to install again:")
     return report._replace(advice=[*again, *report.advice])
 
@@ -83,13 +85,11 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     if found:
         return found[0]
     guess = did_you_mean(text, [directory for each, directory in every if each == scope])
-    copy_path, in_project = Path(text.removesuffix("/SKILL.md")), f"{path.parent.name}/{path.name}"
+    copy_path = Path(text.removesuffix("/SKILL.md"))
     if others := same + spelled:
         guess = f" For {request.survey.at(*others[0])[0].place}, use --scope {others[0][0]}."
     elif copy_path.name in skill.SKILL_TEMPLATES and copy_path.parent.name == "skills":
         guess = f" Did you mean '{copy_path.parent} --skill {copy_path.name}'?"
-    elif in_project in directories_read(AGENT_CONFIG, "project") and os.path.isdir(path):  # noqa: PTH112
-        guess = f" Use -C {str(path.parents[1])!r}."
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
     copies = (copy for copy in request.survey.copies if copy.scope == scope or not is_scope_known)
     in_use = dict.fromkeys(str(copy.root / copy.directory) for copy in copies if copy.exists)

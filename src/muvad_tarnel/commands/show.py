@@ -11,7 +11,7 @@ from muvad_tarnel.setup import skill
 
 
 @skill_command("none")
-@click.argument("name", type=Choice(list(skill.SKILL_TEMPLATES)), metavar="[NAME]", required=False)
+@click.argument("name", type=Choice(skill.SKILL_TEMPLATES), metavar="[NAME]", required=False)
 def show(_: Request, *, name: str | None) -> Report:
     """Print a skill's document, or list the skills.
 
