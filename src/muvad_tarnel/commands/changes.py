@@ -72,9 +72,9 @@ def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
         real, dry = ("kept", "would be kept") if action == "remove" else ("failed", "would fail")
         return Line(dry if dry_run else real, Tone.BAD)
     if action != "none":
-        is_other = action != "update" and copy.exists and (not copy.is_ours or copy.state is State.NEWER)
-        what = f" ({copy.state.value})" if is_other else ""
-        return Line((f"would {action}" if dry_run else _DONE[action]) + what, Tone.GOOD)
+        is_usual = action == "update" or copy.state in (State.CURRENT, State.MISSING)
+        former = "" if is_usual else f" ({copy.state.value})"
+        return Line((f"would {action}" if dry_run else _DONE[action]) + former, Tone.GOOD)
     if copy.state is State.CURRENT:
         return Line("already up to date", Tone.GOOD)
     return Line(f"{copy.state.value} and left alone", Tone.WARNING)

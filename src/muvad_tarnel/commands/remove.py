@@ -61,8 +61,9 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
     if not outcomes:
         own = {c.place for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places}
+        where = f"in {joined(request.place(*each) for each in places)}" if directories else f"at {request.scope} scope"
         elsewhere = f"; for those in {joined(sorted(own))}, use --scope user" if directories and own else ""
-        remarks = [Line(f"Nothing to remove at {joined(request.scopes)} scope{elsewhere}.", Tone.GOOD)]
+        remarks = [Line(f"Nothing to remove {where}{elsewhere}.", Tone.GOOD)]
     report = report_of(request, outcomes, (), remarks)
     again = [] if request.dry_run else advised(request, losses, "to install again:")
     return report._replace(advice=[*again, *report.advice])
@@ -73,14 +74,13 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     if not text:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
     path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (keeps links)
-    is_scope_known = bool(request.is_scope_given or request.project)
-    scope = request.scope if is_scope_known else "project"
+    scope = request.scope if request.is_scope_given else "project"
     every = [(each, directory) for each in request.roots for directory in directories_read(AGENT_CONFIG, each)]
     same = [place for place in every if parent_resolved(request.roots[place[0]] / place[1]) == path]
     spelled = [place for place in every if place[1] == os.path.normpath(text)]
-    found = [place for place in same if place[0] == scope or not is_scope_known]
+    found = [place for place in same if place[0] == scope or not request.is_scope_given]
     # The table's spelling: at the given scope, or in the project if the current directory is below the project's root.
-    if is_scope_known or not os.path.lexists(text):
+    if request.is_scope_given or not os.path.lexists(text):
         found += [place for place in spelled if place[0] == scope]
     if found:
         return found[0]
@@ -91,7 +91,7 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     elif copy_path.name in skill.SKILL_TEMPLATES and copy_path.parent.name == "skills":
         guess = f" Did you mean '{copy_path.parent} --skill {copy_path.name}'?"
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
-    copies = (copy for copy in request.survey.copies if copy.scope == scope or not is_scope_known)
+    copies = (copy for copy in request.survey.copies if copy.scope == scope or not request.is_scope_given)
     in_use = dict.fromkeys(str(copy.root / copy.directory) for copy in copies if copy.exists)
     installed = f"; skills are installed in {', '.join(in_use)}" if in_use else ""
     raise click.BadParameter(f"unknown skills directory {text!r}{installed}.{guess}", param_hint="DIRECTORY")

@@ -38,10 +38,10 @@ class Request:
             raise click.UsageError("--agent, --all-agents and --detect cannot be combined.")
         self.console = console
         self.dry_run = dry_run
-        self.is_scope_given = scope is not None
         self.project = project and project.absolute()
         if scope is None and project and scoping != "pair":
             scope = "project"
+        self.is_scope_given = scope is not None
         usual: dict[str, tuple[Scope, ...]] = {"none": (), "one": ("user",)}
         self.scopes = (scope,) if scope else usual.get(scoping, SCOPES)
         self.roots = self._roots()
@@ -98,6 +98,4 @@ class Request:
                 self.console.note(f"the project is {root}, the nearest folder upward with .git")
             if (repository := repository_around(root.resolve())) != root.resolve():
                 self.console.note(f"the project is {root}, a folder of the repository {repository}")
-            if "user" in roots and root.resolve() == roots["user"].resolve():
-                self.console.note("the project is the home directory: both scopes are the same place")
         return roots

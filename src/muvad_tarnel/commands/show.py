@@ -16,10 +16,6 @@ def show(_: Request, *, name: str | None) -> Report:
     """Print a skill's document, or list the skills.
 
     NAME is tarnel, tarnel-map or tarnel-wiki. The document is printed as an install writes it.
-
-    \b
-    Examples:
-      muvad-tarnel skill show tarnel | less
     """
     texts = {each: skill.render_skill_md(skill_name=each) for each in ([name] if name else skill.SKILL_TEMPLATES)}
     table = Table("", ("Skill", "Purpose"), [(each, purpose(text)) for each, text in texts.items()])

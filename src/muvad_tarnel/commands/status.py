@@ -31,16 +31,9 @@ def status(request: Request, *, check: bool) -> Report:
     foreign, or, without agents, if nothing is installed or an agent finds only some of the skills. Modified and newer
     copies are accepted.
 
-    \b
-    States:
-      current      this package's version and text
-      outdated     an older version
-      newer        a newer version than this package's
-      modified     this version, with another text
-      incomplete   the beginning of a document: an install was cut off
-      foreign      no version in it: not written by this package
-      unreadable   not UTF-8, a dangling link, a pipe, or can't be opened
-      missing      nothing there
+    An outdated or newer copy has another version than this package; a modified one has this version, with another text.
+    An incomplete one is the beginning of a document: an install was cut off. A foreign one has no version: this package
+    did not write it. An unreadable one is not UTF-8, a dangling link, a pipe, or can't be opened.
 
     \b
     Examples:

@@ -19,11 +19,6 @@ def update(request: Request, *, force: bool) -> Report:
 
     That is every outdated or incomplete copy, whichever agents read it. Run it after an upgrade of this package. A
     text that this package did not write is kept as SKILL.md.bak when it is replaced.
-
-    \b
-    Examples:
-      muvad-tarnel skill update
-      muvad-tarnel skill update --scope project --dry-run
     """
     copies = [copy for copy in request.survey.copies if copy.scope in request.scopes]
     unreadable = each_once(copy for copy in copies if copy.state is State.UNREADABLE)
