@@ -25,8 +25,6 @@ command_line.add_command(skill_group)
 def completion(shell: str) -> None:
     """Print a shell's completion script.
 
-    It completes commands, options and agents.
-
     \b
     Examples:
       eval "$(muvad-tarnel completion bash)"      in ~/.bashrc

@@ -30,7 +30,6 @@ def test_copies_count(home: Path, project: Path, *, there: str, asked: str, scop
     assert holding_all(root) - {there} == planned == written
     assert said["advice"] == []
     assert all(len(found["paths"]) == 1 for agent in said["agents"] for found in agent["finds"])
-    assert "already" in run("install", *ask).stdout
 
 
 def test_each_skill_goes_beside_the_others(home: Path) -> None:

@@ -1,5 +1,7 @@
 """`muvad-tarnel skill install`."""
 
+from collections.abc import Iterator
+
 import click
 
 from muvad_tarnel.commands.changes import Outcome, report_of, survey_after, write_all
@@ -42,7 +44,7 @@ def install(request: Request, *, force: bool) -> Report:
     return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.roots[scope])})
 
 
-def finding_lines(request: Request, outcomes: list[Outcome]) -> list[Block]:
+def finding_lines(request: Request, outcomes: list[Outcome]) -> Iterator[Block]:
     """Say which agents need no changes and which find a skill several times, in one line per set of places."""
     scope, after = request.scope, survey_after(request, outcomes)
     busy = {outcome.copy.file for outcome in outcomes if outcome.action != "none"}
@@ -53,10 +55,6 @@ def finding_lines(request: Request, outcomes: list[Outcome]) -> list[Block]:
             if len(places) > 1 or (places and is_idle and agent in request.agents):
                 word = "already" if is_idle else "would" if request.dry_run else ""
                 lines.append(((word, tuple(sorted(places)), tuple(names)), agent))
-    return [
-        Line(
-            f"{who_find(who, word)} {skills_of(names)} in {joined(places)}.",
-            Tone.GOOD if len(places) == 1 else Tone.WARNING,
-        )
-        for (word, places, names), who in grouped(lines).items()
-    ]
+    for (word, where, which), who in grouped(lines).items():
+        text = f"{who_find(who, word)} {skills_of(which)} in {joined(where)}."
+        yield Line(text, Tone.GOOD if len(where) == 1 else Tone.WARNING)

@@ -19,11 +19,6 @@ def plan(request: Request) -> Report:
     What is installed already stays and counts. The choice, most important first: every agent finds each skill, as few
     as possible find one twice, each through its preferred directory rather than another, and in as few directories
     as that allows. Nothing is written; where the install would fail, this does too.
-
-    \b
-    Examples:
-      muvad-tarnel skill plan --agent claude --agent cursor
-      muvad-tarnel skill plan --scope project --all-agents
     """
     scope = request.scope
     chosen = Plan(request.survey, scope, request.agents)

@@ -37,7 +37,6 @@ def status(request: Request, *, check: bool) -> Report:
 
     \b
     Examples:
-      muvad-tarnel skill status
       muvad-tarnel skill status --check --scope project    for CI
     """
     survey, scopes, named = request.survey, request.scopes, request.named
