@@ -11,13 +11,11 @@ from running import agents, answer, put, run
     [
         ("", "", 1, "install --scope user --agent claude"),
         ("project .cursor/skills current", "--agent cursor --scope user", 1, "install --scope user --agent cursor"),
-        ("user .cursor/skills current", "--agent claude --agent cursor", 1, "install --scope user --agent claude"),
         ("user .cursor/skills current, user .gemini/skills outdated", "--agent cursor", 0, ""),
         ("user .cursor/skills current, user .claude/skills foreign", "--agent cursor", 1, ""),
         ("user .cursor/skills current, user .agents/skills current", "", 0, "remove .cursor/skills --scope user"),
         ("user .claude/skills foreign", "--agent claude", 1, "install --scope user --agent claude"),
         ("user .kiro/skills foreign", "", 1, "install --scope user --agent claude"),
-        ("user .cursor/skills modified, user .agents/skills modified", "", 0, ""),
         ("project .claude/skills current tarnel", "", 1, "install --scope project --agent claude"),
         ("user .claude/skills current, user .kiro/hooks current", "", 0, "install --scope user --agent kiro"),
     ],

@@ -26,9 +26,7 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 @click.option(
     "--skill", "names", multiple=True, type=Choice(skill.SKILL_TEMPLATES), help="Only this skill; repeatable."
 )
-@click.option(
-    "--force", is_flag=True, help="Delete any text, without a backup, and links in place of SKILL.md or its directory."
-)
+@click.option("--force", is_flag=True, help="Delete any text, without a backup, and links in place of a copy.")
 @dry_run_option
 def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool) -> Report:
     """Remove installed skills.
@@ -38,11 +36,6 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
 
     Only texts that this package wrote are removed, each with its own directory if that is then empty. Backups
     (SKILL.md.bak) and empty skills directories stay.
-
-    \b
-    Examples:
-      muvad-tarnel skill remove ~/.cursor/skills
-      muvad-tarnel skill remove --scope project --dry-run
     """
     survey = request.survey
     places = list(dict.fromkeys(meant(request, text) for text in directories))
