@@ -31,20 +31,12 @@ def status(request: Request, *, check: bool) -> Report:
     foreign, or, without agents, if nothing is installed or an agent finds only some of the skills. Modified and newer
     copies are accepted.
 
-    \b
-    States:
-      current      this package's version and text
-      outdated     an older version
-      newer        a newer version than this package's
-      modified     this version, with another text
-      incomplete   the beginning of a document: an install was cut off
-      foreign      no version in it: not written by this package
-      unreadable   not UTF-8, a dangling link, a pipe, or can't be opened
-      missing      nothing there
+    An outdated or newer copy has another version than this package; a modified one has this version, with another text.
+    An incomplete one is the beginning of a document: an install was cut off. A foreign one has no version: this package
+    did not write it. An unreadable one is not UTF-8, a dangling link, a pipe, or can't be opened.
 
     \b
     Examples:
-      muvad-tarnel skill status
       muvad-tarnel skill status --check --scope project    for CI
     """
     survey, scopes, named = request.survey, request.scopes, request.named
@@ -84,7 +76,7 @@ def listed(request: Request) -> Iterator[Copy]:
 
 
 def blocks(request: Request, copies: list[Copy], agents: Sequence[str], *, explains_doubles: bool) -> Iterator[Block]:
-    """The report for people: the copies, and where each agent finds each skill."""
+    """The report for people: the copies, where each agent finds each skill, and remarks on both."""
     states = (Line(f"{copy.state.value} {copy.version or ''}".rstrip(), wording.TONES[copy.state]) for copy in copies)
     yield from wording.copy_tables(request, "State", zip(copies, states, strict=True))
     if not request.survey.finders(request.scopes):
@@ -98,7 +90,12 @@ def blocks(request: Request, copies: list[Copy], agents: Sequence[str], *, expla
         yield Table("Where agents find the skills", ("Agent", *headings), rows)
     if others := len(agents) - len(shown):
         yield Line(f"{others} {'other ' if shown else ''}agents find skills here; -v lists them.")
-    yield from remarks(request, copies)
+    yield from wording.differences(request, copies)
+    shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
+    if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
+        which = skills_of(names)
+        yield Line(f"The copies of {which} at the two scopes differ, and one may hide the other.", Tone.WARNING)
+        yield Command("to see:", request.command(None, ["shadowed"]))
     if explains_doubles:
         yield from map(Line, doubled(request.survey, request.scopes, shown))
 
@@ -106,20 +103,8 @@ def blocks(request: Request, copies: list[Copy], agents: Sequence[str], *, expla
 def finds_cell(request: Request, agent: str, scope: Scope) -> Line:
     """Where an agent finds the skills at one scope: all of them in one place, or skill by skill."""
     skills = wording.skills_by_place(request, request.survey, agent, scope)
-    words = [
-        f"{', '.join(names)}:{wording.times(len(places))} {joined(places) if places else 'nowhere'}"
-        for places, names in skills.items()
-    ]
-    text = "; ".join(words) if len(words) > 1 else words[0].partition(": ")[2]
+    where = {joined(places) if places else "nowhere": names for places, names in skills.items()}
+    each = [f"{', '.join(names)}: {place}" for place, names in where.items()]
+    text = "; ".join(each) if len(each) > 1 else joined(where)
     counts = {len(places) for places in skills}
     return Line(text, Tone.GOOD if counts == {1} else Tone.NEUTRAL if counts == {0} else Tone.WARNING)
-
-
-def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
-    """Remarks on what the tables don't show: foreign and modified copies, shadowing."""
-    yield from wording.differences(request, copies)
-    shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
-    if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
-        which = skills_of(names)
-        yield Line(f"The copies of {which} at the two scopes differ, and one may hide the other.", Tone.WARNING)
-        yield Command("to see:", request.command(None, ["shadowed"]))
