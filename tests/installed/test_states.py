@@ -76,7 +76,7 @@ def test_remove_takes_what_is_ours(home: Path, kind: str) -> None:
         assert {row["skill"]: row["action"] for row in rows}.get("tarnel", "") == action.replace("kept", "failed")
         assert copy.parent.exists() is (action == "kept" or bool(options) or kind == "missing")
     assert {path.name for path in copy.parent.parent.iterdir()} == ({"tarnel"} if action != "remove" else set())
-    forced = run(*(run("remove").stderr.partition("muvad-tarnel skill ")[2] or "remove").split(), "--quiet")
+    forced = run("remove", "--force", "--quiet")
     assert (forced.exit_code, str(copy) in forced.stderr) == (0, action == "kept")
     assert not copy.exists()
 

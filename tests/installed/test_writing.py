@@ -58,7 +58,7 @@ class TestLinks:
         for asked in ([], agents("claude")):
             said = run("status", *PROJECT, *asked).output
             assert [said.count(part) for part in (str(copy), "remove the link", "No agent finds")] == [1, 1, 1]
-        kept = "delete only the link: " in run("remove", *PROJECT, "--dry-run").stderr
+        kept = "--force to delete only the link" in run("remove", *PROJECT, "--dry-run").stderr
         assert (kept, run("install", *PROJECT, "--force").exit_code) == (True, 1)
         assert run("remove", *PROJECT, "--force", "--skill", "tarnel").exit_code == 0
         assert ((project / "README.md").read_text(), copy.is_symlink()) == ("mine", False)

@@ -8,7 +8,7 @@ import errno
 import fcntl
 import os
 from collections.abc import Iterable, Iterator
-from contextlib import contextmanager, nullcontext, suppress
+from contextlib import ExitStack, contextmanager, suppress
 from itertools import count
 from pathlib import Path
 
@@ -65,7 +65,10 @@ def replace(copy: Copy) -> Path | None:
     missing = [place for place in (folder, *folder.parents) if not place.exists()]
     try:
         folder.mkdir(parents=True, exist_ok=True)
-        with locked(folder, fcntl.LOCK_SH), staged(copy) as temporary:
+        with ExitStack() as stack:
+            with suppress(OSError):  # the directory isn't readable, or the file system has no locks
+                stack.enter_context(locked(folder, fcntl.LOCK_SH))
+            temporary = stack.enter_context(staged(copy))
             now = read_copy(copy)
             if now.state is State.CURRENT:  # another installer got there first
                 return None
@@ -85,17 +88,13 @@ def replace(copy: Copy) -> Path | None:
 
 @contextmanager
 def locked(folder: Path, operation: int) -> Iterator[None]:
-    """Hold a lock on a directory: shared if possible, or exclusive, which raises `OSError` if unavailable."""
-    descriptor = None
+    """Hold a lock on a directory. Raises `OSError` if it is unavailable."""
+    descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
     try:
-        # A shared lock may fail: the directory isn't readable, or the file system has no locks.
-        with suppress(OSError) if operation == fcntl.LOCK_SH else nullcontext():
-            descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
-            fcntl.flock(descriptor, operation)
+        fcntl.flock(descriptor, operation)
         yield
     finally:
-        if descriptor is not None:
-            os.close(descriptor)
+        os.close(descriptor)
 
 
 @contextmanager
@@ -159,12 +158,8 @@ def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
         return copy.obstacle
     reason = reason_to_keep(copy)
     if reason and not force:
-        from shlex import join  # noqa: PLC0415 (rarely needed)
-
-        place = ("-C", str(copy.root)) if copy.scope == "project" else ("--scope", copy.scope)
-        command = join(["muvad-tarnel", "skill", "remove", copy.directory, *place, "--skill", copy.skill, "--force"])
         what = "only the link" if link else "it"
-        return Obstacle(str(link or copy.path), reason, f"rename it to keep it, or delete {what}: {command}")
+        return Obstacle(str(link or copy.path), reason, f"rename it to keep it, or add --force to delete {what}")
     return obstacle_to_entries((link or copy.file).parent)
 
 
