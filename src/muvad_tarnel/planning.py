@@ -35,14 +35,15 @@ def additions(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Copy]
     in_use = {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
     added: list[Copy] = []
     for name in skill.SKILL_TEMPLATES:
-        lacking = [agent for agent in agents if not survey.finds(agent, scope, name)]
-        if lacking:
-            added += additions_of(survey, scope, name, lacking, in_use | {copy.directory for copy in added})
+        added += additions_of(survey, scope, name, agents, in_use | {copy.directory for copy in added})
     return added
 
 
-def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str], in_use: set[str]) -> list[Copy]:
-    """The copies to write so that agents that lack a skill find it. Directories in `in_use` are preferred."""
+def additions_of(survey: Survey, scope: Scope, name: str, agents: Sequence[str], in_use: set[str]) -> list[Copy]:
+    """The copies to write so that the agents find one skill. Directories in `in_use` are preferred."""
+    lacking = [agent for agent in agents if not survey.finds(agent, scope, name)]
+    if not lacking:
+        return []
     places = [copy for copy in survey.copies if (copy.scope, copy.skill) == (scope, name)]
     # Directories that are the same through links are one candidate.
     actual = {copy.directory: same[0] for same in by_file(places).values() for copy in same}
@@ -81,8 +82,8 @@ class Plan:
         replaced = replaceable(self.survey.read_by(self.agents, [self.scope]), force=self.force)
         # Agents find the copies that --force replaces, so they need no others.
         basis = self.survey.changed(State.CURRENT, (copy for copy in replaced if not obstacle_to_writing(copy)))
-        paths = {copy.path for copy in (*additions(basis, self.scope, self.agents), *replaced)}
-        return each_once(copy for copy in self.survey.copies if copy.scope == self.scope and copy.path in paths)
+        written = each_once((*replaced, *additions(basis, self.scope, self.agents)))
+        return tuple(sorted(written, key=lambda copy: copy.path))
 
     @cached_property
     def after(self) -> Survey:
