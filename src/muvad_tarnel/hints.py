@@ -93,11 +93,7 @@ def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint
 def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> list[Hint]:
     """Hints to remove redundant copies that the agents read, one per directory. Assumes nothing is left to write."""
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
-    if not redundant:
-        return []
     after = survey.changed(State.MISSING, redundant)
-    # Linked directories are one place.
-    files = {scope: by_file(copy for copy in after.copies if copy.scope == scope) for scope in scopes}
     hints = []
     for (scope, directory), copies in grouped(((copy.scope, copy.directory), copy) for copy in redundant).items():
         names, place = [copy.skill for copy in copies], copies[0].place
@@ -105,26 +101,26 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
         if not set(about) & set(readers):
             continue
         found = [after.finds(agent, scope, name) for agent, name in product(readers, names)]
-        common = set.intersection(*({files[scope][copy.file][0].place for copy in each} for each in found))
-        needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
+        common = set.intersection(*({copy.place for copy in each} for each in found))
         where = f"in {joined(sorted(common))}" if common else "elsewhere"
         edited = sorted({each[0].skill for each in found if all(copy.state is State.MODIFIED for copy in each)})
         but = f" ({joined(edited)} {'is' if len(edited) == 1 else 'are'} modified there)" if edited else ""
-        reason = f"{who_find(readers)} {skills_of(names)} {where} too{but}; {needless} not needed"
+        reason = f"{who_find(readers)} {skills_of(names)} {where} too{but}; no copy is needed in {place}"
         hints.append(Hint(reason, scope, removal_of(survey, copies)))
     return hints
 
 
 def doubled(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], when: str = "") -> list[str]:
     """For agents that find a skill several times: the copies not needed, prefixed by `when`, or why all are kept."""
-    reasons: dict[str, None] = {}
-    for agent, scope, name in product(agents, scopes, skill.SKILL_TEMPLATES):
-        if len(found := survey.finds(agent, scope, name)) > 1:
-            kept = {copy.place: obstacle_to_removing(copy, force=False) for copy in found}
-            whys = [f"A copy in {place} is kept: {why.problem}." for place, why in kept.items() if why]
-            reasons |= dict.fromkeys(whys or ["Skills found twice can stay: other agents need each copy."])
-    needless = removing(survey, scopes, agents) if reasons else []
-    return [f"{when}{hint.reason}." for hint in needless] or list(reasons)
+    found = [survey.finds(*place) for place in product(agents, scopes, skill.SKILL_TEMPLATES)]
+    doubles = [copy for copies in found if len(copies) > 1 for copy in copies]
+    if not doubles:
+        return []
+    if needless := removing(survey, scopes, agents):
+        return [f"{when}{hint.reason}." for hint in needless]
+    kept = [(copy.place, obstacle_to_removing(copy, force=False)) for copy in doubles]
+    reasons = dict.fromkeys(f"A copy in {place} is kept: {why.problem}." for place, why in kept if why)
+    return list(reasons) or ["Skills found twice can stay: other agents need each copy."]
 
 
 def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:
@@ -142,15 +138,12 @@ def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list
     """
     removable: dict[str, Copy] = {}
     rows: dict[str, list[str]] = {}
-    for file, copies in by_file(copy for copy in survey.copies if copy.exists).items():
-        found = [copy for copy in copies if copy.skill == name and copy.is_found]
-        at_scopes = [copy for copy in found if copy.scope in scopes]
-        if at_scopes and not any(obstacle_to_removing(copy, force=False) for copy in found):
+    for file, copies in by_file(copy for copy in survey.copies if copy.skill == name and copy.is_found).items():
+        at_scopes = [copy for copy in copies if copy.scope in scopes]
+        if at_scopes and not any(obstacle_to_removing(copy, force=False) for copy in copies):
             removable[str(file)] = at_scopes[0]
-        elif found:
+        else:
             rows[f"kept: {file}"] = [str(file)]
-    if not removable:
-        return []
     for agent, scope in product(AGENT_CONFIG, survey.roots):
         if copies := survey.finds(agent, scope, name):
             rows[f"{agent} at {scope}"] = [str(c.file) for c in [c for c in copies if not c.is_stale] or copies]
