@@ -13,7 +13,7 @@ from itertools import count
 from pathlib import Path
 
 from muvad_tarnel.failure import Obstacle, obstacle_of
-from muvad_tarnel.installed.copies import Copy, State, read, read_copy
+from muvad_tarnel.installed.copies import Copy, State, read_copy
 from muvad_tarnel.setup import skill
 
 _PREFIX, _SUFFIX = ".SKILL.md.", ".tmp"
@@ -124,10 +124,10 @@ def keep(file: Path) -> Path:
             os.link(file, backup, follow_symlinks=False)
         except FileExistsError:
             if os.path.samestat(backup.lstat(), file.lstat()):
-                return backup  # made by a run that was killed before it replaced the file
+                return backup  # made by another run, which is still active or was killed
             continue
         except OSError:  # the file system has no hard links
-            content = read(file)
+            content = file.read_bytes()
             try:
                 with backup.open("xb") as stream:
                     stream.write(content)
