@@ -5,6 +5,7 @@ some of them. Following them repeatedly leads to a state without hints.
 """
 
 from collections.abc import Collection, Iterable, Sequence
+from dataclasses import replace
 from itertools import product
 from typing import NamedTuple
 
@@ -12,7 +13,7 @@ from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Survey, by_file, grouped, readers_of
 from muvad_tarnel.installed.writing import obstacle_to_removing
-from muvad_tarnel.planning import Plan, choose, obstacles_to, replaceable
+from muvad_tarnel.planning import Plan, choose, obstacles_to, plans, replaceable
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -33,10 +34,8 @@ def advice(
     survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], about: Iterable[str] = AGENT_CONFIG
 ) -> list[Hint]:
     """Hints that make the agents find every skill, and the agents in `about` find each one current and only once."""
-    wanted: list[Hint] = []
-    for scope in scopes:
-        wanted += updating(survey, scope, about)
-        wanted += installing(survey, scope, lacking_at(survey, scope, scopes, agents))
+    wanted = [hint for scope in scopes for hint in updating(survey, scope, about)]
+    wanted += [hint for plan in plans(survey, scopes, agents) for hint in installing(plan)]
     return wanted if any(not hint.obstacles for hint in wanted) else [*wanted, *removing(survey, scopes, about)]
 
 
@@ -48,21 +47,11 @@ def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) 
     return [Hint(which_are("not up to date", stale), scope, ("update", "--scope", scope), obstacles_to(stale))]
 
 
-def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Sequence[str]) -> list[str]:
-    """The agents that lack a skill at all the scopes and should get it at this one, where they find the most."""
-
-    def best(agent: str) -> Scope:
-        return min(scopes, key=lambda each: len(survey.lacking(agent, [each])))
-
-    return [agent for agent in agents if survey.lacking(agent, scopes) and best(agent) == scope]
-
-
 def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Sequence[str]:
     """One of the agents if an install for it serves all of them, otherwise all of them."""
-    for agent, scope in product(agents, scopes):
-        plan = Plan(survey, scope, lacking_at(survey, scope, scopes, [agent]))
-        if plan.writes and not plan.obstacles and not any(plan.after.lacking(other, scopes) for other in agents):
-            return [agent]
+    for plan in (plan for agent in agents for plan in plans(survey, scopes, [agent])):
+        if not plan.obstacles and not any(plan.after.lacking(other, scopes) for other in agents):
+            return plan.agents
     return agents
 
 
@@ -73,16 +62,16 @@ def in_the_way(survey: Survey, scopes: Sequence[Scope], agent: str) -> list[Obst
     return obstacles_to(copy for copy in places if any(c.is_found for c in survey.at(copy.scope, copy.directory)))
 
 
-def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint]:
-    """Install hints for agents that lack a skill: one for all, or one for those with obstacles and one for the rest."""
-    plans = [Plan(survey, scope, agents)]
-    if plans[0].obstacles:
-        blocked = [agent for agent in agents if Plan(survey, scope, [agent]).obstacles]
-        others = [agent for agent in agents if agent not in blocked]
-        plans = [Plan(survey, scope, group) for group in (blocked, others)]
+def installing(whole: Plan) -> list[Hint]:
+    """Install hints for a plan: one for all its agents, or one for those with obstacles and one for the rest."""
+    scope, parts = whole.scope, [whole]
+    if whole.obstacles:
+        blocked = [agent for agent in whole.agents if replace(whole, agents=[agent]).obstacles]
+        others = [agent for agent in whole.agents if agent not in blocked]
+        parts = [replace(whole, agents=group) for group in (blocked, others) if group]
     hints = []
-    for plan in (plan for plan in plans if plan.agents):
-        which = "every skill" if any(survey.finders([scope], plan.agents)) else "any skill"
+    for plan in parts:
+        which = "every skill" if plan.survey.finders([scope], plan.agents) else "any skill"
         reason = f"{names_of(plan.agents)} {'does' if len(plan.agents) == 1 else 'do'} not find {which}"
         if foreign := [copy for copy in plan.writes if copy.state is State.FOREIGN]:
             reason += f"; {count(len(foreign))} not written by this package will be replaced and kept as SKILL.md.bak"

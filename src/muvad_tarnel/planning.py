@@ -107,6 +107,13 @@ class Plan:
         return dict(sorted(grouped(found).items()))
 
 
+def plans(survey: Survey, scopes: Sequence[Scope], agents: Iterable[str]) -> list[Plan]:
+    """The installs for agents that lack a skill at all the scopes, each agent at the scope where it finds the most."""
+    lacking = [agent for agent in agents if survey.lacking(agent, scopes)]
+    best = ((min(scopes, key=lambda scope: len(survey.lacking(agent, [scope]))), agent) for agent in lacking)
+    return [Plan(survey, scope, there) for scope, there in grouped(best).items()]
+
+
 def replaceable(copies: Iterable[Copy], *, force: bool) -> tuple[Copy, ...]:
     """The copies that an update replaces, each file once."""
     forced = (State.MODIFIED, State.NEWER, State.FOREIGN) if force else ()
