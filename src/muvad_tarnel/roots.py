@@ -50,12 +50,9 @@ def agents_in_use(home: Path) -> tuple[str, ...]:
     on_the_way = {parent for directory in skills for parent in directory.parents}
 
     def holds_more(folder: Path) -> bool:
-        try:
+        with suppress(OSError):  # missing, not a directory, or closed to this user
             others = (entry for entry in folder.iterdir() if entry not in skills)
             return any(entry not in on_the_way or holds_more(entry) for entry in others)
-        except (FileNotFoundError, NotADirectoryError):
-            return False
-        except OSError:
-            return True  # it exists but can't be listed
+        return False
 
     return tuple(key for key, record in AGENT_CONFIG.items() if record.marker and holds_more(home / record.marker))
