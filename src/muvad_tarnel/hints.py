@@ -95,7 +95,7 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
         edited = sorted({each[0].skill for each in found if all(copy.state is State.MODIFIED for copy in each)})
         but = f" ({joined(edited)} {'is' if len(edited) == 1 else 'are'} modified there)" if edited else ""
         reason = f"{who_find(readers)} {skills_of(names)} {where} too{but}; no copy is needed in {place}"
-        hints.append(Hint(reason, scope, removal_of(survey, copies)))
+        hints.append(Hint(reason, scope, removal_of(copies)))
     return hints
 
 
@@ -112,12 +112,11 @@ def doubled(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], when
     return list(reasons) or ["Skills found twice can stay: other agents need each copy."]
 
 
-def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:
+def removal_of(copies: Sequence[Copy]) -> tuple[str, ...]:
     """The command that removes these copies of one directory."""
-    scope, directory = copies[0].scope, copies[0].directory
-    is_all = sum(copy.exists for copy in survey.at(scope, directory)) == len(copies)
+    is_all = len(copies) == len(skill.SKILL_TEMPLATES)
     names = () if is_all else tuple(word for copy in copies for word in ("--skill", copy.skill))
-    return "remove", directory, "--scope", scope, *names
+    return "remove", copies[0].directory, "--scope", copies[0].scope, *names
 
 
 def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list[Copy]:
