@@ -40,12 +40,6 @@ def identity(path: Path) -> tuple[int, int] | None:
     return (path.stat().st_ino, path.stat().st_mtime_ns) if path.exists() else None
 
 
-def test_status_tells_the_state(home: Path, kind: str) -> None:
-    state, version, code = CASES[kind][:3]
-    first, *_ = answer(*["status", "--check", "--scope", "user", "--agent", "claude"], exit_code=code)["results"]
-    assert (first["path"], first["state"], first["version"]) == (str(copy_in(home, ".claude/skills")), state, version)
-
-
 @pytest.mark.parametrize("dry", [["--dry-run"], []], ids=["dry", "real"])
 @pytest.mark.parametrize(("command", "column"), [("install", 3), ("install --force", 4), ("update", 5)])
 def test_install_and_update_do_what_is_needed(home: Path, kind: str, command: str, column: int, dry: list[str]) -> None:
@@ -81,7 +75,10 @@ def test_remove_takes_what_is_ours(home: Path, kind: str) -> None:
     assert not copy.exists()
 
 
-def test_diff_shows_what_could_be_replaced(home: Path, kind: str) -> None:
+def test_status_tells_the_state_and_diff_shows_what_could_be_replaced(home: Path, kind: str) -> None:
+    state, version, code = CASES[kind][:3]
+    first, *_ = answer(*["status", "--check", "--scope", "user", "--agent", "claude"], exit_code=code)["results"]
+    assert (first["path"], first["state"], first["version"]) == (str(copy_in(home, ".claude/skills")), state, version)
     rows = answer("diff", exit_code=int(kind == "unreadable"))["results"]
     assert [row["path"] for row in rows] == [str(copy_in(home, ".claude/skills"))] * bool(CASES[kind][7])
     pointer = "skills.\n    to see what differs:  muvad-tarnel skill diff --scope user\n"

@@ -70,12 +70,7 @@ def replace(copy: Copy) -> Path | None:
             if now.state is State.CURRENT:  # another installer got there first
                 return None
             kept = keep(copy.file) if now.exists and not now.is_ours else None
-            try:
-                temporary.replace(copy.file)
-            except OSError:
-                if kept:
-                    kept.unlink()
-                raise
+            temporary.replace(copy.file)
             return kept
     finally:
         with suppress(OSError):  # a directory in use is not empty
