@@ -27,23 +27,15 @@ def choose(rows: Mapping[str, Sequence[str]]) -> list[str]:
         skill.AGENT_CONFIG, skill._EXHAUSTIVE_SEARCH_LIMIT = usual
 
 
-def additions(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Copy]:
-    """The copies to write so that the agents find every skill at the scope.
+def additions(survey: Survey, scope: Scope, name: str, agents: Sequence[str]) -> list[Copy]:
+    """The copies to write so that the agents find a skill at the scope, preferably beside other skills.
 
-    Existing copies stay and count: as few as possible of the agents that already find a skill find it twice.
+    Existing copies stay and count: as few as possible of the agents that already find the skill find it twice.
     """
-    in_use = {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
-    added: list[Copy] = []
-    for name in skill.SKILL_TEMPLATES:
-        added += additions_of(survey, scope, name, agents, in_use | {copy.directory for copy in added})
-    return added
-
-
-def additions_of(survey: Survey, scope: Scope, name: str, agents: Sequence[str], in_use: set[str]) -> list[Copy]:
-    """The copies to write so that the agents find one skill. Directories in `in_use` are preferred."""
     lacking = [agent for agent in agents if not survey.finds(agent, scope, name)]
     if not lacking:
         return []
+    in_use = {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
     places = [copy for copy in survey.copies if (copy.scope, copy.skill) == (scope, name)]
     # Directories that are the same through links are one candidate.
     actual = {copy.directory: same[0] for same in by_file(places).values() for copy in same}
@@ -82,8 +74,10 @@ class Plan:
         replaced = replaceable(self.survey.read_by(self.agents, [self.scope]), force=self.force)
         # Agents find the copies that --force replaces, so they need no others.
         basis = self.survey.changed(State.CURRENT, (copy for copy in replaced if not obstacle_to_writing(copy)))
-        written = each_once((*replaced, *additions(basis, self.scope, self.agents)))
-        return tuple(sorted(written, key=lambda copy: copy.path))
+        added: list[Copy] = []
+        for name in skill.SKILL_TEMPLATES:
+            added += additions(basis.changed(State.CURRENT, added), self.scope, name, self.agents)
+        return tuple(sorted(each_once((*replaced, *added)), key=lambda copy: copy.path))
 
     @cached_property
     def after(self) -> Survey:
