@@ -40,11 +40,10 @@ def additions(survey: Survey, scope: Scope, name: str, agents: Sequence[str]) ->
     # Directories that are the same through links are one candidate.
     actual = {copy.directory: same[0] for same in by_file(places).values() for copy in same}
 
-    def preference(directory: str) -> int:
+    def preference(directory: str) -> tuple[bool, bool]:
         copy = actual[directory]
-        if copy.state is State.FOREIGN or obstacle_to_writing(copy):
-            return 2
-        return directory not in in_use
+        is_taken = copy.state is State.FOREIGN or obstacle_to_writing(copy) is not None
+        return is_taken, directory not in in_use
 
     def reached(agent: str) -> list[str]:
         return list(dict.fromkeys(actual[directory].directory for directory in AGENT_CONFIG[agent].directories(scope)))

@@ -81,8 +81,6 @@ def test_status_tells_the_state_and_diff_shows_what_could_be_replaced(home: Path
     assert (first["path"], first["state"], first["version"]) == (str(copy_in(home, ".claude/skills")), state, version)
     rows = answer("diff", exit_code=int(kind == "unreadable"))["results"]
     assert [row["path"] for row in rows] == [str(copy_in(home, ".claude/skills"))] * bool(CASES[kind][7])
-    pointer = "skills.\n    to see what differs:  muvad-tarnel skill diff --scope user\n"
-    assert (pointer in run("status").stdout) is (CASES[kind][7] and kind != "newer")
     assert ("\\ No newline at end of file" in run("diff").stdout) is (kind == "outdated, edited")
 
 
@@ -94,6 +92,5 @@ def test_released_templates_are_known(monkeypatch: pytest.MonkeyPatch) -> None:
 
 
 def test_a_local_version_is_known_as_current(monkeypatch: pytest.MonkeyPatch) -> None:
-    text = skill.render_skill_md("1.0+local").encode()
     monkeypatch.setattr(copies, "__version__", "1.0+local")
-    assert copies.judge("tarnel", text)[0] is copies.State.CURRENT
+    assert copies.judge("tarnel", skill.render_skill_md("1.0+local").encode())[0] is copies.State.CURRENT
