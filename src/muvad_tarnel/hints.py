@@ -124,19 +124,18 @@ def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list
 
     An agent that finds a copy which needs no update keeps one of these: an update may be impossible.
     """
-    removable: dict[str, Copy] = {}
+    files = by_file(copy for copy in survey.copies if copy.skill == name and copy.is_found)
     rows: dict[str, list[str]] = {}
-    for file, copies in by_file(copy for copy in survey.copies if copy.skill == name and copy.is_found).items():
-        at_scopes = [copy for copy in copies if copy.scope in scopes]
-        if at_scopes and not any(obstacle_to_removing(copy, force=False) for copy in copies):
-            removable[str(file)] = at_scopes[0]
-        else:
+    for file, copies in files.items():
+        is_in_scope = any(copy.scope in scopes for copy in copies)
+        if not is_in_scope or any(obstacle_to_removing(copy, force=False) for copy in copies):
             rows[f"kept: {file}"] = [str(file)]
     for agent, scope in product(AGENT_CONFIG, survey.roots):
         if copies := survey.finds(agent, scope, name):
             rows[f"{agent} at {scope}"] = [str(c.file) for c in [c for c in copies if not c.is_stale] or copies]
     kept = choose(rows)
-    return [copy for file, copy in removable.items() if file not in kept]
+    redundant = (copies for file, copies in files.items() if str(file) not in kept)
+    return [next(copy for copy in copies if copy.scope in scopes) for copies in redundant]
 
 
 def agent_words(agents: Sequence[str]) -> list[str]:
