@@ -87,7 +87,7 @@ def choice(request: Request, shadows: Sequence[Shadow], kept: Container[Copy]) -
             for copy in group if is_forced else ():
                 what = f"only the link {copy.link}" if copy.link else copy.path
                 yield Line(f"This deletes {what} ({reason_to_keep(copy)}): no backup is kept.", Tone.WARNING)
-            yield Command("", request.command(scope, (*removal_of(request.survey, group), *["--force"] * is_forced)))
+            yield Command("", request.command(scope, (*removal_of(group), *["--force"] * is_forced)))
 
 
 def record(request: Request, shadow: Shadow, kept: Container[Copy]) -> Record:
@@ -110,7 +110,7 @@ def way_out(request: Request, copy: Copy) -> Record:
     obstacle = obstacle_to_removing(copy, force=False)
     return {
         "removes": str(copy.path),
-        "command": None if obstacle else request.command(copy.scope, removal_of(request.survey, [copy])),
+        "command": None if obstacle else request.command(copy.scope, removal_of([copy])),
         "problem": obstacle and obstacle.problem,
         "loses": list(request.survey.losses([copy], copy.scope)),
     }

@@ -8,11 +8,11 @@ import click
 from muvad_tarnel.commands import wording
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.hints import advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
+from muvad_tarnel.hints import advice, doubled, in_the_way, joined, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import readers_of
 from muvad_tarnel.output.report import Block, Command, Line, Report, Table, Tone
-from muvad_tarnel.planning import additions
+from muvad_tarnel.planning import plans
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -66,8 +66,8 @@ def listed(request: Request) -> Iterator[Copy]:
     """The copies to list: existing ones, those that an install would write, and missing ones that an agent lacks."""
     survey, agents = request.survey, request.named or AGENT_CONFIG
     lacking = {agent: survey.lacking(agent, request.scopes) for agent in agents}
+    planned = {copy.path for plan in plans(survey, request.scopes, request.named) for copy in plan.writes}
     for scope in request.scopes:
-        planned = {c.path for c in additions(survey, scope, lacking_at(survey, scope, request.scopes, request.named))}
         in_use = {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
         for copy in survey.read_by(agents, [scope]):
             is_lacking = any(copy.skill in lacking[agent] for agent in readers_of(copy.directory, scope, agents))
