@@ -91,7 +91,7 @@ class Plan:
     @cached_property
     def directories(self) -> dict[str, list[str]]:
         """The directories, with the agents that find skills in each after the install. Linked ones count as one."""
-        files = by_file(copy for copy in self.after.copies if copy.scope == self.scope)
+        files = by_file(self.after.read_by(self.agents, [self.scope]))
         found = dict.fromkeys(
             (files[copy.file][0].directory, agent)
             for agent, name in product(self.agents, skill.SKILL_TEMPLATES)

@@ -44,7 +44,7 @@ def test_unknown_directories_are_usage_errors(home: Path) -> None:
         ".claude/skill": f"installed in {home}/.claude/skills. Did you mean '.claude/skills'?",
         f"{home}/.claude/skills --scope project": "/.claude/skills'. For ~/.claude/skills, use --scope user.",
         ".codeium/windsurf/skills": ". For ~/.codeium/windsurf/skills, use --scope user.",
-        ".claude/skills/tarnel/SKILL.md": "Did you mean '.claude/skills --skill tarnel'?",
+        ".claude/skills/tarnel/SKILL.md": "Did you mean '.claude/skills' with --skill tarnel?",
     }
     for arguments, said in cases.items():
         result = run("remove", *arguments.split(" "))

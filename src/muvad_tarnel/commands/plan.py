@@ -24,15 +24,16 @@ def plan(request: Request) -> Report:
     chosen = Plan(request.survey, scope, request.agents)
     request.dry_run = True
     write_all(request, chosen.writes)  # prints a note for each text that would be replaced
-    writes = grouped((copy.directory, copy.skill) for copy in chosen.writes)
     rows, records = [], []
     for place, agents in chosen.directories.items():
         reasons = {agent: why(chosen, place, agent) for agent in agents}
-        files = f"{len(writes[place])} to write" if place in writes else "installed"
+        files_there = {copy.file for copy in request.survey.at(scope, place)}
+        writes = [copy.skill for copy in chosen.writes if copy.file in files_there]
+        files = f"{len(writes)} to write" if writes else "installed"
         served = grouped((reason, AGENT_CONFIG[agent].name) for agent, reason in reasons.items())
         rows += [(request.place(scope, place), files, ", ".join(names), reason) for reason, names in served.items()]
         record: Record = {"scope": scope, "directory": place, "path": str(request.roots[scope] / place)}
-        record["writes"] = writes.get(place, [])
+        record["writes"] = writes
         record["serves"] = [{"agent": agent, "why": reason.text} for agent, reason in reasons.items()]
         records.append(record)
     return Report(

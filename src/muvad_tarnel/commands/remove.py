@@ -82,7 +82,9 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     if others := same + spelled:
         guess = f" For {request.survey.at(*others[0])[0].place}, use --scope {others[0][0]}."
     elif copy_path.name in skill.SKILL_TEMPLATES and copy_path.parent.name == "skills":
-        guess = f" Did you mean '{copy_path.parent} --skill {copy_path.name}'?"
+        guess = f" Did you mean '{copy_path.parent}' with --skill {copy_path.name}?"
+    elif os.path.isdir(path) and f"{path.parent.name}/{path.name}" in directories_read(AGENT_CONFIG, "project"):  # noqa: PTH112
+        guess = f" Use -C {str(path.parents[1])!r}."
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
     copies = (copy for copy in request.survey.copies if copy.scope == scope or not request.is_scope_given)
     in_use = dict.fromkeys(str(copy.root / copy.directory) for copy in copies if copy.exists)

@@ -7,7 +7,7 @@ import click
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import EFFECTS, advised, agent_records, which_skills
-from muvad_tarnel.hints import names_of, removal_of, updating
+from muvad_tarnel.hints import joined, names_of, removal_of, updating
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Shadow, grouped
 from muvad_tarnel.installed.writing import obstacle_to_removing, obstacle_to_writing, reason_to_keep
@@ -70,8 +70,10 @@ def choice(request: Request, shadows: Sequence[Shadow], kept: Container[Copy]) -
     copies = list(dict.fromkeys(copy for shadow in shadows for copy in shadow[:2]))
     changed = [copy for copy in copies if copy.state is not State.CURRENT]
     yield Line("Do one of these:")
-    if changed and not any(map(obstacle_to_writing, changed)):
-        yield Line("Replace modified, newer and foreign copies (edited and foreign texts are kept as SKILL.md.bak):")
+    if newer := dict.fromkeys(copy.place for copy in changed if copy.state is State.NEWER):
+        yield Line(f"Upgrade this package, then run `update`: what is in {joined(newer)} is newer.")
+    elif changed and not any(map(obstacle_to_writing, changed)):
+        yield Line("Replace modified and foreign copies (edited and foreign texts are kept as SKILL.md.bak):")
         for scope in dict.fromkeys(copy.scope for copy in changed):
             yield Command("", request.command(scope, ("update", "--scope", scope, "--force")))
     where = {"user": "in other repositories", "project": "in other clones of this repository"}
