@@ -91,7 +91,7 @@ class TestLinks:
         for command in ("status --agent cursor", f"remove {home}/.cursor/skills -n"):
             shown = run(*command.split()).stdout
             assert re.search("claude/skills, same as .*/.cursor/skills +all .* Claude Code, Cursor, ", shown), shown
-            assert "twice" not in shown
+            assert "skills and " not in shown
         (row,) = answer("plan", *agents("claude", "cursor"))["results"]
         assert [served["why"] for served in row["serves"]] == ["its preferred directory"] * 2
 
