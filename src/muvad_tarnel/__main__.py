@@ -2,5 +2,4 @@
 
 from muvad_tarnel.cli import main
 
-if __name__ == "__main__":
-    main()
+main()

@@ -25,8 +25,6 @@ command_line.add_command(skill_group)
 def completion(shell: str) -> None:
     """Print a shell's completion script.
 
-    It completes commands, options and agents.
-
     \b
     Examples:
       eval "$(muvad-tarnel completion bash)"      in ~/.bashrc
@@ -43,19 +41,17 @@ def completion(shell: str) -> None:
 def main() -> None:
     """Run the command line with the process's arguments, and exit with its code, or 130 after Ctrl-C."""
     gc.disable()  # commands end before a collection pays off
-    code, failure = 1, None
     try:
-        code = command_line(prog_name="muvad-tarnel", standalone_mode=False)
+        sys.exit(command_line(prog_name="muvad-tarnel", standalone_mode=False))
     except click.ClickException as error:
-        code, failure = error.exit_code, error
+        failure = error
     except (click.Abort, KeyboardInterrupt):
-        code = 130
+        sys.exit(130)
     except OSError as error:  # from the help, version or completion, which click prints
         silence(sys.stdout)
         failure = click.ClickException(f"standard output cannot be written to: {error.strerror}")
     try:
-        if failure:
-            failure.show()
+        failure.show()
     except OSError:  # discard its buffered output, which would fail again at exit
         silence(sys.stderr)
-    sys.exit(code)
+    sys.exit(failure.exit_code)

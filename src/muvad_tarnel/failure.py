@@ -35,7 +35,6 @@ _REMEDIES = {
     errno.EPERM: "change its permissions",
     errno.ENAMETOOLONG: "use a shorter path",
     errno.ELOOP: "remove the link",
-    errno.EIO: "check the disk",
 }
 
 

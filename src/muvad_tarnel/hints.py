@@ -5,6 +5,7 @@ some of them. Following them repeatedly leads to a state without hints.
 """
 
 from collections.abc import Collection, Iterable, Sequence
+from dataclasses import replace
 from itertools import product
 from typing import NamedTuple
 
@@ -12,7 +13,7 @@ from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Survey, by_file, grouped, readers_of
 from muvad_tarnel.installed.writing import obstacle_to_removing
-from muvad_tarnel.planning import Plan, choose, obstacles_to, replaceable
+from muvad_tarnel.planning import Plan, choose, obstacles_to, plans, replaceable
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -33,10 +34,8 @@ def advice(
     survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], about: Iterable[str] = AGENT_CONFIG
 ) -> list[Hint]:
     """Hints that make the agents find every skill, and the agents in `about` find each one current and only once."""
-    wanted: list[Hint] = []
-    for scope in scopes:
-        wanted += updating(survey, scope, about)
-        wanted += installing(survey, scope, lacking_at(survey, scope, scopes, agents))
+    wanted = [hint for scope in scopes for hint in updating(survey, scope, about)]
+    wanted += [hint for plan in plans(survey, scopes, agents) for hint in installing(plan)]
     return wanted if any(not hint.obstacles for hint in wanted) else [*wanted, *removing(survey, scopes, about)]
 
 
@@ -48,21 +47,11 @@ def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) 
     return [Hint(which_are("not up to date", stale), scope, ("update", "--scope", scope), obstacles_to(stale))]
 
 
-def lacking_at(survey: Survey, scope: Scope, scopes: Sequence[Scope], agents: Sequence[str]) -> list[str]:
-    """The agents that lack a skill at all the scopes and should get it at this one, where they find the most."""
-
-    def best(agent: str) -> Scope:
-        return min(scopes, key=lambda each: len(survey.lacking(agent, [each])))
-
-    return [agent for agent in agents if survey.lacking(agent, scopes) and best(agent) == scope]
-
-
 def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Sequence[str]:
     """One of the agents if an install for it serves all of them, otherwise all of them."""
-    for agent, scope in product(agents, scopes):
-        plan = Plan(survey, scope, lacking_at(survey, scope, scopes, [agent]))
-        if plan.writes and not plan.obstacles and not any(plan.after.lacking(other, scopes) for other in agents):
-            return [agent]
+    for plan in (plan for agent in agents for plan in plans(survey, scopes, [agent])):
+        if not plan.obstacles and not any(plan.after.lacking(other, scopes) for other in agents):
+            return plan.agents
     return agents
 
 
@@ -73,16 +62,16 @@ def in_the_way(survey: Survey, scopes: Sequence[Scope], agent: str) -> list[Obst
     return obstacles_to(copy for copy in places if any(c.is_found for c in survey.at(copy.scope, copy.directory)))
 
 
-def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint]:
-    """Install hints for agents that lack a skill: one for all, or one for those with obstacles and one for the rest."""
-    plans = [Plan(survey, scope, agents)]
-    if plans[0].obstacles:
-        blocked = [agent for agent in agents if Plan(survey, scope, [agent]).obstacles]
-        others = [agent for agent in agents if agent not in blocked]
-        plans = [Plan(survey, scope, group) for group in (blocked, others)]
+def installing(whole: Plan) -> list[Hint]:
+    """Install hints for a plan: one for all its agents, or one for those with obstacles and one for the rest."""
+    scope, parts = whole.scope, [whole]
+    if whole.obstacles:
+        blocked = [agent for agent in whole.agents if replace(whole, agents=[agent]).obstacles]
+        others = [agent for agent in whole.agents if agent not in blocked]
+        parts = [replace(whole, agents=group) for group in (blocked, others) if group]
     hints = []
-    for plan in (plan for plan in plans if plan.agents):
-        which = "every skill" if any(survey.finders([scope], plan.agents)) else "any skill"
+    for plan in parts:
+        which = "every skill" if plan.survey.finders([scope], plan.agents) else "any skill"
         reason = f"{names_of(plan.agents)} {'does' if len(plan.agents) == 1 else 'do'} not find {which}"
         if foreign := [copy for copy in plan.writes if copy.state is State.FOREIGN]:
             reason += f"; {count(len(foreign))} not written by this package will be replaced and kept as SKILL.md.bak"
@@ -93,11 +82,7 @@ def installing(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Hint
 def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> list[Hint]:
     """Hints to remove redundant copies that the agents read, one per directory. Assumes nothing is left to write."""
     redundant = [copy for name in skill.SKILL_TEMPLATES for copy in redundant_copies(survey, scopes, name)]
-    if not redundant:
-        return []
     after = survey.changed(State.MISSING, redundant)
-    # Linked directories are one place.
-    files = {scope: by_file(copy for copy in after.copies if copy.scope == scope) for scope in scopes}
     hints = []
     for (scope, directory), copies in grouped(((copy.scope, copy.directory), copy) for copy in redundant).items():
         names, place = [copy.skill for copy in copies], copies[0].place
@@ -105,34 +90,33 @@ def removing(survey: Survey, scopes: Sequence[Scope], about: Iterable[str]) -> l
         if not set(about) & set(readers):
             continue
         found = [after.finds(agent, scope, name) for agent, name in product(readers, names)]
-        common = set.intersection(*({files[scope][copy.file][0].place for copy in each} for each in found))
-        needless = f"the {'copy' if len(names) == 1 else 'copies'} in {place} {'is' if len(names) == 1 else 'are'}"
+        common = set.intersection(*({copy.place for copy in each} for each in found))
         where = f"in {joined(sorted(common))}" if common else "elsewhere"
         edited = sorted({each[0].skill for each in found if all(copy.state is State.MODIFIED for copy in each)})
         but = f" ({joined(edited)} {'is' if len(edited) == 1 else 'are'} modified there)" if edited else ""
-        reason = f"{who_find(readers)} {skills_of(names)} {where} too{but}; {needless} not needed"
-        hints.append(Hint(reason, scope, removal_of(survey, copies)))
+        reason = f"{who_find(readers)} {skills_of(names)} {where} too{but}; no copy is needed in {place}"
+        hints.append(Hint(reason, scope, removal_of(copies)))
     return hints
 
 
 def doubled(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], when: str = "") -> list[str]:
     """For agents that find a skill several times: the copies not needed, prefixed by `when`, or why all are kept."""
-    reasons: dict[str, None] = {}
-    for agent, scope, name in product(agents, scopes, skill.SKILL_TEMPLATES):
-        if len(found := survey.finds(agent, scope, name)) > 1:
-            kept = {copy.place: obstacle_to_removing(copy, force=False) for copy in found}
-            whys = [f"A copy in {place} is kept: {why.problem}." for place, why in kept.items() if why]
-            reasons |= dict.fromkeys(whys or ["Skills found twice can stay: other agents need each copy."])
-    needless = removing(survey, scopes, agents) if reasons else []
-    return [f"{when}{hint.reason}." for hint in needless] or list(reasons)
+    found = [survey.finds(*place) for place in product(agents, scopes, skill.SKILL_TEMPLATES)]
+    doubles = [copy for copies in found if len(copies) > 1 for copy in copies]
+    if not doubles:
+        return []
+    if needless := removing(survey, scopes, agents):
+        return [f"{when}{hint.reason}." for hint in needless]
+    kept = [(copy.place, obstacle_to_removing(copy, force=False)) for copy in doubles]
+    reasons = dict.fromkeys(f"A copy in {place} is kept: {why.problem}." for place, why in kept if why)
+    return list(reasons) or ["Skills found twice can stay: other agents need each copy."]
 
 
-def removal_of(survey: Survey, copies: Sequence[Copy]) -> tuple[str, ...]:
+def removal_of(copies: Sequence[Copy]) -> tuple[str, ...]:
     """The command that removes these copies of one directory."""
-    scope, directory = copies[0].scope, copies[0].directory
-    is_all = sum(copy.exists for copy in survey.at(scope, directory)) == len(copies)
+    is_all = len(copies) == len(skill.SKILL_TEMPLATES)
     names = () if is_all else tuple(word for copy in copies for word in ("--skill", copy.skill))
-    return "remove", directory, "--scope", scope, *names
+    return "remove", copies[0].directory, "--scope", copies[0].scope, *names
 
 
 def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list[Copy]:
@@ -140,22 +124,18 @@ def redundant_copies(survey: Survey, scopes: Iterable[Scope], name: str) -> list
 
     An agent that finds a copy which needs no update keeps one of these: an update may be impossible.
     """
-    removable: dict[str, Copy] = {}
+    files = by_file(copy for copy in survey.copies if copy.skill == name and copy.is_found)
     rows: dict[str, list[str]] = {}
-    for file, copies in by_file(copy for copy in survey.copies if copy.exists).items():
-        found = [copy for copy in copies if copy.skill == name and copy.is_found]
-        at_scopes = [copy for copy in found if copy.scope in scopes]
-        if at_scopes and not any(obstacle_to_removing(copy, force=False) for copy in found):
-            removable[str(file)] = at_scopes[0]
-        elif found:
+    for file, copies in files.items():
+        is_in_scope = any(copy.scope in scopes for copy in copies)
+        if not is_in_scope or any(obstacle_to_removing(copy, force=False) for copy in copies):
             rows[f"kept: {file}"] = [str(file)]
-    if not removable:
-        return []
     for agent, scope in product(AGENT_CONFIG, survey.roots):
         if copies := survey.finds(agent, scope, name):
             rows[f"{agent} at {scope}"] = [str(c.file) for c in [c for c in copies if not c.is_stale] or copies]
     kept = choose(rows)
-    return [copy for file, copy in removable.items() if file not in kept]
+    redundant = (copies for file, copies in files.items() if str(file) not in kept)
+    return [next(copy for copy in copies if copy.scope in scopes) for copies in redundant]
 
 
 def agent_words(agents: Sequence[str]) -> list[str]:

@@ -27,31 +27,23 @@ def choose(rows: Mapping[str, Sequence[str]]) -> list[str]:
         skill.AGENT_CONFIG, skill._EXHAUSTIVE_SEARCH_LIMIT = usual
 
 
-def additions(survey: Survey, scope: Scope, agents: Sequence[str]) -> list[Copy]:
-    """The copies to write so that the agents find every skill at the scope.
+def additions(survey: Survey, scope: Scope, name: str, agents: Sequence[str]) -> list[Copy]:
+    """The copies to write so that the agents find a skill at the scope, preferably beside other skills.
 
-    Existing copies stay and count: as few as possible of the agents that already find a skill find it twice.
+    Existing copies stay and count: as few as possible of the agents that already find the skill find it twice.
     """
+    lacking = [agent for agent in agents if not survey.finds(agent, scope, name)]
+    if not lacking:
+        return []
     in_use = {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
-    added: list[Copy] = []
-    for name in skill.SKILL_TEMPLATES:
-        lacking = [agent for agent in agents if not survey.finds(agent, scope, name)]
-        if lacking:
-            added += additions_of(survey, scope, name, lacking, in_use | {copy.directory for copy in added})
-    return added
-
-
-def additions_of(survey: Survey, scope: Scope, name: str, lacking: Sequence[str], in_use: set[str]) -> list[Copy]:
-    """The copies to write so that agents that lack a skill find it. Directories in `in_use` are preferred."""
     places = [copy for copy in survey.copies if (copy.scope, copy.skill) == (scope, name)]
     # Directories that are the same through links are one candidate.
     actual = {copy.directory: same[0] for same in by_file(places).values() for copy in same}
 
-    def preference(directory: str) -> int:
+    def preference(directory: str) -> tuple[bool, bool]:
         copy = actual[directory]
-        if copy.state is State.FOREIGN or obstacle_to_writing(copy):
-            return 2
-        return directory not in in_use
+        is_taken = copy.state is State.FOREIGN or obstacle_to_writing(copy) is not None
+        return is_taken, directory not in in_use
 
     def reached(agent: str) -> list[str]:
         return list(dict.fromkeys(actual[directory].directory for directory in AGENT_CONFIG[agent].directories(scope)))
@@ -81,8 +73,10 @@ class Plan:
         replaced = replaceable(self.survey.read_by(self.agents, [self.scope]), force=self.force)
         # Agents find the copies that --force replaces, so they need no others.
         basis = self.survey.changed(State.CURRENT, (copy for copy in replaced if not obstacle_to_writing(copy)))
-        paths = {copy.path for copy in (*additions(basis, self.scope, self.agents), *replaced)}
-        return each_once(copy for copy in self.survey.copies if copy.scope == self.scope and copy.path in paths)
+        added: list[Copy] = []
+        for name in skill.SKILL_TEMPLATES:
+            added += additions(basis.changed(State.CURRENT, added), self.scope, name, self.agents)
+        return tuple(sorted(each_once((*replaced, *added)), key=lambda copy: copy.path))
 
     @cached_property
     def after(self) -> Survey:
@@ -97,13 +91,20 @@ class Plan:
     @cached_property
     def directories(self) -> dict[str, list[str]]:
         """The directories, with the agents that find skills in each after the install. Linked ones count as one."""
-        files = by_file(copy for copy in self.after.copies if copy.scope == self.scope)
+        files = by_file(self.after.read_by(self.agents, [self.scope]))
         found = dict.fromkeys(
             (files[copy.file][0].directory, agent)
             for agent, name in product(self.agents, skill.SKILL_TEMPLATES)
             for copy in self.after.finds(agent, self.scope, name)
         )
         return dict(sorted(grouped(found).items()))
+
+
+def plans(survey: Survey, scopes: Sequence[Scope], agents: Iterable[str]) -> list[Plan]:
+    """The installs for agents that lack a skill at all the scopes, each agent at the scope where it finds the most."""
+    lacking = [agent for agent in agents if survey.lacking(agent, scopes)]
+    best = ((min(scopes, key=lambda scope: len(survey.lacking(agent, [scope]))), agent) for agent in lacking)
+    return [Plan(survey, scope, there) for scope, there in grouped(best).items()]
 
 
 def replaceable(copies: Iterable[Copy], *, force: bool) -> tuple[Copy, ...]:

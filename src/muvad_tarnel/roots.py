@@ -15,11 +15,10 @@ SCOPES: tuple[Scope, ...] = ("user", "project")
 def home_directory() -> Path:
     """The user's home directory. Raises `Failure` if it is unusable."""
     remedy = "set HOME to your home directory"
-    home = Path(os.path.expanduser("~"))  # noqa: PTH111 (never raises)
-    if os.environ.get("HOME") == "":  # then expanduser returns the root directory
-        raise Failure("HOME is empty", remedy)
+    text = os.environ.get("HOME", os.path.expanduser("~"))  # noqa: PTH111 (never raises)
+    home = Path(text)
     if not home.is_absolute():
-        raise Failure(f"HOME is not an absolute path ({home})", remedy)
+        raise Failure(f"HOME is not an absolute path ({text!r})", remedy)
     try:
         with suppress(FileNotFoundError):  # an install creates it
             os.stat(f"{home}/.")  # noqa: PTH116 (the dot checks the search permission)
@@ -51,12 +50,9 @@ def agents_in_use(home: Path) -> tuple[str, ...]:
     on_the_way = {parent for directory in skills for parent in directory.parents}
 
     def holds_more(folder: Path) -> bool:
-        try:
-            entries = [entry for entry in folder.iterdir() if entry not in skills]
-        except (FileNotFoundError, NotADirectoryError):
-            return False
-        except OSError:
-            return True  # it exists but can't be listed
-        return any(entry not in on_the_way or holds_more(entry) for entry in entries)
+        with suppress(OSError):  # missing, not a directory, or closed to this user
+            others = (entry for entry in folder.iterdir() if entry not in skills)
+            return any(entry not in on_the_way or holds_more(entry) for entry in others)
+        return False
 
     return tuple(key for key, record in AGENT_CONFIG.items() if record.marker and holds_more(home / record.marker))

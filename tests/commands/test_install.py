@@ -30,14 +30,11 @@ def test_copies_count(home: Path, project: Path, *, there: str, asked: str, scop
     assert holding_all(root) - {there} == planned == written
     assert said["advice"] == []
     assert all(len(found["paths"]) == 1 for agent in said["agents"] for found in agent["finds"])
-    assert "already" in run("install", *ask).stdout
 
 
 def test_each_skill_goes_beside_the_others(home: Path) -> None:
     put(home, ".agents/skills", "current", "tarnel")
     put(home, ".gemini/skills", "foreign", "tarnel-map")
-    forced = answer("install", "--force", "-n", *agents("gemini"))["results"]
-    assert [row["action"] for row in forced if row["skill"] == "tarnel-map"] == ["replace"]
     run("install", *agents("gemini"))
     assert holding_all(home) == {".agents/skills"}
     assert copy_in(home, ".gemini/skills", "tarnel-map").read_text() == "my own skill\n"

@@ -28,28 +28,23 @@ def test_a_directory_tells_its_scope(home: Path, project: Path, arguments: str, 
     assert [name for name, root in (("home", home), ("project", project)) if holding_all(root)] == left.split()
 
 
-def test_the_current_directory_may_be_elsewhere(home: Path, project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+def test_the_current_directory_may_be_elsewhere(project: Path, monkeypatch: pytest.MonkeyPatch) -> None:
     put(project, ".cursor/skills")
     (project / ".git").mkdir()
     (project / "src").mkdir()
     monkeypatch.chdir(project / "src")
     assert run("remove", ".cursor/skills").exit_code == 0
     assert files(project) == set()
-    put(home, ".claude/skills")
-    monkeypatch.chdir(home)  # both scopes are the same place
-    assert {row["scope"] for row in answer("remove", f"{home}/.claude/skills")["results"]} == {"user"}
 
 
-def test_unknown_directories_are_usage_errors(home: Path, tmp_path: Path) -> None:
+def test_unknown_directories_are_usage_errors(home: Path) -> None:
     put(home, ".claude/skills")
-    put(tmp_path, ".kiro/skills")
     cases = {
         "": "must not be empty",
         ".claude/skill": f"installed in {home}/.claude/skills. Did you mean '.claude/skills'?",
         f"{home}/.claude/skills --scope project": "/.claude/skills'. For ~/.claude/skills, use --scope user.",
         ".codeium/windsurf/skills": ". For ~/.codeium/windsurf/skills, use --scope user.",
-        ".claude/skills/tarnel/SKILL.md": "Did you mean '.claude/skills --skill tarnel'?",
-        f"{tmp_path}/.kiro/skills": f"Use -C '{tmp_path}'.",
+        ".claude/skills/tarnel/SKILL.md": "Did you mean '.claude/skills' with --skill tarnel?",
     }
     for arguments, said in cases.items():
         result = run("remove", *arguments.split(" "))
@@ -67,11 +62,9 @@ def test_it_undoes_an_install(home: Path) -> None:
         run("remove")
 
 
-def test_a_directory_out_of_reach_keeps_nothing_else(home: Path, project: Path) -> None:
+def test_a_directory_out_of_reach_keeps_nothing_else(home: Path) -> None:
     put(home, ".kiro/skills")
     (home / ".claude").symlink_to(".claude")
     result = run("remove")
     assert (result.exit_code, holding_all(home)) == (1, set())
-    assert "3 files removed, 3 kept.\nKiro no longer finds any skill at user scope.\n" in result.stdout
-    (project / ".claude").symlink_to("/nowhere")
-    assert run("remove", "--force", "-C", ".").stderr == run("install", "-C", ".").stderr
+    assert "3 files removed, 3 copies kept.\nKiro no longer finds any skill at user scope.\n" in result.stdout

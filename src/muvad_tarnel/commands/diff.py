@@ -1,5 +1,7 @@
 """`muvad-tarnel skill diff`."""
 
+from io import StringIO
+
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
@@ -20,19 +22,13 @@ def diff(request: Request) -> Report:
     `install` or `update`, perhaps with --force, would replace these texts, and keep those that this package did not
     write as SKILL.md.bak. Each is compared with this package's document. Lines with - are in the copy only, lines with
     + in the document only. Line endings and a byte order mark are ignored.
-
-    \b
-    Examples:
-      muvad-tarnel skill diff
-      muvad-tarnel skill diff --scope project --agent cursor
     """
     read = request.survey.read_by(request.named or AGENT_CONFIG, request.scopes)
     copies = each_once(copy for copy in read if copy.exists)
     others = [copy for copy in copies if not copy.is_ours or copy.state is State.NEWER]
     obstacles = obstacles_of(request, others)
     differing = [copy for copy in others if copy.content is not None and not copy.misplaced]
-    which, tone = ("No other", Tone.NEUTRAL) if others else ("No", Tone.GOOD)
-    nothing = Line(f"{which} copy is modified, newer or foreign.", tone)
+    nothing = Line("No readable copy is modified, newer or foreign.", Tone.NEUTRAL if others else Tone.GOOD)
     return Report(
         [Document("".join(map(unified, differing)), is_diff=True) if differing else nothing],
         [copy_record(copy) | {"difference": difference(copy), "diff": unified(copy)} for copy in differing],
@@ -46,10 +42,7 @@ def unified(copy: Copy) -> str:
     from difflib import unified_diff  # noqa: PLC0415 (only needed if something differs)
 
     def lines(text: str) -> list[str]:
-        whole = text.splitlines(keepends=True)
-        if whole and not whole[-1].endswith("\n"):
-            whole[-1] += "\n\\ No newline at end of file\n"
-        return whole
+        return [line if line.endswith("\n") else f"{line}\n\\ No newline at end of file\n" for line in StringIO(text)]
 
     compared = unified_diff(
         lines(plain(copy.content or b"").decode()),

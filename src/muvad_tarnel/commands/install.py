@@ -1,11 +1,13 @@
 """`muvad-tarnel skill install`."""
 
+from collections.abc import Iterator
+
 import click
 
-from muvad_tarnel.commands.changes import Outcome, change_all, report_of, survey_after
+from muvad_tarnel.commands.changes import Outcome, report_of, survey_after, write_all
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import differences, skills_by_place, times
+from muvad_tarnel.commands.wording import differences, skills_by_place
 from muvad_tarnel.hints import joined, skills_of, who_find
 from muvad_tarnel.installed.survey import each_once, grouped
 from muvad_tarnel.output.report import Block, Line, Report, Tone
@@ -33,7 +35,7 @@ def install(request: Request, *, force: bool) -> Report:
     """
     scope, survey = request.scope, request.survey
     plan = Plan(survey, scope, request.agents, force=force)
-    writes = {outcome.copy.file: outcome for outcome in change_all(request, plan.writes)}
+    writes = {outcome.copy.file: outcome for outcome in write_all(request, plan.writes)}
     read = each_once(copy for copy in survey.read_by(request.agents, [scope]) if copy.exists or copy.file in writes)
     outcomes = [writes.get(copy.file) or Outcome(copy) for copy in read]
 
@@ -42,22 +44,17 @@ def install(request: Request, *, force: bool) -> Report:
     return report._replace(facts={"dry_run": request.dry_run, "scope": scope, "root": str(request.roots[scope])})
 
 
-def finding_lines(request: Request, outcomes: list[Outcome]) -> list[Block]:
+def finding_lines(request: Request, outcomes: list[Outcome]) -> Iterator[Block]:
     """Say which agents need no changes and which find a skill several times, in one line per set of places."""
     scope, after = request.scope, survey_after(request, outcomes)
     busy = {outcome.copy.file for outcome in outcomes if outcome.action != "none"}
     lines = []
     for agent in dict.fromkeys((*request.agents, *request.in_use)):
-        before = skills_by_place(request, request.survey, agent, scope)
         is_idle = not any(copy.file in busy for copy in request.survey.read_by([agent], [scope]))
         for places, names in skills_by_place(request, after, agent, scope).items():
             if len(places) > 1 or (places and is_idle and agent in request.agents):
-                word = "already" if before.get(places) == names else "would" if request.dry_run else ""
+                word = "already" if is_idle else "would" if request.dry_run else ""
                 lines.append(((word, tuple(sorted(places)), tuple(names)), agent))
-    return [
-        Line(
-            f"{who_find(who, word)} {skills_of(names)}{times(len(places))} in {joined(places)}.",
-            Tone.GOOD if len(places) == 1 else Tone.WARNING,
-        )
-        for (word, places, names), who in grouped(lines).items()
-    ]
+    for (word, where, which), who in grouped(lines).items():
+        text = f"{who_find(who, word)} {skills_of(which)} in {joined(where)}."
+        yield Line(text, Tone.GOOD if len(where) == 1 else Tone.WARNING)

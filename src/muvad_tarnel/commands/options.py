@@ -14,13 +14,9 @@ from muvad_tarnel.output.console import Console
 from muvad_tarnel.output.report import Report
 from muvad_tarnel.output.text import Style
 from muvad_tarnel.roots import SCOPES
-from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
 
 dry_run_option = click.option("-n", "--dry-run", is_flag=True, help="Show what would be done, and change nothing.")
-skill_option = click.option(
-    "--skill", "names", multiple=True, type=Choice(list(skill.SKILL_TEMPLATES)), help="Only this skill; repeatable."
-)
 _output_options = [
     click.Option(["--json"], is_flag=True, help="Print one JSON object."),
     click.Option(["-q", "--quiet"], is_flag=True, help="Only print errors, requested texts and paths of backups."),
@@ -70,11 +66,7 @@ def skill_command(scoping: Scoping, *, agents: str = "") -> Callable[[Callable[.
             except (Failure, OSError) as error:
                 met = error.obstacle if isinstance(error, Failure) else obstacle_of(error, error.filename or command)
                 report = Report([], [], errors=[met], exit_code=1)
-            else:
-                errors = list(dict.fromkeys([*request.obstacles, *report.errors]))
-                exit_code = report.exit_code or int(bool(request.obstacles))
-                report = report._replace(errors=errors, exit_code=exit_code)
-            console.show(report)
+            console.show(report._replace(errors=list(dict.fromkeys(report.errors))))
             click.get_current_context().exit(report.exit_code)
 
         command = click.command(
@@ -94,7 +86,7 @@ def _request_options(scoping: Scoping, agents: str) -> list[click.Parameter]:
     """The options that become arguments of `Request`."""
     options: list[click.Parameter] = []
     if agents:
-        key = Choice(list(AGENT_CONFIG), case_sensitive=False)
+        key = Choice(AGENT_CONFIG, case_sensitive=False)
         text = f"An agent, as `agents` lists them; repeatable.  [default: {agents}]"
         options = [
             click.Option(["--agent", "agent_keys"], multiple=True, type=key, metavar="KEY", help=text),

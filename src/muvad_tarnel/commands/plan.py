@@ -1,12 +1,12 @@
 """`muvad-tarnel skill plan`."""
 
-from muvad_tarnel.commands.changes import change_all
+from muvad_tarnel.commands.changes import write_all
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import agent_records
 from muvad_tarnel.hints import doubled, joined, who_find
 from muvad_tarnel.installed.survey import grouped
-from muvad_tarnel.output.report import Block, Line, Report, Table, Tone
+from muvad_tarnel.output.report import Block, Line, Record, Report, Table, Tone
 from muvad_tarnel.planning import Plan, obstacles_to
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
@@ -19,37 +19,26 @@ def plan(request: Request) -> Report:
     What is installed already stays and counts. The choice, most important first: every agent finds each skill, as few
     as possible find one twice, each through its preferred directory rather than another, and in as few directories
     as that allows. Nothing is written; where the install would fail, this does too.
-
-    \b
-    Examples:
-      muvad-tarnel skill plan --agent claude --agent cursor
-      muvad-tarnel skill plan --scope project --all-agents
     """
     scope = request.scope
     chosen = Plan(request.survey, scope, request.agents)
     request.dry_run = True
-    change_all(request, chosen.writes)  # prints a note for each text that would be replaced
-    writes = grouped((copy.directory, copy.skill) for copy in chosen.writes)
-    reasons = {place: {a: why(chosen, place, a) for a in agents} for place, agents in chosen.directories.items()}
-    served = grouped(
-        ((place, reason), AGENT_CONFIG[agent].name) for place in reasons for agent, reason in reasons[place].items()
-    )
-    rows = []
-    for (place, reason), names in served.items():
-        files = f"{len(writes[place])} to write" if place in writes else "installed"
-        rows.append((request.place(scope, place), files, ", ".join(names), reason))
+    write_all(request, chosen.writes)  # prints a note for each text that would be replaced
+    rows, records = [], []
+    for place, agents in chosen.directories.items():
+        reasons = {agent: why(chosen, place, agent) for agent in agents}
+        files_there = {copy.file for copy in request.survey.at(scope, place)}
+        writes = [copy.skill for copy in chosen.writes if copy.file in files_there]
+        files = f"{len(writes)} to write" if writes else "installed"
+        served = grouped((reason, AGENT_CONFIG[agent].name) for agent, reason in reasons.items())
+        rows += [(request.place(scope, place), files, ", ".join(names), reason) for reason, names in served.items()]
+        record: Record = {"scope": scope, "directory": place, "path": str(request.roots[scope] / place)}
+        record["writes"] = writes
+        record["serves"] = [{"agent": agent, "why": reason.text} for agent, reason in reasons.items()]
+        records.append(record)
     return Report(
         [Table(request.title(scope), ("Directory", "Files", "Serves", "Why"), rows), *verdict(chosen)],
-        [
-            {
-                "scope": scope,
-                "directory": place,
-                "path": str(request.roots[scope] / place),
-                "writes": writes.get(place, []),
-                "serves": [{"agent": agent, "why": reason.text} for agent, reason in agents.items()],
-            }
-            for place, agents in reasons.items()
-        ],
+        records,
         {"scope": scope, "root": str(request.roots[scope])},
         agents=agent_records(chosen.after, [scope], request.agents),
         errors=chosen.obstacles,

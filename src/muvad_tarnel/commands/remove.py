@@ -2,16 +2,18 @@
 
 import os
 from collections.abc import Iterator, Sequence
+from functools import partial
 from pathlib import Path
 
 import click
 
-from muvad_tarnel.commands.changes import change_all, report_of
-from muvad_tarnel.commands.options import dry_run_option, skill_command, skill_option
+from muvad_tarnel.commands.changes import change_each, report_of
+from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.spelling import did_you_mean
+from muvad_tarnel.commands.spelling import Choice, did_you_mean
 from muvad_tarnel.commands.wording import advised
 from muvad_tarnel.hints import Hint, agent_words, joined, who_find
+from muvad_tarnel.installed import writing
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.survey import directories_read, grouped, readers_of
 from muvad_tarnel.output.report import Line, Report, Tone
@@ -21,10 +23,10 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 @skill_command("one")
 @click.argument("directories", metavar="[DIRECTORY]...", nargs=-1)
-@skill_option
 @click.option(
-    "--force", is_flag=True, help="Delete any text, without a backup, and links in place of SKILL.md or its directory."
+    "--skill", "names", multiple=True, type=Choice(skill.SKILL_TEMPLATES), help="Only this skill; repeatable."
 )
+@click.option("--force", is_flag=True, help="Delete any text, without a backup, and links in place of a copy.")
 @dry_run_option
 def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, ...], force: bool) -> Report:
     """Remove installed skills.
@@ -34,11 +36,6 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
 
     Only texts that this package wrote are removed, each with its own directory if that is then empty. Backups
     (SKILL.md.bak) and empty skills directories stay.
-
-    \b
-    Examples:
-      muvad-tarnel skill remove ~/.cursor/skills
-      muvad-tarnel skill remove --scope project --dry-run
     """
     survey = request.survey
     places = list(dict.fromkeys(meant(request, text) for text in directories))
@@ -48,17 +45,19 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
         places = [(request.scope, directory) for directory in directories_read(AGENT_CONFIG, request.scope)]
     wanted = (copy for place in places for copy in survey.at(*place) if not names or copy.skill in names)
     there = grouped((parent_resolved(copy.link or copy.file), copy) for copy in wanted if copy.exists or copy.link)
-    outcomes = change_all(request, [same[0] for same in there.values()], removes=True, force=force)
+    obstacle_to, change = partial(writing.obstacle_to_removing, force=force), partial(writing.remove, force=force)
+    outcomes = list(change_each(request, (same[0] for same in there.values()), obstacle_to, change, "remove"))
     done = [outcome.copy for outcome in outcomes if outcome.is_done]
     if backups := sorted(str(path) for copy in done for path in copy.path.parent.glob("SKILL.md.bak*")):
         request.console.note(f"backups left: {joined(backups)}", is_important=True)
     losses = list(lost(request, done))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
-    where = f"in {joined(request.place(*place) for place in places)}" if directories else f"at {request.scope} scope"
-    own = {c.place for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places}
-    where += f"; for those in {joined(sorted(own))}, use --scope user" if directories and own else ""
-    nothing = [] if outcomes else [Line(f"Nothing to remove {where}.", Tone.GOOD)]
-    report = report_of(request, outcomes, (), [*nothing, *remarks])
+    if not outcomes:
+        own = {c.place for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places}
+        where = f"in {joined(request.place(*each) for each in places)}" if directories else f"at {request.scope} scope"
+        elsewhere = f"; for those in {joined(sorted(own))}, use --scope user" if directories and own else ""
+        remarks = [Line(f"Nothing to remove {where}{elsewhere}.", Tone.GOOD)]
+    report = report_of(request, outcomes, (), remarks)
     again = [] if request.dry_run else advised(request, losses, "to install again:")
     return report._replace(advice=[*again, *report.advice])
 
@@ -68,27 +67,26 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     if not text:
         raise click.BadParameter("a directory must not be empty.", param_hint="DIRECTORY")
     path = parent_resolved(Path(os.path.abspath(Path(text).expanduser())))  # noqa: PTH100 (keeps links)
-    is_scope_known = bool(request.is_scope_given or request.project)
-    scope = request.scope if is_scope_known else "project"
+    scope = request.scope if request.is_scope_given else "project"
     every = [(each, directory) for each in request.roots for directory in directories_read(AGENT_CONFIG, each)]
     same = [place for place in every if parent_resolved(request.roots[place[0]] / place[1]) == path]
     spelled = [place for place in every if place[1] == os.path.normpath(text)]
-    found = [place for place in same if place[0] == scope or not is_scope_known]
+    found = [place for place in same if place[0] == scope or not request.is_scope_given]
     # The table's spelling: at the given scope, or in the project if the current directory is below the project's root.
-    if is_scope_known or not os.path.lexists(text):
+    if request.is_scope_given or not os.path.lexists(text):
         found += [place for place in spelled if place[0] == scope]
     if found:
         return found[0]
     guess = did_you_mean(text, [directory for each, directory in every if each == scope])
-    copy_path, in_project = Path(text.removesuffix("/SKILL.md")), f"{path.parent.name}/{path.name}"
+    copy_path = Path(text.removesuffix("/SKILL.md"))
     if others := same + spelled:
         guess = f" For {request.survey.at(*others[0])[0].place}, use --scope {others[0][0]}."
     elif copy_path.name in skill.SKILL_TEMPLATES and copy_path.parent.name == "skills":
-        guess = f" Did you mean '{copy_path.parent} --skill {copy_path.name}'?"
-    elif in_project in directories_read(AGENT_CONFIG, "project") and os.path.isdir(path):  # noqa: PTH112
+        guess = f" Did you mean '{copy_path.parent}' with --skill {copy_path.name}?"
+    elif os.path.isdir(path) and f"{path.parent.name}/{path.name}" in directories_read(AGENT_CONFIG, "project"):  # noqa: PTH112
         guess = f" Use -C {str(path.parents[1])!r}."
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
-    copies = (copy for copy in request.survey.copies if copy.scope == scope or not is_scope_known)
+    copies = (copy for copy in request.survey.copies if copy.scope == scope or not request.is_scope_given)
     in_use = dict.fromkeys(str(copy.root / copy.directory) for copy in copies if copy.exists)
     installed = f"; skills are installed in {', '.join(in_use)}" if in_use else ""
     raise click.BadParameter(f"unknown skills directory {text!r}{installed}.{guess}", param_hint="DIRECTORY")

@@ -7,7 +7,7 @@ from typing import Literal
 
 import click
 
-from muvad_tarnel.failure import Failure, Obstacle
+from muvad_tarnel.failure import Failure
 from muvad_tarnel.installed.survey import Survey
 from muvad_tarnel.output.console import Console
 from muvad_tarnel.roots import SCOPES, Roots, agents_in_use, find_project_root, home_directory, repository_around
@@ -33,21 +33,18 @@ class Request:
         detect: bool = False,
         dry_run: bool = False,
     ) -> None:
-        """Find the roots and the agents. Raises `Failure` if none of the requested scopes has a root."""
+        """Find the roots and the agents. Raises `Failure` if a requested scope has no root."""
         if all_agents + detect + bool(agent_keys) > 1:
             raise click.UsageError("--agent, --all-agents and --detect cannot be combined.")
         self.console = console
         self.dry_run = dry_run
-        self.is_scope_given = scope is not None
         self.project = project and project.absolute()
-        # Why a requested scope has no root. The command continues with the other one.
-        self.obstacles: list[Obstacle] = []
         if scope is None and project and scoping != "pair":
             scope = "project"
+        self.is_scope_given = scope is not None
         usual: dict[str, tuple[Scope, ...]] = {"none": (), "one": ("user",)}
-        scopes = (scope,) if scope else usual.get(scoping, SCOPES)
-        self.roots = self._roots(scopes)
-        self.scopes = tuple(scope for scope in scopes if scope in self.roots)
+        self.scopes = (scope,) if scope else usual.get(scoping, SCOPES)
+        self.roots = self._roots()
         self.named = tuple(self.in_use if detect else AGENT_CONFIG if all_agents else dict.fromkeys(agent_keys))
         if detect:
             if not self.in_use:
@@ -88,21 +85,17 @@ class Request:
         located = ["-C", str(self.project)] if self.project and scope != "user" else []
         return ["muvad-tarnel", "skill", *words, *located]
 
-    def _roots(self, scopes: tuple[Scope, ...]) -> Roots:
+    def _roots(self) -> Roots:
         roots: Roots = {}
         for scope in SCOPES:
             try:
                 roots[scope] = home_directory() if scope == "user" else self.project or find_project_root()
-            except Failure as failure:
-                if scope in scopes:
-                    self.obstacles.append(failure.obstacle)
-                    if len(self.obstacles) == len(scopes):
-                        raise
-        if "project" in scopes and (root := roots.get("project")):
+            except Failure:
+                if scope in self.scopes:
+                    raise
+        if "project" in self.scopes and (root := roots.get("project")):
             if not self.project and root != Path.cwd():
                 self.console.note(f"the project is {root}, the nearest folder upward with .git")
             if (repository := repository_around(root.resolve())) != root.resolve():
                 self.console.note(f"the project is {root}, a folder of the repository {repository}")
-            if "user" in roots and root.resolve() == roots["user"].resolve():
-                self.console.note("the project is the home directory: both scopes are the same place")
         return roots

@@ -7,7 +7,7 @@ import click
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import EFFECTS, advised, agent_records, which_skills
-from muvad_tarnel.hints import names_of, removal_of, updating
+from muvad_tarnel.hints import joined, names_of, removal_of, updating
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import Shadow, grouped
 from muvad_tarnel.installed.writing import obstacle_to_removing, obstacle_to_writing, reason_to_keep
@@ -23,17 +23,13 @@ def shadowed(request: Request, *, check: bool) -> Report:
 
     An agent that finds a skill both for the user and in the project may use one copy, however old, and never the
     other. A foreign text hides a copy as well. Copies with the same text do no harm; -v lists them. Nothing is written.
-
-    \b
-    Examples:
-      muvad-tarnel skill shadowed
-      muvad-tarnel skill shadowed --check          for scripts
     """
     survey = request.survey
     agents = request.named or tuple(survey.finders(request.scopes))
     shadows = sorted(survey.shadows(agents), key=lambda shadow: not shadow.is_different)
     different = [shadow for shadow in shadows if shadow.is_different]
-    kept = needed(shadows)
+    pairs = [pair for user, project, _ in shadows for pair in ((user, project), (project, user))]
+    kept = {copy for copy, other in pairs if not other.is_found}  # without it, an agent would find only a foreign text
     stale = {copy.scope for shadow in different for copy in shadow[:2] if copy.is_stale}
     advice = advised(request, [hint for scope in SCOPES if scope in stale for hint in updating(survey, scope)])
     shown = shadows if request.console.verbose else different
@@ -71,38 +67,29 @@ def table(request: Request, shadows: Iterable[Shadow]) -> Table:
 
 def choice(request: Request, shadows: Sequence[Shadow], kept: Container[Copy]) -> Iterator[Block]:
     """The alternative fixes, for people: applying more than one could leave an agent without any copy."""
-    changed = [copy for shadow in shadows for copy in shadow[:2] if copy.state is not State.CURRENT]
-    verb = "Remove"
-    if changed and not any(map(obstacle_to_writing, changed)):
-        verb = "Or remove"
-        yield Line("Replace modified, newer and foreign copies (edited and foreign texts are kept as SKILL.md.bak):")
+    copies = list(dict.fromkeys(copy for shadow in shadows for copy in shadow[:2]))
+    changed = [copy for copy in copies if copy.state is not State.CURRENT]
+    yield Line("Do one of these:")
+    if newer := dict.fromkeys(copy.place for copy in changed if copy.state is State.NEWER):
+        yield Line(f"Upgrade this package, then run `update`: what is in {joined(newer)} is newer.")
+    elif changed and not any(map(obstacle_to_writing, changed)):
+        yield Line("Replace modified and foreign copies (edited and foreign texts are kept as SKILL.md.bak):")
         for scope in dict.fromkeys(copy.scope for copy in changed):
             yield Command("", request.command(scope, ("update", "--scope", scope, "--force")))
     where = {"user": "in other repositories", "project": "in other clones of this repository"}
-    for scope in SCOPES:
-        at_scope = dict.fromkeys(shadow.user if scope == "user" else shadow.project for shadow in shadows)
-        copies = [copy for copy in at_scope if copy not in kept]
-        if not copies:
-            continue
-        obstacles = {copy: obstacle_to_removing(copy, force=True) for copy in copies}
-        free = [copy for copy, obstacle in obstacles.items() if not obstacle]
-        losing = request.survey.losses(copies, scope)
+    for scope, there in grouped((copy.scope, copy) for copy in copies if copy not in kept).items():
+        losing = request.survey.losses(there, scope)
         loss = f" ({names_of(list(losing))} would lose it {where[scope]})" if losing else ""
-        yield Line(f"{verb} the {scope} copy{loss}:")
-        verb = "Or remove"
+        yield Line(f"Remove the {scope} copy{loss}:")
+        obstacles = {copy: obstacle_to_removing(copy, force=True) for copy in there}
         yield from (Line(f"{obstacle}.", Tone.BAD) for obstacle in dict.fromkeys(obstacles.values()) if obstacle)
+        free = [copy for copy in there if not obstacles[copy]]
         by_command = grouped(((copy.directory, bool(reason_to_keep(copy))), copy) for copy in free)
         for (_, is_forced), group in by_command.items():
             for copy in group if is_forced else ():
                 what = f"only the link {copy.link}" if copy.link else copy.path
                 yield Line(f"This deletes {what} ({reason_to_keep(copy)}): no backup is kept.", Tone.WARNING)
-            yield Command("", request.command(scope, (*removal_of(request.survey, group), *["--force"] * is_forced)))
-
-
-def needed(shadows: Iterable[Shadow]) -> set[Copy]:
-    """The copies without which an agent would find only a foreign text."""
-    pairs = (pair for user, project, _ in shadows for pair in ((user, project), (project, user)))
-    return {copy for copy, other in pairs if not other.is_found}
+            yield Command("", request.command(scope, (*removal_of(group), *["--force"] * is_forced)))
 
 
 def record(request: Request, shadow: Shadow, kept: Container[Copy]) -> Record:
@@ -125,7 +112,7 @@ def way_out(request: Request, copy: Copy) -> Record:
     obstacle = obstacle_to_removing(copy, force=False)
     return {
         "removes": str(copy.path),
-        "command": None if obstacle else request.command(copy.scope, removal_of(request.survey, [copy])),
+        "command": None if obstacle else request.command(copy.scope, removal_of([copy])),
         "problem": obstacle and obstacle.problem,
         "loses": list(request.survey.losses([copy], copy.scope)),
     }

@@ -11,15 +11,11 @@ from muvad_tarnel.setup import skill
 
 
 @skill_command("none")
-@click.argument("name", type=Choice(list(skill.SKILL_TEMPLATES)), metavar="[NAME]", required=False)
+@click.argument("name", type=Choice(skill.SKILL_TEMPLATES), metavar="[NAME]", required=False)
 def show(_: Request, *, name: str | None) -> Report:
     """Print a skill's document, or list the skills.
 
     NAME is tarnel, tarnel-map or tarnel-wiki. The document is printed as an install writes it.
-
-    \b
-    Examples:
-      muvad-tarnel skill show tarnel | less
     """
     texts = {each: skill.render_skill_md(skill_name=each) for each in ([name] if name else skill.SKILL_TEMPLATES)}
     table = Table("", ("Skill", "Purpose"), [(each, purpose(text)) for each, text in texts.items()])

@@ -29,7 +29,6 @@ class Choice(click.Choice[str]):
     """A choice that suggests the most similar word."""
 
     def get_invalid_choice_message(self, value: object, ctx: click.Context | None) -> str:
-        """List the choices, or name the command that does, and suggest the most similar one."""
         guess = " Repeat the option for each." if "," in str(value) else did_you_mean(str(value), self.choices)
         if len(self.choices) > 10:  # the agents
             return f"{value!r} is unknown.{guess} 'muvad-tarnel skill agents' lists them all."

@@ -8,11 +8,11 @@ import click
 from muvad_tarnel.commands import wording
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.hints import advice, doubled, in_the_way, joined, lacking_at, skills_of, sufficient
+from muvad_tarnel.hints import advice, doubled, in_the_way, joined, skills_of, sufficient
 from muvad_tarnel.installed.copies import Copy, State
 from muvad_tarnel.installed.survey import readers_of
 from muvad_tarnel.output.report import Block, Command, Line, Report, Table, Tone
-from muvad_tarnel.planning import additions
+from muvad_tarnel.planning import plans
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
@@ -31,20 +31,12 @@ def status(request: Request, *, check: bool) -> Report:
     foreign, or, without agents, if nothing is installed or an agent finds only some of the skills. Modified and newer
     copies are accepted.
 
-    \b
-    States:
-      current      this package's version and text
-      outdated     an older version
-      newer        a newer version than this package's
-      modified     this version, with another text
-      incomplete   the beginning of a document: an install was cut off
-      foreign      no version in it: not written by this package
-      unreadable   not UTF-8, a dangling link, a pipe, or can't be opened
-      missing      nothing there
+    An outdated or newer copy has another version than this package; a modified one has this version, with another text.
+    An incomplete one is the beginning of a document: an install was cut off. A foreign one has no version: this package
+    did not write it. An unreadable one is not UTF-8, a dangling link, a pipe, or can't be opened.
 
     \b
     Examples:
-      muvad-tarnel skill status
       muvad-tarnel skill status --check --scope project    for CI
     """
     survey, scopes, named = request.survey, request.scopes, request.named
@@ -53,9 +45,10 @@ def status(request: Request, *, check: bool) -> Report:
     lacking = [agent for agent in agents if survey.lacking(agent, scopes)]
     partly = [agent for agent in lacking if agent in finding]
     obstacles = {agent: in_the_way(survey, scopes, agent) for agent in partly if not named}
-    wanted = [agent for agent in lacking if agent in request.in_use or not obstacles.get(agent)]
-    unnamed = sufficient(survey, scopes, wanted) if finding else (request.in_use or skill.DEFAULT_AGENTS)
-    hints = advice(survey, scopes, named or unnamed, about=named or AGENT_CONFIG)
+    others = [agent for agent in lacking if not obstacles.get(agent)]
+    unnamed = sufficient(survey, scopes, others) if finding else skill.DEFAULT_AGENTS
+    wanted = named or [agent for agent in lacking if agent in request.in_use] or unnamed
+    hints = advice(survey, scopes, wanted, about=named or AGENT_CONFIG)
     copies = list(listed(request))
     is_wrong = any(copy.state in _WRONG for copy in copies) or (lacking if named else partly or not finding)
     given = wording.advised(request, hints)
@@ -74,8 +67,8 @@ def listed(request: Request) -> Iterator[Copy]:
     """The copies to list: existing ones, those that an install would write, and missing ones that an agent lacks."""
     survey, agents = request.survey, request.named or AGENT_CONFIG
     lacking = {agent: survey.lacking(agent, request.scopes) for agent in agents}
+    planned = {copy.path for plan in plans(survey, request.scopes, request.named) for copy in plan.writes}
     for scope in request.scopes:
-        planned = {c.path for c in additions(survey, scope, lacking_at(survey, scope, request.scopes, request.named))}
         in_use = {copy.directory for copy in survey.copies if copy.scope == scope and copy.is_found}
         for copy in survey.read_by(agents, [scope]):
             is_lacking = any(copy.skill in lacking[agent] for agent in readers_of(copy.directory, scope, agents))
@@ -84,7 +77,7 @@ def listed(request: Request) -> Iterator[Copy]:
 
 
 def blocks(request: Request, copies: list[Copy], agents: Sequence[str], *, explains_doubles: bool) -> Iterator[Block]:
-    """The report for people: the copies, and where each agent finds each skill."""
+    """The report for people: the copies, where each agent finds each skill, and remarks on both."""
     states = (Line(f"{copy.state.value} {copy.version or ''}".rstrip(), wording.TONES[copy.state]) for copy in copies)
     yield from wording.copy_tables(request, "State", zip(copies, states, strict=True))
     if not request.survey.finders(request.scopes):
@@ -98,7 +91,12 @@ def blocks(request: Request, copies: list[Copy], agents: Sequence[str], *, expla
         yield Table("Where agents find the skills", ("Agent", *headings), rows)
     if others := len(agents) - len(shown):
         yield Line(f"{others} {'other ' if shown else ''}agents find skills here; -v lists them.")
-    yield from remarks(request, copies)
+    yield from wording.differences(request, copies)
+    shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
+    if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
+        which = skills_of(names)
+        yield Line(f"The copies of {which} at the two scopes differ, and one may hide the other.", Tone.WARNING)
+        yield Command("to see:", request.command(None, ["shadowed"]))
     if explains_doubles:
         yield from map(Line, doubled(request.survey, request.scopes, shown))
 
@@ -106,20 +104,8 @@ def blocks(request: Request, copies: list[Copy], agents: Sequence[str], *, expla
 def finds_cell(request: Request, agent: str, scope: Scope) -> Line:
     """Where an agent finds the skills at one scope: all of them in one place, or skill by skill."""
     skills = wording.skills_by_place(request, request.survey, agent, scope)
-    words = [
-        f"{', '.join(names)}:{wording.times(len(places))} {joined(places) if places else 'nowhere'}"
-        for places, names in skills.items()
-    ]
-    text = "; ".join(words) if len(words) > 1 else words[0].partition(": ")[2]
+    where = {joined(places) if places else "nowhere": names for places, names in skills.items()}
+    each = [f"{', '.join(names)}: {place}" for place, names in where.items()]
+    text = "; ".join(each) if len(each) > 1 else joined(where)
     counts = {len(places) for places in skills}
     return Line(text, Tone.GOOD if counts == {1} else Tone.NEUTRAL if counts == {0} else Tone.WARNING)
-
-
-def remarks(request: Request, copies: list[Copy]) -> Iterator[Block]:
-    """Remarks on what the tables don't show: foreign and modified copies, shadowing."""
-    yield from wording.differences(request, copies)
-    shadows = request.survey.shadows(request.named or AGENT_CONFIG) if len(request.scopes) == 2 else []
-    if names := dict.fromkeys(shadow.user.skill for shadow in shadows if shadow.is_different):
-        which = skills_of(names)
-        yield Line(f"The copies of {which} at the two scopes differ, and one may hide the other.", Tone.WARNING)
-        yield Command("to see:", request.command(None, ["shadowed"]))

@@ -2,7 +2,7 @@
 
 import click
 
-from muvad_tarnel.commands.changes import Outcome, change_all, report_of
+from muvad_tarnel.commands.changes import Outcome, report_of, write_all
 from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.installed.copies import State
@@ -19,13 +19,8 @@ def update(request: Request, *, force: bool) -> Report:
 
     That is every outdated or incomplete copy, whichever agents read it. Run it after an upgrade of this package. A
     text that this package did not write is kept as SKILL.md.bak when it is replaced.
-
-    \b
-    Examples:
-      muvad-tarnel skill update
-      muvad-tarnel skill update --scope project --dry-run
     """
     copies = [copy for copy in request.survey.copies if copy.scope in request.scopes]
     unreadable = each_once(copy for copy in copies if copy.state is State.UNREADABLE)
-    outcomes = [*change_all(request, replaceable(copies, force=force)), *map(Outcome, unreadable)]
+    outcomes = [*write_all(request, replaceable(copies, force=force)), *map(Outcome, unreadable)]
     return report_of(request, outcomes, (), [] if outcomes else [Line("No copy needs an update.", Tone.GOOD)])

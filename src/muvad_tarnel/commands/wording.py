@@ -26,9 +26,9 @@ EFFECTS = {
 }
 
 
-def shortlist(request: Request, agents: Sequence[str], *others: str) -> list[str]:
-    """The agents to list: on a terminal, the named and detected ones and `others`; elsewhere, all."""
-    wanted = [agent for agent in agents if agent in (*request.named, *request.in_use, *others)]
+def shortlist(request: Request, agents: Sequence[str]) -> list[str]:
+    """The agents to list: on a terminal, the named or default ones and the detected ones; elsewhere, all."""
+    wanted = [agent for agent in agents if agent in (*request.agents, *request.in_use)]
     is_short = request.console.style.is_terminal and not request.console.verbose
     return wanted if is_short and len(wanted) + 1 < len(agents) else list(agents)
 
@@ -36,8 +36,7 @@ def shortlist(request: Request, agents: Sequence[str], *others: str) -> list[str
 def readers_in_words(request: Request, directories: Iterable[str], scope: Scope) -> str:
     """The readers of any of the directories: some by name, the others as a number."""
     readers = [agent for agent, record in AGENT_CONFIG.items() if {*directories} & {*record.directories(scope)}]
-    named = shortlist(request, readers, *(() if request.named else skill.DEFAULT_AGENTS))
-    names = [AGENT_CONFIG[agent].name for agent in named]
+    names = [AGENT_CONFIG[agent].name for agent in shortlist(request, readers)]
     others = len(readers) - len(names)
     return ", ".join([*names, *([f"{others} {'others' if names else 'agents'}"] if others else [])])
 
@@ -75,13 +74,13 @@ def obstacles_of(request: Request, copies: Iterable[Copy], others: Iterable[Obst
 
 def differences(request: Request, copies: Iterable[Copy]) -> Iterator[Block]:
     """Sentences on modified and foreign copies, with the commands that show and replace them."""
-    others = [copy for copy in each_once(copies) if not (copy.is_ours or copy.content is None or copy.misplaced)]
-    for scope, there in grouped((copy.scope, copy) for copy in others if copy.state is not State.NEWER).items():
-        foreign = [copy for copy in there if copy.state is State.FOREIGN]
-        if modified := [copy for copy in there if copy not in foreign]:
-            yield Line(f"{which_are('modified', modified)}.", Tone.WARNING)
-        if foreign:
-            yield Line(f"{which_are('foreign and not counted as installed', foreign)}.", Tone.BAD)
+    readable = [copy for copy in each_once(copies) if copy.content is not None and not copy.misplaced]
+    others = [copy for copy in readable if not (copy.is_ours or copy.state is State.NEWER)]
+    for scope, there in grouped((copy.scope, copy) for copy in others).items():
+        for (is_found, is_stale), same in grouped(((copy.is_found, copy.is_stale), copy) for copy in there).items():
+            what = "outdated and edited (an update keeps the text as SKILL.md.bak)" if is_stale else "modified"
+            what = what if is_found else "foreign and not counted as installed"
+            yield Line(f"{which_are(what, same)}.", Tone.WARNING if is_found else Tone.BAD)
         yield Command("to see what differs:", request.command(scope, ["diff", "--scope", scope]))
         if any(not copy.is_stale for copy in there) and not obstacles_to(there):
             label = "to replace all that it shows (kept as SKILL.md.bak):"
@@ -103,26 +102,20 @@ def copy_record(copy: Copy) -> Record:
 
 def agent_records(survey: Survey, scopes: Sequence[Scope], agents: Iterable[str]) -> list[Record]:
     """The JSON records of where each agent finds each skill."""
-
-    def finds(agent: str, scope: Scope, name: str) -> Record:
-        return {"scope": scope, "skill": name, "paths": [str(copy.path) for copy in survey.finds(agent, scope, name)]}
-
-    places = list(product(scopes, skill.SKILL_TEMPLATES))
-    return [
-        {"agent": agent, "name": AGENT_CONFIG[agent].name, "finds": [finds(agent, *place) for place in places]}
-        for agent in agents
-    ]
+    records: list[Record] = []
+    for agent in agents:
+        finds = [
+            {"scope": scope, "skill": name, "paths": [str(copy.path) for copy in survey.finds(agent, scope, name)]}
+            for scope, name in product(scopes, skill.SKILL_TEMPLATES)
+        ]
+        records.append({"agent": agent, "name": AGENT_CONFIG[agent].name, "finds": finds})
+    return records
 
 
 def advised(request: Request, hints: Iterable[Hint], label: str = "to fix:") -> list[Advice]:
     """Advice from the hints without obstacles."""
     given = (hint for hint in hints if not hint.obstacles)
     return [(hint.reason, Command(label, request.command(hint.scope, hint.words))) for hint in given]
-
-
-def times(number: int) -> str:
-    """A number of times in words, with a leading space; empty for 0 and 1."""
-    return {0: "", 1: "", 2: " twice:"}.get(number, f" {number} times:")
 
 
 def skills_by_place(request: Request, survey: Survey, agent: str, scope: Scope) -> dict[tuple[str, ...], list[str]]:

@@ -55,10 +55,11 @@ class Copy(NamedTuple):
     content: bytes | None = None
     obstacle: Obstacle | None = None
 
-    @property
-    def blank(self) -> "Copy":
-        """The same path, without information about what is there."""
-        return Copy(self.scope, self.root, self.directory, self.skill, self.path, self.file)
+    def changed(self, state: State) -> "Copy":
+        """The copy after an install (current) or a removal (missing)."""
+        is_ours = state is State.CURRENT
+        version = __version__ if is_ours else None
+        return Copy(self.scope, self.root, self.directory, self.skill, self.path, self.file, state, version, is_ours)
 
     @property
     def exists(self) -> bool:
@@ -101,8 +102,7 @@ class Copy(NamedTuple):
         below_root = [place for place in (self.path, *self.path.parents) if not self.root.is_relative_to(place)]
         link = next((place for place in below_root if os.path.islink(place)), self.path)  # noqa: PTH114
         where = ", which is no copy of this skill" if is_inside else ", outside the repository"
-        kind, where = ("link", where) if os.path.exists(link) else ("dangling link", "")  # noqa: PTH110 (never raises)
-        return Obstacle(str(link), f"a {kind} to {os.path.realpath(link)}{where}", "remove the link")
+        return Obstacle(str(link), f"a link to {os.path.realpath(link)}{where}", "remove the link")
 
 
 def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
@@ -119,11 +119,11 @@ def read_directory(scope: Scope, root: Path, directory: str) -> list[Copy]:
 def read_copy(copy: Copy) -> Copy:
     """The copy as it is on the disk now. Problems there become its obstacle and raise nothing."""
     path, file = copy.path, Path(os.path.realpath(copy.path))
-    copy = copy.blank._replace(file=file)
+    copy = copy.changed(State.MISSING)._replace(file=file)
     try:
         status = path.stat()
         if stat.S_ISREG(status.st_mode) and status.st_size <= _LARGEST:
-            content = read(file)
+            content = file.read_bytes()
             state, version, is_ours = judge(copy.skill, content)
             return copy._replace(state=state, version=version, is_ours=is_ours, content=content)
         problem = "too large for a skill's document" if stat.S_ISREG(status.st_mode) else "not a regular file"
@@ -137,12 +137,6 @@ def read_copy(copy: Copy) -> Copy:
     except UnicodeDecodeError as error:
         obstacle = Obstacle(str(path), f"not valid UTF-8 (at byte {error.start})", "correct or remove it")
     return copy._replace(state=State.UNREADABLE, obstacle=obstacle) if obstacle else copy
-
-
-def read(file: Path) -> bytes:
-    """The file's bytes. Doesn't block if a pipe has just replaced the file."""
-    with os.fdopen(os.open(file, os.O_RDONLY | os.O_NONBLOCK | os.O_CLOEXEC), "rb") as stream:
-        return stream.read(_LARGEST)
 
 
 def dangling(path: Path) -> Obstacle | None:

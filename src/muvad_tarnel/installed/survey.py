@@ -7,7 +7,6 @@ from itertools import product
 from pathlib import Path
 from typing import NamedTuple
 
-from muvad_tarnel import __version__
 from muvad_tarnel.installed.copies import Copy, State, plain, read_directory
 from muvad_tarnel.roots import SCOPES, Roots
 from muvad_tarnel.setup import skill
@@ -127,11 +126,5 @@ class Survey:
     def changed(self, state: State, copies: Iterable[Copy]) -> "Survey":
         """The survey after the files of some copies have been written or removed."""
         files = {copy.file for copy in copies}
-        version = __version__ if state is State.CURRENT else None
-        return Survey(
-            self.roots,
-            tuple(
-                copy.blank._replace(state=state, version=version, is_ours=True) if copy.file in files else copy
-                for copy in self.copies
-            ),
-        )
+        after = (copy.changed(state) if copy.file in files else copy for copy in self.copies)
+        return Survey(self.roots, tuple(after))

@@ -8,12 +8,12 @@ import errno
 import fcntl
 import os
 from collections.abc import Iterable, Iterator
-from contextlib import contextmanager, nullcontext, suppress
+from contextlib import ExitStack, contextmanager, suppress
 from itertools import count
 from pathlib import Path
 
 from muvad_tarnel.failure import Obstacle, obstacle_of
-from muvad_tarnel.installed.copies import Copy, State, read, read_copy
+from muvad_tarnel.installed.copies import Copy, State, read_copy
 from muvad_tarnel.setup import skill
 
 _PREFIX, _SUFFIX = ".SKILL.md.", ".tmp"
@@ -28,12 +28,9 @@ def obstacle_to_writing(copy: Copy) -> Obstacle | None:
 
 def obstacle_to_entries(folder: Path) -> Obstacle | None:
     """The obstacle to creating or removing a file in a directory, which may not exist yet."""
-    try:
-        place = next(place for place in (folder, *folder.parents) if os.path.lexists(place))
-        if not place.is_dir():
-            return Obstacle(str(place), "a file is in the way of a directory", "move it away")
-    except OSError as error:
-        return obstacle_of(error, folder)
+    place = next(place for place in (folder, *folder.parents) if os.path.lexists(place))
+    if not os.path.isdir(place):  # noqa: PTH112 (never raises)
+        return Obstacle(str(place), "a file is in the way of a directory", "move it away")
     return denied(place, os.W_OK | os.X_OK)
 
 
@@ -65,17 +62,15 @@ def replace(copy: Copy) -> Path | None:
     missing = [place for place in (folder, *folder.parents) if not place.exists()]
     try:
         folder.mkdir(parents=True, exist_ok=True)
-        with locked(folder, fcntl.LOCK_SH), staged(copy) as temporary:
+        with ExitStack() as stack:
+            with suppress(OSError):  # the directory isn't readable, or the file system has no locks
+                stack.enter_context(locked(folder, fcntl.LOCK_SH))
+            temporary = stack.enter_context(staged(copy))
             now = read_copy(copy)
             if now.state is State.CURRENT:  # another installer got there first
                 return None
             kept = keep(copy.file) if now.exists and not now.is_ours else None
-            try:
-                temporary.replace(copy.file)
-            except OSError:
-                if kept:
-                    kept.unlink()
-                raise
+            temporary.replace(copy.file)
             return kept
     finally:
         with suppress(OSError):  # a directory in use is not empty
@@ -85,17 +80,13 @@ def replace(copy: Copy) -> Path | None:
 
 @contextmanager
 def locked(folder: Path, operation: int) -> Iterator[None]:
-    """Hold a lock on a directory: shared if possible, or exclusive, which raises `OSError` if unavailable."""
-    descriptor = None
+    """Hold a lock on a directory. Raises `OSError` if it is unavailable."""
+    descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
     try:
-        # A shared lock may fail: the directory isn't readable, or the file system has no locks.
-        with suppress(OSError) if operation == fcntl.LOCK_SH else nullcontext():
-            descriptor = os.open(folder, os.O_RDONLY | os.O_DIRECTORY | os.O_CLOEXEC)
-            fcntl.flock(descriptor, operation)
+        fcntl.flock(descriptor, operation)
         yield
     finally:
-        if descriptor is not None:
-            os.close(descriptor)
+        os.close(descriptor)
 
 
 @contextmanager
@@ -125,10 +116,10 @@ def keep(file: Path) -> Path:
             os.link(file, backup, follow_symlinks=False)
         except FileExistsError:
             if os.path.samestat(backup.lstat(), file.lstat()):
-                return backup  # made by a run that was killed before it replaced the file
+                return backup  # made by another run, which is still active or was killed
             continue
         except OSError:  # the file system has no hard links
-            content = read(file)
+            content = file.read_bytes()
             try:
                 with backup.open("xb") as stream:
                     stream.write(content)
@@ -159,12 +150,8 @@ def obstacle_to_removing(copy: Copy, *, force: bool) -> Obstacle | None:
         return copy.obstacle
     reason = reason_to_keep(copy)
     if reason and not force:
-        from shlex import join  # noqa: PLC0415 (rarely needed)
-
-        place = ("-C", str(copy.root)) if copy.scope == "project" else ("--scope", copy.scope)
-        command = join(["muvad-tarnel", "skill", "remove", copy.directory, *place, "--skill", copy.skill, "--force"])
         what = "only the link" if link else "it"
-        return Obstacle(str(link or copy.path), reason, f"rename it to keep it, or delete {what}: {command}")
+        return Obstacle(str(link or copy.path), reason, f"rename it to keep it, or add --force to delete {what}")
     return obstacle_to_entries((link or copy.file).parent)
 
 

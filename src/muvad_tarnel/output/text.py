@@ -14,8 +14,6 @@ def printable(text: str) -> str:
     These are control characters, line separators, direction overrides and undecodable bytes of file names (lone
     surrogates), which would break the line, control the terminal or fail to encode.
     """
-    if text.isprintable():
-        return text
     return "".join(c if c.isprintable() else "\N{REPLACEMENT CHARACTER}" for c in text)
 
 
@@ -30,12 +28,9 @@ class Style(NamedTuple):
         """The style for this process's standard output and the colour option: `auto`, `always` or `never`."""
         is_terminal = sys.stdout is not None and sys.stdout.isatty()
         if colour == "auto":
-            if os.environ.get("NO_COLOR"):
-                colour = "never"
-            elif os.environ.get("FORCE_COLOR", "0") not in ("", "0"):
-                colour = "always"
-            elif os.environ.get("TERM") == "dumb":
-                colour = "never"
+            is_forced = os.environ.get("FORCE_COLOR", "0") not in ("", "0")
+            is_plain = os.environ.get("NO_COLOR") or (os.environ.get("TERM") == "dumb" and not is_forced)
+            colour = "never" if is_plain else "always" if is_forced else "auto"
         is_table = is_terminal or colour == "always"
         return cls(is_table, is_table and colour != "never")
 
@@ -44,11 +39,9 @@ def encodable(text: str) -> str:
     """`text` made encodable for standard output: if needed, marks and rules become ASCII, and anything else `?`."""
     # Standard output is None if the process was started with it closed, and an in-memory stream has no encoding.
     encoding = getattr(sys.stdout, "encoding", None) or "utf-8"
-    try:
-        text.encode(encoding)
-    except UnicodeEncodeError:
-        return text.translate(_IN_ASCII).encode(encoding, "replace").decode(encoding)
-    return text
+    if not encoding.lower().startswith("utf"):
+        text = text.translate(_IN_ASCII)
+    return text.encode(encoding, "replace").decode(encoding)
 
 
 def silence(stream: TextIO | None) -> None:

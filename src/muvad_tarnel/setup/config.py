@@ -72,16 +72,15 @@ def _agent(
 ) -> AgentRecord:
     """A row of the table. Directories are given without the final `/skills` that they all have.
 
-    The marker defaults to the first user directory other than `.agents`.
+    The marker defaults to the first user directory other than `.agents` and `agents`.
     """
     in_project, for_user = (tuple(f"{root}/skills" for root in roots.split()) for roots in (project, user))
     if marker is None:
-        marker = next(root for root in user.split() if root != ".agents")
+        marker = next(root for root in user.split() if not root.endswith("agents"))
     return AgentRecord(name, in_project, for_user, marker, precedence)
 
 
-# The rows before the environment variables are resolved: name, project directories, user directories, precedence,
-# marker.
+# The rows before the environment variables are resolved.
 AGENTS: Final = {
     "claude": _agent("Claude Code", ".claude", "$CLAUDE_CONFIG_DIR", "user"),
     # Both copies are listed: observed, not documented.
@@ -99,13 +98,7 @@ AGENTS: Final = {
         "Goose", ".agents .goose .claude", ".agents $XDG_CONFIG_HOME/goose .claude .config/agents", "project"
     ),
     "zed": _agent("Zed", ".agents", ".agents", "project", marker="$XDG_CONFIG_HOME/zed"),
-    "amp": _agent(
-        "Amp",
-        ".agents .claude",
-        "$XDG_CONFIG_HOME/agents .agents $XDG_CONFIG_HOME/amp .claude",
-        "user",
-        marker="$XDG_CONFIG_HOME/amp",
-    ),
+    "amp": _agent("Amp", ".agents .claude", "$XDG_CONFIG_HOME/agents .agents $XDG_CONFIG_HOME/amp .claude", "user"),
     # Its extension also reads the project's `.claude/skills`, but its command line doesn't.
     "cline": _agent("Cline", ".cline .agents", ".cline .agents", "user"),
     "kilo": _agent(
@@ -161,14 +154,11 @@ def resolved(environment: Mapping[str, str]) -> dict[str, AgentRecord]:
             moved = moved.relative_to(home)
         return moved.as_posix()
 
-    return {
-        key: replace(
-            record,
-            skills_user_roots=tuple(dict.fromkeys(map(place, record.skills_user_roots))),
-            marker=place(record.marker),
-        )
-        for key, record in AGENTS.items()
-    }
+    def with_places(row: AgentRecord) -> AgentRecord:
+        roots = tuple(dict.fromkeys(map(place, row.skills_user_roots)))
+        return replace(row, skills_user_roots=roots, marker=place(row.marker))
+
+    return {key: with_places(row) for key, row in AGENTS.items()}
 
 
 AGENT_CONFIG: dict[str, AgentRecord] = resolved(os.environ)

@@ -1,16 +1,11 @@
-import __future__
-
-import itertools as itertools
-import re as re
-from collections.abc import Iterable as Iterable
-from dataclasses import dataclass as dataclass
-from pathlib import Path as Path
+import re
+from collections.abc import Iterable
+from dataclasses import dataclass
+from pathlib import Path
 from typing import Literal, TypeAlias
 
 from muvad_tarnel import __version__ as __version__
 from muvad_tarnel.setup.config import AGENT_CONFIG as AGENT_CONFIG
-
-annotations: __future__._Feature
 
 # For functions that raise ValueError for any other scope. Functions that only plan treat any other text as "project".
 _Scope: TypeAlias = Literal["user", "project"]  # noqa: UP040 (older tools don't know `type` statements)
