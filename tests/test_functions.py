@@ -190,14 +190,6 @@ def test_traced_calls_behave_like_untraced_ones(watch: Callable[[object], None],
     assert (f"call {name}" in events) == (call_path == "slow"), "fast calls have no frames to be seen"
 
 
-@contextlib.contextmanager
-def recursion_limit(limit: int) -> Iterator[None]:
-    usual = sys.getrecursionlimit()
-    sys.setrecursionlimit(limit)
-    yield
-    sys.setrecursionlimit(usual)
-
-
 @pytest.mark.usefixtures("call_path")
 @pytest.mark.parametrize("limit", [1000, 10**6])
 def test_endless_recursion_leaves_the_interpreter_usable(limit: int, monkeypatch: pytest.MonkeyPatch) -> None:
@@ -206,8 +198,10 @@ def test_endless_recursion_leaves_the_interpreter_usable(limit: int, monkeypatch
             skill.skill_target_path("user")
         return len([*traceback.walk_tb(caught.tb)])
 
-    with monkeypatch.context() as patch, recursion_limit(limit), ThreadPoolExecutor(1) as thread:
+    with monkeypatch.context() as patch, contextlib.ExitStack() as stack, ThreadPoolExecutor(1) as thread:
         patch.setattr(skill, "_scope_base", skill.skill_target_path)
+        stack.callback(sys.setrecursionlimit, sys.getrecursionlimit())
+        sys.setrecursionlimit(limit)
         for _ in range(5):
             frames = [recurse(None), *thread.map(recurse, [None])]
             assert min(frames) > 300, "only the first calls of a deep recursion take the fast path"

@@ -6,7 +6,7 @@ from pathlib import Path
 
 ROOT = Path(__file__).resolve().parents[1]
 LAYERS = ["cli", "commands", "hints", "planning", "installed", "roots", "output", "failure", "setup"]
-SHARED = {"changes", "options", "request", "running", "spelling", "wording", "__init__"}
+SHARED = {"changes", "options", "request", "spelling", "wording", "__init__"}
 OUTPUT = {"report": 0, "text": 0, "terminal": 1, "console": 2}
 
 
