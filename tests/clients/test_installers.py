@@ -14,20 +14,13 @@ WHEELHOUSE = Path(os.environ["TARNEL_WHEELHOUSE"])
 (WHEEL,) = WHEELHOUSE.glob("muvad_tarnel-*.whl")
 
 PIP = {"PIP_NO_INDEX": "1", "PIP_FIND_LINKS": str(WHEELHOUSE), "PIP_CONFIG_FILE": os.devnull}
-UV = {
-    "UV_OFFLINE": "1",
-    "UV_NO_INDEX": "1",
-    "UV_FIND_LINKS": str(WHEELHOUSE),
-    "UV_NO_CONFIG": "1",
-    "UV_PYTHON": sys.executable,
-    "UV_PYTHON_DOWNLOADS": "never",
-}
+UV = {"UV_OFFLINE": "1", "UV_NO_INDEX": "1", "UV_FIND_LINKS": str(WHEELHOUSE), "UV_NO_CONFIG": "1"}
+UV |= {"UV_PYTHON": sys.executable, "UV_PYTHON_DOWNLOADS": "never"}
 
 
 def run(*command: str | Path, **environment: str) -> str:
     # Pass on none of the machine's settings except PATH; HOME is the test's own.
-    path = os.pathsep.join([str(PROGRAMS), os.environ["PATH"]])
-    clean = {"PATH": path, "HOME": os.environ["HOME"], "LANG": "C.UTF-8", **environment}
+    clean = {"PATH": f"{PROGRAMS}:{os.environ['PATH']}", "HOME": os.environ["HOME"], "LANG": "C.UTF-8", **environment}
     return subprocess.check_output(command, env=clean, stdin=subprocess.DEVNULL, text=True, timeout=120)
 
 

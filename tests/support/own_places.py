@@ -16,8 +16,7 @@ config.AGENT_CONFIG.update(config.resolved({}))
 @pytest.fixture(autouse=True)
 def home(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Path:
     """A temporary home directory, instead of the developer's own."""
-    path = tmp_path / "home"
-    path.mkdir()
+    (path := tmp_path / "home").mkdir()
     monkeypatch.setenv("HOME", str(path))
     return path
 
@@ -25,7 +24,6 @@ def home(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Path:
 @pytest.fixture(autouse=True)
 def project(tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> Path:
     """A temporary current directory, which is the project's root."""
-    path = tmp_path / "project"
-    path.mkdir()
+    (path := tmp_path / "project").mkdir()
     monkeypatch.chdir(path)
     return path
