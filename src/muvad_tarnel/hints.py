@@ -44,7 +44,10 @@ def updating(survey: Survey, scope: Scope, about: Iterable[str] = AGENT_CONFIG) 
     stale = replaceable(survey.read_by(about, [scope]), force=False)
     if not stale:
         return []
-    return [Hint(which_are("not up to date", stale), scope, ("update", "--scope", scope), obstacles_to(stale))]
+    reason = which_are("not up to date", stale)
+    if edited := [copy for copy in stale if not copy.is_ours]:
+        reason += f"; the edited text of {count(len(edited))} will be kept as SKILL.md.bak"
+    return [Hint(reason, scope, ("update", "--scope", scope), obstacles_to(stale))]
 
 
 def sufficient(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str]) -> Sequence[str]:

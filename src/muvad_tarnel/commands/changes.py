@@ -7,7 +7,7 @@ from typing import NamedTuple
 
 from muvad_tarnel import __version__
 from muvad_tarnel.commands.request import Request
-from muvad_tarnel.commands.wording import advised, agent_records, copy_record, copy_tables, obstacles_of
+from muvad_tarnel.commands.wording import TONES, advised, agent_records, copy_record, copy_tables, obstacles_of
 from muvad_tarnel.failure import Obstacle
 from muvad_tarnel.hints import advice, count, doubled
 from muvad_tarnel.installed import writing
@@ -75,9 +75,8 @@ def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
         is_usual = action == "update" or copy.state in (State.CURRENT, State.MISSING)
         former = "" if is_usual else f" ({copy.state.value})"
         return Line((f"would {action}" if dry_run else _DONE[action]) + former, Tone.GOOD)
-    if copy.state is State.CURRENT:
-        return Line("already up to date", Tone.GOOD)
-    return Line(f"{copy.state.value} and left alone", Tone.WARNING)
+    text = "already up to date" if copy.state is State.CURRENT else f"{copy.state.value} and left alone"
+    return Line(text, TONES[copy.state])
 
 
 def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:

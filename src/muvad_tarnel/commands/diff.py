@@ -9,7 +9,7 @@ from muvad_tarnel.commands.wording import copy_record, obstacles_of
 from muvad_tarnel.installed.copies import Copy, State, plain
 from muvad_tarnel.installed.survey import each_once
 from muvad_tarnel.installed.writing import difference
-from muvad_tarnel.output.report import Document, Line, Report, Tone
+from muvad_tarnel.output.report import Document, Report
 from muvad_tarnel.output.text import printable
 from muvad_tarnel.setup import skill
 from muvad_tarnel.setup.config import AGENT_CONFIG
@@ -28,9 +28,10 @@ def diff(request: Request) -> Report:
     others = [copy for copy in copies if not copy.is_ours or copy.state is State.NEWER]
     obstacles = obstacles_of(request, others)
     differing = [copy for copy in others if copy.content is not None and not copy.misplaced]
-    nothing = Line("No readable copy is modified, newer or foreign.", Tone.NEUTRAL if others else Tone.GOOD)
+    if not differing:
+        request.console.note("no readable copy is modified, newer or foreign")
     return Report(
-        [Document("".join(map(unified, differing)), is_diff=True) if differing else nothing],
+        [Document("".join(map(unified, differing)), is_diff=True)] if differing else [],
         [copy_record(copy) | {"difference": difference(copy), "diff": unified(copy)} for copy in differing],
         errors=obstacles,
         exit_code=int(bool(obstacles)),

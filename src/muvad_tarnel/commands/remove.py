@@ -22,7 +22,9 @@ from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 
 @skill_command("one")
-@click.argument("directories", metavar="[DIRECTORY]...", nargs=-1)
+@click.argument(
+    "directories", metavar="[DIRECTORY]...", nargs=-1, shell_complete=click.Path(file_okay=False).shell_complete
+)
 @click.option(
     "--skill", "names", multiple=True, type=Choice(skill.SKILL_TEMPLATES), help="Only this skill; repeatable."
 )

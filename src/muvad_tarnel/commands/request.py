@@ -45,6 +45,10 @@ class Request:
         usual: dict[str, tuple[Scope, ...]] = {"none": (), "one": ("user",)}
         self.scopes = (scope,) if scope else usual.get(scoping, SCOPES)
         self.roots = self._roots()
+        if "project" in self.scopes and self.roots["project"].resolve() == self.roots.get("user", Path()).resolve():
+            console.note("the project is the home directory")
+            if scoping == "both" and not scope:
+                self.scopes = ("user",)
         self.named = tuple(self.in_use if detect else AGENT_CONFIG if all_agents else dict.fromkeys(agent_keys))
         if detect:
             if not self.in_use:

@@ -71,7 +71,9 @@ def choice(request: Request, shadows: Sequence[Shadow], kept: Container[Copy]) -
     changed = [copy for copy in copies if copy.state is not State.CURRENT]
     yield Line("Do one of these:")
     if newer := dict.fromkeys(copy.place for copy in changed if copy.state is State.NEWER):
-        yield Line(f"Upgrade this package, then run `update`: what is in {joined(newer)} is newer.")
+        is_more = any(copy.state in (State.MODIFIED, State.FOREIGN) for copy in changed)
+        command = "update --force" if is_more else "update"
+        yield Line(f"Upgrade this package, then run `{command}`: what is in {joined(newer)} is newer.")
     elif changed and not any(map(obstacle_to_writing, changed)):
         yield Line("Replace modified and foreign copies (edited and foreign texts are kept as SKILL.md.bak):")
         for scope in dict.fromkeys(copy.scope for copy in changed):

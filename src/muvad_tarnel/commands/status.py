@@ -20,7 +20,7 @@ _WRONG = (State.OUTDATED, State.INCOMPLETE, State.UNREADABLE, State.FOREIGN)
 
 
 @skill_command("both", agents="those that find a skill or are in use")
-@click.option("--check", is_flag=True, help="Exit 1 unless everything is as it should be.")
+@click.option("--check", is_flag=True, help="Exit 1 for the problems named above.")
 def status(request: Request, *, check: bool) -> Report:
     """Show what is installed, and where agents find it.
 

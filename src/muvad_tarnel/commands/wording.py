@@ -75,14 +75,13 @@ def obstacles_of(request: Request, copies: Iterable[Copy], others: Iterable[Obst
 def differences(request: Request, copies: Iterable[Copy]) -> Iterator[Block]:
     """Sentences on modified and foreign copies, with the commands that show and replace them."""
     readable = [copy for copy in each_once(copies) if copy.content is not None and not copy.misplaced]
-    others = [copy for copy in readable if not (copy.is_ours or copy.state is State.NEWER)]
+    others = [copy for copy in readable if not (copy.is_ours or copy.is_stale or copy.state is State.NEWER)]
     for scope, there in grouped((copy.scope, copy) for copy in others).items():
-        for (is_found, is_stale), same in grouped(((copy.is_found, copy.is_stale), copy) for copy in there).items():
-            what = "outdated and edited (an update keeps the text as SKILL.md.bak)" if is_stale else "modified"
-            what = what if is_found else "foreign and not counted as installed"
+        for is_found, same in grouped((copy.is_found, copy) for copy in there).items():
+            what = "modified" if is_found else "foreign and not counted as installed"
             yield Line(f"{which_are(what, same)}.", Tone.WARNING if is_found else Tone.BAD)
         yield Command("to see what differs:", request.command(scope, ["diff", "--scope", scope]))
-        if any(not copy.is_stale for copy in there) and not obstacles_to(there):
+        if not obstacles_to(there):
             label = "to replace all that it shows (kept as SKILL.md.bak):"
             yield Command(label, request.command(scope, ["update", "--force", "--scope", scope]))
 
