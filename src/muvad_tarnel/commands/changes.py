@@ -76,7 +76,8 @@ def result_cell(outcome: Outcome, *, dry_run: bool) -> Line:
         former = "" if is_usual else f" ({copy.state.value})"
         return Line((f"would {action}" if dry_run else _DONE[action]) + former, Tone.GOOD)
     text = "already up to date" if copy.state is State.CURRENT else f"{copy.state.value} and left alone"
-    return Line(text, TONES[copy.state])
+    tone = TONES[copy.state]
+    return Line(text, Tone.WARNING if tone is Tone.BAD else tone)  # an unchanged copy is never a failure
 
 
 def summary(outcomes: Sequence[Outcome], *, dry_run: bool) -> Line:
