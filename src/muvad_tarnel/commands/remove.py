@@ -79,7 +79,6 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
         found += [place for place in spelled if place[0] == scope]
     if found:
         return found[0]
-    guess = did_you_mean(text, [directory for each, directory in every if each == scope])
     copy_path = Path(text.removesuffix("/SKILL.md"))
     if others := same + spelled:
         guess = f" For {request.survey.at(*others[0])[0].place}, use --scope {others[0][0]}."
@@ -87,6 +86,8 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
         guess = f" Did you mean '{copy_path.parent}' with --skill {copy_path.name}?"
     elif os.path.isdir(path) and f"{path.parent.name}/{path.name}" in directories_read(AGENT_CONFIG, "project"):  # noqa: PTH112
         guess = f" Use -C {str(path.parents[1])!r}."
+    else:
+        guess = did_you_mean(text, [directory for each, directory in every if each == scope])
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
     copies = (copy for copy in request.survey.copies if copy.scope == scope or not request.is_scope_given)
     in_use = dict.fromkeys(str(copy.root / copy.directory) for copy in copies if copy.exists)

@@ -45,9 +45,10 @@ def status(request: Request, *, check: bool) -> Report:
     lacking = [agent for agent in agents if survey.lacking(agent, scopes)]
     partly = [agent for agent in lacking if agent in finding]
     obstacles = {agent: in_the_way(survey, scopes, agent) for agent in partly if not named}
-    others = [agent for agent in lacking if not obstacles.get(agent)]
-    unnamed = sufficient(survey, scopes, others) if finding else skill.DEFAULT_AGENTS
-    wanted = named or [agent for agent in lacking if agent in request.in_use] or unnamed
+    wanted: Sequence[str] = named or [agent for agent in lacking if agent in request.in_use]
+    if not wanted:
+        others = [agent for agent in lacking if not obstacles.get(agent)]
+        wanted = sufficient(survey, scopes, others) if finding else skill.DEFAULT_AGENTS
     hints = advice(survey, scopes, wanted, about=named or AGENT_CONFIG)
     copies = list(listed(request))
     is_wrong = any(copy.state in _WRONG for copy in copies) or (lacking if named else partly or not finding)
