@@ -27,8 +27,8 @@ Ref recognized_version_pattern(PyObject* pattern) {
     if (std::string_view(Py_TYPE(pattern)->tp_name) != "re.Pattern") return none();
     const Ref text = checked(PyObject_GetAttrString(pattern, "pattern"));
     const Ref flags = checked(PyObject_GetAttrString(pattern, "flags"));
-    constexpr Py_ssize_t multiline_and_unicode =
-        8 + 32;  // re.MULTILINE, and re.UNICODE, which str patterns always have
+    // re.MULTILINE, and re.UNICODE, which str patterns always have
+    constexpr Py_ssize_t multiline_and_unicode = 8 + 32;
     const bool is_same = PyUnicode_CheckExact(text.get()) &&
                          PyUnicode_CompareWithASCIIString(text, version_pattern) == 0 &&
                          PyLong_AsSsize_t(flags) == multiline_and_unicode;
