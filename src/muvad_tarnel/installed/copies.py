@@ -121,13 +121,14 @@ def read_copy(copy: Copy) -> Copy:
     path, file = copy.path, Path(os.path.realpath(copy.path))
     copy = copy.changed(State.MISSING)._replace(file=file)
     try:
-        status = path.stat()
-        if stat.S_ISREG(status.st_mode) and status.st_size <= _LARGEST:
-            content = file.read_bytes()
-            state, version, is_ours = judge(copy.skill, content)
-            return copy._replace(state=state, version=version, is_ours=is_ours, content=content)
-        problem = "too large for a skill's document" if stat.S_ISREG(status.st_mode) else "not a regular file"
-        problem = "a directory is in the way" if stat.S_ISDIR(status.st_mode) else problem
+        kind = path.stat().st_mode
+        problem = "a directory is in the way" if stat.S_ISDIR(kind) else "not a regular file"
+        if stat.S_ISREG(kind):
+            content = beginning_of(file)
+            if len(content) <= _LARGEST:
+                state, version, is_ours = judge(copy.skill, content)
+                return copy._replace(state=state, version=version, is_ours=is_ours, content=content)
+            problem = "too large for a skill's document"
         obstacle: Obstacle | None = Obstacle(str(path), problem, "move it away")
     except (FileNotFoundError, NotADirectoryError):
         obstacle = dangling(path)
@@ -137,6 +138,12 @@ def read_copy(copy: Copy) -> Copy:
     except UnicodeDecodeError as error:
         obstacle = Obstacle(str(path), f"not valid UTF-8 (at byte {error.start})", "correct or remove it")
     return copy._replace(state=State.UNREADABLE, obstacle=obstacle) if obstacle else copy
+
+
+def beginning_of(file: Path) -> bytes:
+    """The content, up to one byte beyond the limit. A link may lead to a file of the kernel that is endless or blocks."""
+    with os.fdopen(os.open(file, os.O_RDONLY | os.O_NONBLOCK | os.O_CLOEXEC), "rb") as stream:
+        return stream.read(_LARGEST + 1) or b""
 
 
 def dangling(path: Path) -> Obstacle | None:
