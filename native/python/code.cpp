@@ -7,6 +7,7 @@
 #include <stdexcept>
 
 #include "python/boundary.hpp"
+#include "python/objects.hpp"
 #include "python/recursion.hpp"
 #include "runtime/unwinder.hpp"
 
@@ -14,12 +15,12 @@ namespace tarnel::python {
 
 namespace {
 
-constexpr char capsule_name[] = "tarnel.native_body";
 constexpr Py_ssize_t constants_of_code = 2;  // the docstring, where functions look for it, and the builtin
 constexpr unsigned builtin_index = 1;
 
-// Read from the capsule's context, which is faster than its pointer: no name is compared.
-NativeBody* body_in(PyObject* capsule) noexcept { return static_cast<NativeBody*>(PyCapsule_GetContext(capsule)); }
+NativeBody* body_in(PyObject* capsule) noexcept {
+    return static_cast<NativeBody*>(PyCapsule_GetPointer(capsule, nullptr));
+}
 
 void destroy_body(PyObject* capsule) noexcept { delete body_in(capsule); }
 
@@ -93,10 +94,9 @@ Ref parameter_names(std::initializer_list<Parameter> parameters, Namespace& modu
 }
 
 Ref capsule_of(std::unique_ptr<NativeBody> native) {
-    Ref capsule = checked(PyCapsule_New(native.get(), capsule_name, destroy_body));
+    Ref capsule = checked(PyCapsule_New(native.get(), nullptr, destroy_body));  // a name would be compared at each call
     // NOLINTNEXTLINE(bugprone-unused-return-value): the capsule owns it from here on
-    NativeBody* body = native.release();
-    checked(PyCapsule_SetContext(capsule, body));
+    native.release();
     return capsule;
 }
 
@@ -120,8 +120,8 @@ Ref make_code(const Definition& definition, Namespace& module, const std::shared
     const Ref capsule =
         capsule_of(std::make_unique<NativeBody>(NativeBody{definition.body, parameters, shared, Ref()}));
     const Ref builtin = checked(PyCFunction_New(&call_body_method, capsule));
-    const Ref doc = checked(PyUnicode_FromString(definition.doc));
-    const Ref constants = checked(PyTuple_Pack(constants_of_code, doc.get(), builtin.get()));
+    const Ref doc = text_of(definition.doc);
+    const Ref constants = tuple_of({doc, builtin});
     const Ref empty = checked(PyTuple_New(0));
     const Ref variables = parameter_names(definition.parameters, module);
     PyObject* name = module.literal(definition.name);

@@ -87,8 +87,10 @@ void make_directory(const SystemPath& path, Parents parents) {
 
 [[noreturn]] void throw_write_error(int error) {
     if (error != EAGAIN) throw_os_error(error);
-    const Ref blocking = checked(
-        PyObject_CallFunction(PyExc_BlockingIOError, "isi", error, "write could not complete without blocking", 0));
+    const Ref number = integer(error);
+    const Ref message = text_of("write could not complete without blocking");
+    const Ref written = integer(0);
+    const Ref blocking = call(PyExc_BlockingIOError, {number, message, written});
     PyErr_SetObject(PyExc_BlockingIOError, blocking);
     throw PythonError{};
 }
@@ -147,16 +149,20 @@ bool read_file(const SystemPath& path, disk::Reading& reading) {
 
 void expect_utf8(std::string_view content) {
     if (core::is_utf8(content)) return;
-    const Ref decoded = checked(PyUnicode_DecodeUTF8(content.data(), static_cast<Py_ssize_t>(content.size()), nullptr));
+    const Ref decoded = text_of(content);  // raises the error
 }
 
 Ref decoded(std::string_view content) {
     const Ref io = Ref::borrow(PyImport_AddModule("_io"));  // always imported: the interpreter can't start without it
     if (io.get() == nullptr) throw PythonError{};
-    const Ref bytes =
-        checked(PyObject_CallMethod(io, "BytesIO", "y#", content.data(), static_cast<Py_ssize_t>(content.size())));
-    const Ref file = checked(PyObject_CallMethod(io, "TextIOWrapper", "Os", bytes.get(), "utf-8"));
-    return checked(PyObject_CallMethod(file, "read", nullptr));
+    const Ref bytes = checked(PyBytes_FromStringAndSize(content.data(), static_cast<Py_ssize_t>(content.size())));
+    const Ref binary_type = attribute(io, "BytesIO");
+    const Ref binary = call(binary_type, {bytes});
+    const Ref file_type = attribute(io, "TextIOWrapper");
+    const Ref encoding = text_of("utf-8");
+    const Ref file = call(file_type, {binary, encoding});
+    const Ref read = attribute(file, "read");
+    return call(read, {});
 }
 
 void make_directories(const SystemPath& path) {

@@ -78,7 +78,7 @@ Ref evaluate(const Default& value, Namespace& module) {
 
 void set_defaults(PyObject* function, std::initializer_list<Parameter> parameters, Namespace& module) {
     const Ref positional = checked(PyList_New(0));
-    const Ref keyword_only = checked(PyDict_New());
+    Ref keyword_only = checked(PyDict_New());
     for (const auto& [name, annotation, default_value, passing] : parameters) {
         if (default_value.kind == Default::Kind::absent) continue;
         const Ref value = evaluate(default_value, module);
@@ -87,9 +87,9 @@ void set_defaults(PyObject* function, std::initializer_list<Parameter> parameter
         else
             checked(PyList_Append(positional, value));
     }
-    const Ref defaults = checked(PyList_AsTuple(positional));
-    if (PyTuple_GET_SIZE(defaults.get()) > 0) checked(PyFunction_SetDefaults(function, defaults));
-    if (PyDict_GET_SIZE(keyword_only.get()) > 0) checked(PyFunction_SetKwDefaults(function, keyword_only));
+    auto* fields = reinterpret_cast<PyFunctionObject*>(function);
+    if (PyList_GET_SIZE(positional.get()) > 0) fields->func_defaults = checked(PyList_AsTuple(positional)).release();
+    if (PyDict_GET_SIZE(keyword_only.get()) > 0) fields->func_kwdefaults = keyword_only.release();
 }
 
 // As a `def` statement stores them: alternating names and texts, which the function turns into a dict on first access.

@@ -33,7 +33,7 @@ class Handling {
     [[nodiscard]] PyObject* error() const noexcept { return error_; }
 
   private:
-    PyThreadState* state_ = PyThreadState_Get();
+    PyThreadState* state_ = thread_state();
     Ref error_;
     _PyErr_StackItem item_{};
 };

@@ -41,7 +41,7 @@ void import_module(Namespace& module, const char* name) {
 }
 
 void import_from(Namespace& module, const char* origin, const char* name) {
-    const Ref names = checked(PyTuple_Pack(1, module.literal(name)));
+    const Ref names = tuple_of({module.literal(name)});
     const Ref found = imported(module, origin, names);
     const Ref value = Ref::steal(PyObject_GetAttr(found, module.literal(name)));
     if (value.get() != nullptr) {

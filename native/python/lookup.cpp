@@ -1,5 +1,7 @@
 #include "python/lookup.hpp"
 
+#include <array>
+
 #include "python/objects.hpp"
 
 namespace tarnel::python {
@@ -8,8 +10,10 @@ namespace {
 
 [[noreturn]] void throw_name_error(PyObject* name) {
     const Ref message = checked(PyUnicode_FromFormat("name '%U' is not defined", name));
-    const Ref error = checked(PyObject_CallOneArg(PyExc_NameError, message));
-    checked(PyObject_SetAttrString(error, "name", name));
+    const std::array<PyObject*, 2> arguments = {message, name};
+    const Ref keyword = text_of("name");
+    const Ref keywords = tuple_of({keyword});
+    const Ref error = checked(PyObject_Vectorcall(PyExc_NameError, arguments.data(), 1, keywords));
     PyErr_SetObject(PyExc_NameError, error);
     throw PythonError{};
 }

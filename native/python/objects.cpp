@@ -71,6 +71,13 @@ std::optional<std::string_view> utf8_of(PyObject* text) {
     return {};
 }
 
+Ref tuple_of(std::initializer_list<PyObject*> items) {
+    Ref tuple = checked(PyTuple_New(std::ssize(items)));
+    Py_ssize_t index = 0;
+    for (PyObject* item : items) PyTuple_SET_ITEM(tuple.get(), index++, Py_NewRef(item));
+    return tuple;
+}
+
 bool is_list_of_texts(PyObject* object) { return PyList_CheckExact(object) && has_only_texts(object); }
 
 bool is_tuple_of_texts(PyObject* object) { return PyTuple_CheckExact(object) && has_only_texts(object); }

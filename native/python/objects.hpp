@@ -37,12 +37,26 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
 
 // A new str from UTF-8.
 [[nodiscard]] inline Ref text_of(std::string_view utf8) {
-    return checked(PyUnicode_FromStringAndSize(utf8.data(), static_cast<Py_ssize_t>(utf8.size())));
+    return checked(PyUnicode_DecodeUTF8(utf8.data(), static_cast<Py_ssize_t>(utf8.size()), nullptr));
 }
 
 // An int object.
 [[nodiscard]] inline Ref integer(std::integral auto value) {
     return checked(PyLong_FromSsize_t(static_cast<Py_ssize_t>(value)));
+}
+
+// A new tuple.
+[[nodiscard]] Ref tuple_of(std::initializer_list<PyObject*> items);
+
+// `object.name`
+[[nodiscard]] inline Ref attribute(PyObject* object, std::string_view name) {
+    const Ref key = text_of(name);
+    return checked(PyObject_GetAttr(object, key));
+}
+
+// `callable(*arguments)`
+[[nodiscard]] inline Ref call(PyObject* callable, std::initializer_list<PyObject*> arguments) {
+    return checked(PyObject_Vectorcall(callable, arguments.begin(), arguments.size(), nullptr));
 }
 
 // Whether the object is a plain str equal to `text`; and whether it is an empty plain str.

@@ -1,6 +1,7 @@
 #include "python/originals.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <string_view>
 
@@ -26,13 +27,12 @@ Ref imported_module(const char* name) {
 }
 
 bool is_text(PyObject* object, const char* utf8) {
-    return object != nullptr && PyUnicode_CheckExact(object) && PyUnicode_CompareWithASCIIString(object, utf8) == 0;
+    return object != nullptr && utf8_of(object) == std::string_view(utf8);
 }
 
 bool contains_text(PyObject* text, std::string_view part) {
-    const char* utf8 = PyUnicode_AsUTF8(text);
-    if (utf8 == nullptr) throw PythonError{};
-    return std::string_view(utf8).find(part) != std::string_view::npos;
+    const auto utf8 = utf8_of(text);
+    return utf8 && utf8->find(part) != std::string_view::npos;
 }
 
 // Whether the object is a Python function of the module, with its own code from the module's file.
@@ -67,13 +67,16 @@ bool is_python_class_of(PyObject* object, const char* module_name, const char* n
 }
 
 bool is_tuple_of_ignored_errnos(PyObject* object) {
-    const Ref expected = checked(Py_BuildValue("(iiii)", ENOENT, ENOTDIR, EBADF, ELOOP));
+    constexpr std::array ignored = {ENOENT, ENOTDIR, EBADF, ELOOP};
+    const Ref expected = checked(PyTuple_New(std::ssize(ignored)));
+    for (std::size_t i = 0; i < ignored.size(); i++)
+        PyTuple_SET_ITEM(expected.get(), static_cast<Py_ssize_t>(i), integer(ignored[i]).release());
     return PyTuple_CheckExact(object) && compare(object, expected, Py_EQ);
 }
 
 bool is_cached_function_of(PyObject* object, const char* module_name, const char* name) {
     if (std::string_view(Py_TYPE(object)->tp_name) != "functools._lru_cache_wrapper") return false;
-    const Ref function = checked(PyObject_GetAttrString(object, "__wrapped__"));
+    const Ref function = attribute(object, "__wrapped__");
     return is_function_of(function, module_name, name);
 }
 
@@ -133,18 +136,18 @@ Found find_in_bases(PyObject* type, PyObject* name) {
 Ref function_inside(PyObject* object, Member kind) {
     const bool is_property = Py_IS_TYPE(object, &PyProperty_Type);
     const bool is_method = Py_IS_TYPE(object, &PyClassMethod_Type) || Py_IS_TYPE(object, &PyStaticMethod_Type);
-    if (kind == Member::property && is_property) return checked(PyObject_GetAttrString(object, "fget"));
+    if (kind == Member::property && is_property) return attribute(object, "fget");
     if ((kind == Member::class_method || kind == Member::static_method) && is_method)
-        return checked(PyObject_GetAttrString(object, "__func__"));
+        return attribute(object, "__func__");
     return Ref::borrow(object);
 }
 
 bool has_defaults(PyObject* function, const char* expected) {
     PyObject* defaults = PyFunction_GET_DEFAULTS(function);
     PyObject* keyword_defaults = PyFunction_GET_KW_DEFAULTS(function);
-    const Ref both = checked(PyTuple_Pack(2, defaults == nullptr ? Py_None : defaults,
-                                          keyword_defaults == nullptr ? Py_None : keyword_defaults));
-    const Ref text = checked(PyObject_Repr(both));
+    const Ref both = tuple_of({defaults == nullptr ? Py_None : defaults,
+                               keyword_defaults == nullptr ? Py_None : keyword_defaults});
+    const Ref text = checked(PyObject_Str(both));
     return is_text(text, expected);
 }
 

@@ -34,14 +34,14 @@ Ref StandardLibrary::home_variable() const {
 bool StandardLibrary::codec_holds() {
     if (codec_.get() == nullptr) find_codec();
     if (codec_.get() == nullptr || !files_.still_hold()) return false;
-    const Ref now = checked(PyObject_CallOneArg(look_up_codec_, codec_name_));
+    const Ref now = call(look_up_codec_, {codec_name_});
     return now.get() == codec_.get();
 }
 
 void StandardLibrary::find_codec() {
     look_up_codec_ = files_.original("codecs", "lookup");
     codec_name_ = checked(PyUnicode_InternFromString("utf-8"));
-    Ref codec = checked(PyObject_CallOneArg(look_up_codec_, codec_name_));
+    Ref codec = call(look_up_codec_, {codec_name_});
     const Ref attributes = checked(PyObject_GenericGetDict(codec, nullptr));
     const Ref decoder = item_if_any(attributes, "incrementaldecoder");
     const Ref encoder = item_if_any(attributes, "incrementalencoder");

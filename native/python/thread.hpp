@@ -14,7 +14,8 @@
 namespace tarnel::python {
 
 // Whether this thread may touch objects.
-inline bool is_attached() noexcept { return _PyThreadState_UncheckedGet() != nullptr; }
+inline PyThreadState* thread_state() noexcept { return _PyThreadState_UncheckedGet(); }
+inline bool is_attached() noexcept { return thread_state() != nullptr; }
 
 [[noreturn]] inline void hang() noexcept {
     for (;;) static_cast<void>(pause());

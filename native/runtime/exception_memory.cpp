@@ -17,23 +17,22 @@ constexpr std::size_t header_size = 128;
 // the data's last page, so that loading the library maps no more memory.
 struct Slot {
     alignas(std::max_align_t) std::array<std::byte, header_size + 32> memory;
+    std::atomic_flag in_use;
 };
-std::array<Slot, 8> slots;
-constinit std::array<std::atomic_flag, slots.size()> in_use = {};
+constinit std::array<Slot, 8> slots = {};
 
 void* take_slot(std::size_t size) noexcept {
-    if (size > sizeof(Slot)) return nullptr;
-    for (std::size_t i = 0; i < slots.size(); i++) {
-        if (!in_use[i].test_and_set(std::memory_order_acquire)) return slots[i].memory.data();
-    }
+    if (size > sizeof(Slot::memory)) return nullptr;
+    for (Slot& slot : slots)
+        if (!slot.in_use.test_and_set(std::memory_order_acquire)) return slot.memory.data();
     return nullptr;
 }
 
 // Returns false if the memory is not a slot.
 bool return_slot(const void* memory) noexcept {
-    for (std::size_t i = 0; i < slots.size(); i++) {
-        if (memory != slots[i].memory.data()) continue;
-        in_use[i].clear(std::memory_order_release);
+    for (Slot& slot : slots) {
+        if (memory != slot.memory.data()) continue;
+        slot.in_use.clear(std::memory_order_release);
         return true;
     }
     return false;

@@ -103,7 +103,7 @@ void execute(Namespace& module) {
     add_result_keywords(module, shared->recognized);
     define(function::_installed_version);
     define(function::_version_tuple);
-    const Ref agents = checked(PyTuple_Pack(1, module.literal("claude")));
+    const Ref agents = python::tuple_of({module.literal("claude")});
     module.bind("DEFAULT_AGENTS", agents);
     define(function::_scope_base);
     define(function::skill_target_path);

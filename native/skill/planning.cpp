@@ -11,9 +11,9 @@ namespace tarnel::skill {
 Ref score_alias() {
     auto* tuple = reinterpret_cast<PyObject*>(&PyTuple_Type);
     auto* integer = reinterpret_cast<PyObject*>(&PyLong_Type);
-    const Ref str_items = checked(Py_BuildValue("(OO)", &PyUnicode_Type, Py_Ellipsis));
+    const Ref str_items = python::tuple_of({reinterpret_cast<PyObject*>(&PyUnicode_Type), Py_Ellipsis});
     const Ref str_tuple = checked(PyObject_GetItem(tuple, str_items));
-    const Ref items = checked(Py_BuildValue("(OOOO)", integer, integer, integer, str_tuple.get()));
+    const Ref items = python::tuple_of({integer, integer, integer, str_tuple});
     return checked(PyObject_GetItem(tuple, items));
 }
 
@@ -47,8 +47,10 @@ Ref _score(const CallContext& context) {
         duplicates += seen.count - 1;
         native_rank += seen.first;
     }
-    const Py_ssize_t size = checked(PyObject_Size(selection));
-    return checked(Py_BuildValue("(nnnO)", duplicates, native_rank, size, selection));
+    const Ref size = integer(checked(PyObject_Size(selection)));
+    const Ref repeated = integer(duplicates);
+    const Ref rank = integer(native_rank);
+    return python::tuple_of({repeated, rank, size, selection});
 }
 
 }  // namespace

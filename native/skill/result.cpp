@@ -1,6 +1,7 @@
 #include "skill/result.hpp"
 
 #include "python/instances.hpp"
+#include "python/objects.hpp"
 #include "skill/names.hpp"
 #include "skill/recognized.hpp"
 
@@ -51,10 +52,11 @@ Ref names_of(Namespace& module, std::initializer_list<const char*> literals) {
 
 void define_skill_result(Namespace& module) {
     const Ref names = class_namespace(module);
+    const Ref no_bases = python::tuple_of({});
     const Ref undecorated =
-        checked(PyObject_CallFunction(reinterpret_cast<PyObject*>(&PyType_Type), "s()O", "SkillResult", names.get()));
+        python::call(reinterpret_cast<PyObject*>(&PyType_Type), {module.literal("SkillResult"), no_bases, names});
     const Ref dataclass = module["dataclass"];
-    const Ref decorated = checked(PyObject_CallOneArg(dataclass, undecorated));
+    const Ref decorated = python::call(dataclass, {undecorated});
     module.bind("SkillResult", decorated);
 }
 

@@ -59,25 +59,25 @@ std::optional<bool> contains_text(PyObject* texts, PyObject* text) {
     return found;
 }
 
-// The fast path of `readers_of`. If it doesn't apply, returns false and may leave readers in the list.
-bool add_plain_readers(PyObject* readers, PyObject* directory, PyObject* agent_roots) {
-    if (!PyUnicode_CheckExact(directory) || !PyDict_CheckExact(agent_roots)) return false;
+// The fast path of `readers_of`; null if it doesn't apply.
+Ref plain_readers(PyObject* directory, PyObject* agent_roots) {
+    if (!PyUnicode_CheckExact(directory) || !PyDict_CheckExact(agent_roots)) return {};
+    Ref readers = checked(PyList_New(0));
     PyObject* key = nullptr;
     PyObject* directories = nullptr;
     for (Py_ssize_t position = 0; PyDict_Next(agent_roots, &position, &key, &directories) != 0;) {
         const std::optional<bool> is_reader = contains_text(directories, directory);
-        if (!is_reader) return false;
+        if (!is_reader) return {};
         if (*is_reader) checked(PyList_Append(readers, key));
     }
-    return true;
+    return readers;
 }
 
 }  // namespace
 
 Ref readers_of(const CallContext& context, PyObject* directory, PyObject* agent_roots) {
+    if (Ref readers = plain_readers(directory, agent_roots); readers.get() != nullptr) return readers;
     Ref readers = checked(PyList_New(0));
-    if (add_plain_readers(readers, directory, agent_roots)) return readers;
-    checked(PyList_SetSlice(readers, 0, PyList_GET_SIZE(readers.get()), nullptr));
     const Ref pairs = context.call_method(agent_roots, name::items);
     for (const Ref& pair : Iteration(pairs)) {
         const auto [key, directories] = unpack_pair(pair);
@@ -186,7 +186,7 @@ void add_roots_of_texts(TableReader& table, PyObject* roots, PyObject* keys) {
     const Ref without_directories = checked(PyList_New(0));
     for (Py_ssize_t i = 0; i < PyTuple_GET_SIZE(tuple.get()); i++) {
         PyObject* key = PyTuple_GET_ITEM(tuple.get(), i);
-        if (checked(PyDict_Contains(roots, key)) != 0 || contains(without_directories, key)) continue;
+        if (contains(roots, key) || contains(without_directories, key)) continue;
         const Ref directories = table.directories(key);
         if (directories.get() != nullptr)
             checked(PyDict_SetItem(roots, key, directories));

@@ -18,19 +18,19 @@ constexpr char version_pattern[] = R"(^version:\s*([0-9][\w.\-]*)\s*$)";
 
 Ref compile_version_pattern(python::Namespace& module) {
     const Ref re = module["re"];
-    const Ref compile = checked(PyObject_GetAttrString(re, "compile"));
-    const Ref flags = checked(PyObject_GetAttrString(re, "MULTILINE"));
-    return checked(PyObject_CallFunction(compile, "sO", version_pattern, flags.get()));
+    const Ref compile = python::attribute(re, "compile");
+    const Ref pattern = python::text_of(version_pattern);
+    const Ref flags = python::attribute(re, "MULTILINE");
+    return python::call(compile, {pattern, flags});
 }
 
 Ref recognized_version_pattern(PyObject* pattern) {
     if (std::string_view(Py_TYPE(pattern)->tp_name) != "re.Pattern") return none();
-    const Ref text = checked(PyObject_GetAttrString(pattern, "pattern"));
-    const Ref flags = checked(PyObject_GetAttrString(pattern, "flags"));
+    const Ref text = python::attribute(pattern, "pattern");
+    const Ref flags = python::attribute(pattern, "flags");
     // re.MULTILINE, and re.UNICODE, which str patterns always have
     constexpr Py_ssize_t multiline_and_unicode = 8 + 32;
-    const bool is_same = PyUnicode_CheckExact(text.get()) &&
-                         PyUnicode_CompareWithASCIIString(text, version_pattern) == 0 &&
+    const bool is_same = python::utf8_of(text) == std::string_view(version_pattern) &&
                          PyLong_AsSsize_t(flags) == multiline_and_unicode;
     return is_same ? Ref::borrow(pattern) : none();
 }
@@ -38,8 +38,9 @@ Ref recognized_version_pattern(PyObject* pattern) {
 namespace {
 
 constexpr core::CharacterClasses character_classes = {
-    .is_space = [](char32_t character) { return Py_UNICODE_ISSPACE(character) != 0; },
-    .is_word = [](char32_t character) { return Py_UNICODE_ISALNUM(character) != 0; },
+    .is_space = [](char32_t character) { return _PyUnicode_IsWhitespace(character) != 0; },
+    // Every decimal character and digit is numeric.
+    .is_word = [](char32_t character) { return _PyUnicode_IsAlpha(character) + _PyUnicode_IsNumeric(character) != 0; },
     .digit = [](char32_t character) -> std::optional<int> {
         const int value = Py_UNICODE_TODECIMAL(character);
         return value < 0 ? std::nullopt : std::optional(value);
@@ -190,7 +191,7 @@ Ref leading_number(const CallContext& context, PyObject* piece) {
     const Ref match = context.call_method(re, name::match, {context[literal::leading_digits], piece});
     if (!is_true(match)) return integer(0);
     const Ref digits = context.call_method(match, name::group);
-    return checked(PyObject_CallOneArg(reinterpret_cast<PyObject*>(&PyLong_Type), digits));
+    return python::call(reinterpret_cast<PyObject*>(&PyLong_Type), {digits});
 }
 
 Ref _version_tuple(const CallContext& context) {

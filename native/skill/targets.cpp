@@ -63,7 +63,7 @@ std::optional<Base> plain_base(const CallContext& context, PyObject* scope, PyOb
     if (python::is_same_text(scope, context[literal::user])) return home_base(context);
     if (!python::is_same_text(scope, context[literal::project])) return {};
     if (is_given(project_root)) return root_base(context, project_root);
-    const Ref current = checked(PyObject_CallNoArgs(context.standard_library().getcwd()));
+    const Ref current = python::call(context.standard_library().getcwd(), {});
     return root_base(context, current);
 }
 
@@ -106,7 +106,7 @@ PyObject* Target::object() {
 
 void Target::make_object() {
     auto* type = reinterpret_cast<PyObject*>(context_.standard_library().posix_path_type());
-    if (plain_) object_ = checked(PyObject_CallOneArg(type, plain_->text()));
+    if (plain_) object_ = python::call(type, {plain_->text()});
     plain_.reset();
 }
 
