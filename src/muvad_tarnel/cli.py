@@ -45,7 +45,7 @@ def main() -> None:
         sys.exit(command_line(prog_name="muvad-tarnel", standalone_mode=False))
     except click.ClickException as error:
         failure = error
-    except (click.Abort, KeyboardInterrupt):
+    except click.Abort:  # after Ctrl-C
         sys.exit(130)
     except OSError as error:  # from the help, version or completion, which click prints
         silence(sys.stdout)

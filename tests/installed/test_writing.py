@@ -133,12 +133,13 @@ class TestFailures:
         assert set(home.rglob("*")) == before
         assert kind == "missing" or copy_in(home, ".claude/skills").read_bytes() == text_of(kind)
 
-    def test_ctrl_c_leaves_whole_files(self, home: Path) -> None:
+    @pytest.mark.parametrize("moment", ["os.fsync = stop", "sys.meta_path[:] = [type('', (), {'find_spec': stop})]"])
+    def test_ctrl_c_leaves_whole_files(self, home: Path, moment: str) -> None:
         put(home, ".claude/skills", "outdated")
         script = (
-            "import os, sys; from muvad_tarnel.cli import main\n"
+            "import os, sys; from muvad_tarnel.__main__ import main\n"
             "import signal; signal.signal(signal.SIGINT, signal.default_int_handler)  # ignored in the background\n"
-            "os.fsync = lambda _: os.kill(os.getpid(), signal.SIGINT)\n"
+            f"stop = lambda *_: os.kill(os.getpid(), signal.SIGINT); {moment}\n"
             "sys.argv[1:] = ['skill', 'install']; main()"
         )
         ran = subprocess.run([COMMAND[0], "-c", script], check=False, capture_output=True, text=True, timeout=60)
