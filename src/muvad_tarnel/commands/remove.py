@@ -45,19 +45,21 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
         request.scopes = tuple(dict.fromkeys(scope for scope, _ in places))
     else:
         places = [(request.scope, directory) for directory in directories_read(AGENT_CONFIG, request.scope)]
-    wanted = (copy for place in places for copy in survey.at(*place) if not names or copy.skill in names)
+    wanted = [copy for place in places for copy in survey.at(*place) if not names or copy.skill in names]
     there = grouped((parent_resolved(copy.link or copy.file), copy) for copy in wanted if copy.exists or copy.link)
     obstacle_to, change = partial(writing.obstacle_to_removing, force=force), partial(writing.remove, force=force)
     outcomes = list(change_each(request, (same[0] for same in there.values()), obstacle_to, change, "remove"))
     done = [outcome.copy for outcome in outcomes if outcome.is_done]
-    if backups := sorted(str(path) for copy in done for path in copy.path.parent.glob("SKILL.md.bak*")):
+    if backups := sorted(str(path) for copy in wanted for path in copy.path.parent.glob("SKILL.md.bak*")):
         request.console.note(f"backups left: {joined(backups)}", is_important=True)
     losses = list(lost(request, done))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
     if not outcomes:
-        own = {c.place for c in survey.copies if c.is_ours and c.scope == "user" and ("project", c.directory) in places}
+        other = "user" if "project" in request.scopes else "project"
+        ours = (copy for copy in survey.copies if copy.is_ours and copy.scope == other)
+        own = {copy.place for copy in ours if not directories or ("project", copy.directory) in places}
         where = f"in {joined(request.place(*each) for each in places)}" if directories else f"at {request.scope} scope"
-        elsewhere = f"; for those in {joined(sorted(own))}, use --scope user" if directories and own else ""
+        elsewhere = f"; for those in {joined(sorted(own))}, use --scope {other}" if own else ""
         remarks = [Line(f"Nothing to remove {where}{elsewhere}.", Tone.GOOD)]
     report = report_of(request, outcomes, (), remarks)
     again = [] if request.dry_run else advised(request, losses, "to install again:")
@@ -80,19 +82,21 @@ def meant(request: Request, text: str) -> tuple[Scope, str]:
     if found:
         return found[0]
     copy_path = Path(text.removesuffix("/SKILL.md"))
+    problem = "unknown skills directory"
     if others := same + spelled:
+        problem = f"no skills directory at {scope} scope:"
         guess = f" For {request.survey.at(*others[0])[0].place}, use --scope {others[0][0]}."
     elif copy_path.name in skill.SKILL_TEMPLATES and copy_path.parent.name == "skills":
         guess = f" Did you mean '{copy_path.parent}' with --skill {copy_path.name}?"
     elif os.path.isdir(path) and f"{path.parent.name}/{path.name}" in directories_read(AGENT_CONFIG, "project"):  # noqa: PTH112
-        guess = f" Use -C {str(path.parents[1])!r}."
+        problem, guess = "a skills directory of another project:", f" Use -C {str(path.parents[1])!r}."
     else:
         guess = did_you_mean(text, [directory for each, directory in every if each == scope])
     # Suggest only the directories in use: they are the likely ones, and all would fill the screen.
     copies = (copy for copy in request.survey.copies if copy.scope == scope or not request.is_scope_given)
     in_use = dict.fromkeys(str(copy.root / copy.directory) for copy in copies if copy.exists)
     installed = f"; skills are installed in {', '.join(in_use)}" if in_use else ""
-    raise click.BadParameter(f"unknown skills directory {text!r}{installed}.{guess}", param_hint="DIRECTORY")
+    raise click.BadParameter(f"{problem} {text!r}{installed}.{guess}", param_hint="DIRECTORY")
 
 
 def parent_resolved(path: Path) -> Path:
@@ -104,7 +108,7 @@ def lost(request: Request, copies: Sequence[Copy]) -> Iterator[Hint]:
     """Hints for agents that lose skills: detected ones, those with one directory, and a reader of every other copy."""
     how = "would no longer" if request.dry_run else "no longer"
     for scope in request.scopes:
-        losses = request.survey.losses(copies, scope)
+        losses = request.survey.losses(copies, [scope])
         told = {each for each in losses if each in request.in_use or len(AGENT_CONFIG[each].directories(scope)) == 1}
         for readers in [readers_of(copy.directory, scope, losses) for copy in copies if copy.scope == scope]:
             if told.isdisjoint(readers):

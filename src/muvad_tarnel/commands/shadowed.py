@@ -80,8 +80,9 @@ def choice(request: Request, shadows: Sequence[Shadow], kept: Container[Copy]) -
             yield Command("", request.command(scope, ("update", "--scope", scope, "--force")))
     where = {"user": "in other repositories", "project": "in other clones of this repository"}
     for scope, there in grouped((copy.scope, copy) for copy in copies if copy not in kept).items():
-        losing = request.survey.losses(there, scope)
-        loss = f" ({names_of(list(losing))} would lose it {where[scope]})" if losing else ""
+        losing, here = (list(request.survey.losses(there, scopes)) for scopes in ([scope], SCOPES))
+        also = f", {names_of(here)} also here" if here else ""
+        loss = f" ({names_of(losing)} would lose it {where[scope]}{also})" if losing else ""
         yield Line(f"Remove the {scope} copy{loss}:")
         obstacles = {copy: obstacle_to_removing(copy, force=True) for copy in there}
         yield from (Line(f"{obstacle}.", Tone.BAD) for obstacle in dict.fromkeys(obstacles.values()) if obstacle)
@@ -116,5 +117,5 @@ def way_out(request: Request, copy: Copy) -> Record:
         "removes": str(copy.path),
         "command": None if obstacle else request.command(copy.scope, removal_of([copy])),
         "problem": obstacle and obstacle.problem,
-        "loses": list(request.survey.losses([copy], copy.scope)),
+        "loses": list(request.survey.losses([copy], [copy.scope])),
     }

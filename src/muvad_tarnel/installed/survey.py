@@ -1,6 +1,6 @@
 """A snapshot of the disk: all copies of all skills, and the agents that find them. All reports and hints use one."""
 
-from collections.abc import Iterable, Iterator
+from collections.abc import Iterable, Iterator, Sequence
 from dataclasses import dataclass
 from functools import cached_property
 from itertools import product
@@ -117,11 +117,11 @@ class Survey:
             pairs += [(pair, agent) for pair in of_ours if both.isdisjoint(copy.file for copy in pair)]
         return [Shadow(user, project, found_by) for (user, project), found_by in grouped(pairs).items()]
 
-    def losses(self, copies: Iterable[Copy], scope: Scope) -> dict[str, list[str]]:
-        """The skills that agents would no longer find at a scope if the copies were removed, by agent."""
+    def losses(self, copies: Iterable[Copy], scopes: Sequence[Scope]) -> dict[str, list[str]]:
+        """The skills that agents would no longer find at any of the scopes without the copies, by agent."""
         after = self.changed(State.MISSING, copies)
-        lacking = ((agent, name) for agent in AGENT_CONFIG for name in after.lacking(agent, [scope]))
-        return grouped((agent, name) for agent, name in lacking if self.finds(agent, scope, name))
+        lacking = ((agent, name) for agent in AGENT_CONFIG for name in after.lacking(agent, scopes))
+        return grouped((agent, name) for agent, name in lacking if name not in self.lacking(agent, scopes))
 
     def changed(self, state: State, copies: Iterable[Copy]) -> "Survey":
         """The survey after the files of some copies have been written or removed."""
