@@ -54,7 +54,7 @@ def redundant(survey: Survey) -> list[Path]:
         for file, copies in by_file(copy for copy in survey.copies if copy.exists).items()
         if copies[0].is_found
         and not any(obstacle_to_removing(copy, force=False) for copy in copies)
-        and not any(survey.losses(copies, scope) for scope in survey.roots)
+        and not any(survey.losses(copies, [scope]) for scope in survey.roots)
     ]
 
 

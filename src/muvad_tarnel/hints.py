@@ -111,7 +111,7 @@ def doubled(survey: Survey, scopes: Sequence[Scope], agents: Sequence[str], when
     if needless := removing(survey, scopes, agents):
         return [f"{when}{hint.reason}." for hint in needless]
     kept = [(copy.place, obstacle_to_removing(copy, force=False)) for copy in doubles]
-    reasons = dict.fromkeys(f"A copy in {place} is kept: {why.problem}." for place, why in kept if why)
+    reasons = dict.fromkeys(f"No removal is suggested for {place}: {why.problem}." for place, why in kept if why)
     return list(reasons) or ["Skills found twice can stay: other agents need each copy."]
 
 

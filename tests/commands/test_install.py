@@ -52,9 +52,10 @@ def test_a_plan_gives_its_reasons(project: Path) -> None:
     for there, asked, said in (
         (".none/skills missing", "claude cursor", "shared, instead of its preferred one"),
         (".windsurf/skills current", "devin zed", "After the install, Windsurf and Devin find every skill in .agents"),
-        (".windsurf/skills modified", "devin zed", "A copy in .windsurf/skills is kept: modified."),
-        (".windsurf/skills current", "devin kiro", "shared: copies are there already\nDevin and Kiro would find"),
+        (".windsurf/skills modified", "devin zed", "No removal is suggested for .windsurf/skills: modified."),
+        (".windsurf/skills current", "devin kiro", "copies are there already\nDevin and Kiro would find"),
         (".claude/skills current", "droid", "instead of its preferred one, where others would find skills twice"),
+        (".factory/skills current tarnel", "droid", "instead of its preferred one, where others would find skills twice"),
         (".factory/skills foreign", "droid", "instead of its preferred one, which holds another text"),
     ):
         put(project, *there.split())

@@ -50,7 +50,7 @@ def test_finds_are_listed_by_agent(home: Path) -> None:
     ("agent", "user", "other", "effect"),
     [
         ("claude", ".claude/skills", ".claude/skills", "user copy hides project copy"),
-        ("windsurf", ".codeium/windsurf/skills", ".windsurf/skills", "unknown (not documented)"),
+        ("windsurf", ".codeium/windsurf/skills", ".windsurf/skills", "not documented by the agent"),
     ],
 )
 def test_shadows(home: Path, project: Path, *, agent: str, user: str, other: str, effect: str) -> None:

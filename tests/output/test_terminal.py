@@ -20,7 +20,7 @@ def test_tables_fit_and_lose_nothing(home: Path, project: Path, command: str, co
     all_agents = () if "agent" in command else ("--all-agents",)
     arguments = ("skill", *command.split(), *all_agents, "--color", "never")
     screen, wide = (run_on_terminal(*arguments, columns=width) for width in (columns, 1000))
-    unbroken = re.compile(r"note: |Error: | +(to \w+.*:|removed) ")
+    unbroken = re.compile(r"note: |Error: |\w+ scope: | +(to \w+.*:|removed) ")
     whole = [line for line in screen.lines if not unbroken.match(line)]
     assert [line for line in whole if len(line) > columns] == []
     assert "shadowed" not in command or ("Effect: " in screen.text) is (columns <= 60)

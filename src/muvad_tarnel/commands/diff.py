@@ -29,7 +29,7 @@ def diff(request: Request) -> Report:
     obstacles = obstacles_of(request, others)
     differing = [copy for copy in others if copy.content is not None and not copy.misplaced]
     if not differing:
-        request.console.note("no readable copy is modified, newer or foreign")
+        request.console.note(f"no {'other ' if others else ''}copy is modified, newer or foreign")
     return Report(
         [Document("".join(map(unified, differing)), is_diff=True)] if differing else [],
         [copy_record(copy) | {"difference": difference(copy), "diff": unified(copy)} for copy in differing],

@@ -5,6 +5,7 @@ from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.wording import agent_records
 from muvad_tarnel.hints import doubled, joined, who_find
+from muvad_tarnel.installed.copies import State
 from muvad_tarnel.installed.survey import grouped
 from muvad_tarnel.output.report import Block, Line, Record, Report, Table, Tone
 from muvad_tarnel.planning import Plan, obstacles_to
@@ -61,10 +62,10 @@ def why(chosen: Plan, directory: str, agent: str) -> Line:
     if copies[0].file == preferred[0].file:
         return Line("its preferred directory")
     if any(copy.is_found for copy in copies):
-        return Line("shared: copies are there already")
+        return Line("copies are there already")
     if len(chosen.directories[directory]) > 1:
         return Line("shared, instead of its preferred one")
-    is_taken = any(copy.exists or obstacles_to([copy]) for copy in preferred)
+    is_taken = any(copy.state is State.FOREIGN or obstacles_to([copy]) for copy in preferred)
     problem = "which holds another text or cannot be written" if is_taken else "where others would find skills twice"
     return Line(f"instead of its preferred one, {problem}")
 

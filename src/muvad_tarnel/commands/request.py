@@ -38,7 +38,7 @@ class Request:
             raise click.UsageError("--agent, --all-agents and --detect cannot be combined.")
         self.console = console
         self.dry_run = dry_run
-        self.project = project and project.absolute()
+        self.project = project and (project.resolve() if ".." in project.parts else project.absolute())
         if scope is None and project and scoping != "pair":
             scope = "project"
         self.is_scope_given = scope is not None

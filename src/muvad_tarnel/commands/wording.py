@@ -22,7 +22,7 @@ EFFECTS = {
     "user": "user copy hides project copy",
     "project": "project copy hides user copy",
     "both": "both are listed",
-    "unknown": "unknown (not documented)",
+    "unknown": "not documented by the agent",
 }
 
 
@@ -82,7 +82,8 @@ def differences(request: Request, copies: Iterable[Copy]) -> Iterator[Block]:
             yield Line(f"{which_are(what, same)}.", Tone.WARNING if is_found else Tone.BAD)
         yield Command("to see what differs:", request.command(scope, ["diff", "--scope", scope]))
         if not obstacles_to(there):
-            label = "to replace all that it shows (kept as SKILL.md.bak):"
+            newer = any(copy.state is State.NEWER and copy.scope == scope for copy in request.survey.copies)
+            label = f"to replace all that it shows{', newer copies too' * newer} (kept as SKILL.md.bak):"
             yield Command(label, request.command(scope, ["update", "--force", "--scope", scope]))
 
 

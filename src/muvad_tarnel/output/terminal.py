@@ -44,7 +44,7 @@ def draw(console: Console, block: Block, *, is_narrow: bool) -> None:
     match block:
         case Table():
             if block.title:
-                console.print(Text(printable(block.title), "bold"))
+                console.print(Text(printable(block.title), "bold"), soft_wrap=True)
             console.print(stack_of(block) if is_narrow else grid_of(block, widths_of(block, console.width)))
         case Line():
             console.print(text_of(block))
