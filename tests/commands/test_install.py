@@ -55,7 +55,7 @@ def test_a_plan_gives_its_reasons(project: Path) -> None:
         (".windsurf/skills modified", "devin zed", "No removal is suggested for .windsurf/skills: modified."),
         (".windsurf/skills current", "devin kiro", "copies are there already\nDevin and Kiro would find"),
         (".claude/skills current", "droid", "instead of its preferred one, where others would find skills twice"),
-        (".factory/skills current tarnel", "droid", "instead of its preferred one, where others would find skills twice"),
+        (".factory/skills current tarnel", "droid", "preferred one, where others would find skills twice"),
         (".factory/skills foreign", "droid", "instead of its preferred one, which holds another text"),
     ):
         put(project, *there.split())

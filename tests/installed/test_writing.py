@@ -167,7 +167,7 @@ class TestOthers:
         assert edited.with_name("SKILL.md.bak").read_bytes() == text_of("outdated, edited")
         assert len(files(home)) == len(SKILL_TEMPLATES) + 1
 
-    def test_an_edit_after_the_reading_is_kept(self, home: Path) -> None:
+    def test_an_edit_after_the_reading_is_kept(self, home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
         path = put(home, ".claude/skills", "outdated", "tarnel")
         copy = read_directory("user", home, ".claude/skills")[0]
         path.write_text("mine")
@@ -178,6 +178,11 @@ class TestOthers:
         assert (kept.read_text(), path.read_bytes()) == ("mine", text_of("current"))
         inode = path.stat().st_ino
         assert (writing.replace(copy), path.stat().st_ino) == (None, inode), "another installer got there first"
+        path.write_text("mine again")
+        current, link = text_of("current") or b"", os.link
+        monkeypatch.setattr(os, "link", lambda *names, **how: (path.write_bytes(current), link(*names, **how)))
+        assert writing.replace(copy) is None, "another installer got there before the backup"
+        assert files(path.parent) == {"SKILL.md", "SKILL.md.bak"}
 
     def test_backups_are_never_written_over(self, home: Path, tmp_path: Path, monkeypatch: pytest.MonkeyPatch) -> None:
         copy = put(home, ".claude/skills", "modified", "tarnel")

@@ -70,6 +70,9 @@ def replace(copy: Copy) -> Path | None:
             if now.state is State.CURRENT:  # another installer got there first
                 return None
             kept = keep(copy.file) if now.exists and not now.is_ours else None
+            if kept and read_copy(copy._replace(path=kept)).is_ours:  # it got there in between
+                kept.unlink()
+                kept = None
             temporary.replace(copy.file)
             return kept
     finally:
