@@ -125,7 +125,6 @@ Ref make_code(const Definition& definition, Namespace& module, const std::shared
     const Ref empty = checked(PyTuple_New(0));
     const Ref variables = parameter_names(definition.parameters, module);
     PyObject* name = module.literal(definition.name);
-    const Ref file = module.file();
     const Bytes units = instructions(static_cast<unsigned>(parameters));
     const Ref unit_bytes = units.object();
     const Ref lines = line_table(units.size / 2).object();
@@ -137,7 +136,7 @@ Ref make_code(const Definition& definition, Namespace& module, const std::shared
     constexpr int first_line = 1;
     Ref code = checked(reinterpret_cast<PyObject*>(PyUnstable_Code_NewWithPosOnlyArgs(
         positional, positional_only, parameters - positional, parameters, stack_size, flags, unit_bytes, constants,
-        empty, variables, empty, empty, file, name, name, first_line, lines, exceptions)));
+        empty, variables, empty, empty, module.file(), name, name, first_line, lines, exceptions)));
     body_in(capsule)->code = checked(PyWeakref_NewRef(code, nullptr));
     return code;
 }

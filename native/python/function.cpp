@@ -1,5 +1,6 @@
 #include "python/function.hpp"
 
+#include <algorithm>
 #include <atomic>
 #include <stdexcept>
 
@@ -77,6 +78,8 @@ Ref evaluate(const Default& value, Namespace& module) {
 }
 
 void set_defaults(PyObject* function, std::initializer_list<Parameter> parameters, Namespace& module) {
+    const auto is_required = [](const Parameter& each) { return each.default_value.kind == Default::Kind::absent; };
+    if (std::ranges::all_of(parameters, is_required)) return;
     const Ref positional = checked(PyList_New(0));
     Ref keyword_only = checked(PyDict_New());
     for (const auto& [name, annotation, default_value, passing] : parameters) {

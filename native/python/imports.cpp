@@ -25,11 +25,10 @@ Ref imported(Namespace& module, const char* name, PyObject* names) {
 void run_import_from(Namespace& module, const char* origin, const char* name) {
     constexpr int optimization_of_the_interpreter = -1;
     const Ref statement = checked(PyUnicode_FromFormat("from %s import %s", origin, name));
-    const char* source = PyUnicode_AsUTF8(statement);
+    const char* source = PyUnicode_AsUTF8AndSize(statement, nullptr);
     if (source == nullptr) throw PythonError{};
-    const Ref file = module.file();
     const Ref code =
-        checked(Py_CompileStringObject(source, file, Py_file_input, nullptr, optimization_of_the_interpreter));
+        checked(Py_CompileStringObject(source, module.file(), Py_file_input, nullptr, optimization_of_the_interpreter));
     const Ref nothing = checked(PyEval_EvalCode(code, module.dict(), module.dict()));
 }
 

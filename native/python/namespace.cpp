@@ -15,7 +15,7 @@ PyObject* Literals::operator[](const char* text) {
         Entry& entry = entries_[index];
         if (entry.text == text) return entry.interned;
         if (entry.text == nullptr) {
-            entry.interned = checked(PyUnicode_InternFromString(text));
+            entry.interned = interned(text);
             entry.text = text;
             return entry.interned;
         }
@@ -26,10 +26,11 @@ PyObject* Literals::operator[](const char* text) {
 
 Ref Namespace::operator[](const char* name) { return look_up(dict_, PyEval_GetBuiltins(), literals_[name]); }
 
-Ref Namespace::file() {
-    Ref file = item_if_any(dict_, literals_["__file__"]);
-    if (file.get() != nullptr && PyUnicode_Check(file.get())) return file;
-    return Ref::borrow(literals_["<extension module>"]);  // the module is linked into an executable
+PyObject* Namespace::file() {
+    if (file_.get() == nullptr) file_ = item_if_any(dict_, literals_["__file__"]);
+    if (file_.get() == nullptr || !PyUnicode_Check(file_.get()))
+        file_ = Ref::borrow(literals_["<extension module>"]);  // the module is linked into an executable
+    return file_;
 }
 
 }  // namespace tarnel::python

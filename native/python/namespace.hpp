@@ -35,12 +35,13 @@ class Namespace {
 
     void bind(const char* name, PyObject* value) { checked(PyDict_SetItem(dict_, literals_[name], value)); }
 
-    // The file name shown in tracebacks through the module.
-    [[nodiscard]] Ref file();
+    // The file name shown in tracebacks through the module. Borrowed.
+    [[nodiscard]] PyObject* file();
 
   private:
     PyObject* dict_;
     Literals literals_;
+    Ref file_;
 };
 
 }  // namespace tarnel::python

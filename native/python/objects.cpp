@@ -10,6 +10,7 @@ namespace tarnel::python {
 namespace {
 
 constexpr int pair_size = 2;
+constexpr Py_UCS4 largest_ascii = 0x7F;
 
 // The iterator for unpacking. A non-iterable object gets the interpreter's error for unpacking.
 Ref iterator_to_unpack(PyObject* iterable) {
@@ -57,7 +58,7 @@ Ref item_if_any(PyObject* dict, PyObject* key) {
 }
 
 Ref item_if_any(PyObject* dict, const char* key) {
-    const Ref name = checked(PyUnicode_InternFromString(key));
+    const Ref name = interned(key);
     return item_if_any(dict, name);
 }
 
@@ -69,6 +70,14 @@ std::optional<std::string_view> utf8_of(PyObject* text) {
     if (PyErr_ExceptionMatches(PyExc_UnicodeEncodeError) == 0) throw PythonError{};
     PyErr_Clear();
     return {};
+}
+
+Ref interned(std::string_view ascii) {
+    Ref text = checked(PyUnicode_New(std::ssize(ascii), largest_ascii));
+    std::ranges::copy(ascii, static_cast<char*>(PyUnicode_DATA(text.get())));
+    PyObject* unique = text.release();
+    PyUnicode_InternInPlace(&unique);
+    return Ref::steal(unique);
 }
 
 Ref tuple_of(std::initializer_list<PyObject*> items) {
@@ -92,7 +101,6 @@ Ref joined_ascii(std::initializer_list<Piece> pieces) {
         if (!is_ascii) return {};
         length += object == nullptr ? literal.size() : static_cast<std::size_t>(PyUnicode_GET_LENGTH(object));
     }
-    constexpr Py_UCS4 largest_ascii = 0x7F;
     Ref whole = checked(PyUnicode_New(static_cast<Py_ssize_t>(length), largest_ascii));
     auto* end = static_cast<char*>(PyUnicode_DATA(whole.get()));
     for (const auto& [literal, object] : pieces) {
@@ -124,7 +132,7 @@ Ref joined(std::initializer_list<Piece> pieces) {
         length += static_cast<std::size_t>(PyUnicode_GET_LENGTH(text.get()));
         largest = std::max(largest, PyUnicode_MAX_CHAR_VALUE(text.get()));
     }
-    Ref whole = checked(PyUnicode_New(static_cast<Py_ssize_t>(length), std::max<Py_UCS4>(largest, 0x7F)));
+    Ref whole = checked(PyUnicode_New(static_cast<Py_ssize_t>(length), std::max(largest, largest_ascii)));
     Py_ssize_t end = 0;
     index = 0;
     for (const auto& [literal, object] : pieces) {

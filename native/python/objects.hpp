@@ -40,6 +40,9 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
     return checked(PyUnicode_DecodeUTF8(utf8.data(), static_cast<Py_ssize_t>(utf8.size()), nullptr));
 }
 
+// An interned str from ASCII characters.
+[[nodiscard]] Ref interned(std::string_view ascii);
+
 // An int object.
 [[nodiscard]] inline Ref integer(std::integral auto value) {
     return checked(PyLong_FromSsize_t(static_cast<Py_ssize_t>(value)));

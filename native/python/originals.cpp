@@ -19,7 +19,7 @@ namespace {
 
 // The module if it has been imported, else null.
 Ref imported_module(const char* name) {
-    const Ref key = checked(PyUnicode_InternFromString(name));
+    const Ref key = interned(name);
     Ref module = Ref::steal(PyImport_GetModule(key));
     if (module.get() == nullptr && PyErr_Occurred() != nullptr) throw PythonError{};
     if (module.get() != nullptr && !PyModule_CheckExact(module.get())) return {};
@@ -134,8 +134,9 @@ Found find_in_bases(PyObject* type, PyObject* name) {
 
 // The function that a property, class method or static method wraps; else the object itself.
 Ref function_inside(PyObject* object, Member kind) {
-    const bool is_property = Py_IS_TYPE(object, &PyProperty_Type);
-    const bool is_method = Py_IS_TYPE(object, &PyClassMethod_Type) || Py_IS_TYPE(object, &PyStaticMethod_Type);
+    auto* type = reinterpret_cast<PyObject*>(Py_TYPE(object));
+    const bool is_property = is_type_named(type, "property", true);
+    const bool is_method = is_type_named(type, "classmethod", true) || is_type_named(type, "staticmethod", true);
     if (kind == Member::property && is_property) return attribute(object, "fget");
     if ((kind == Member::class_method || kind == Member::static_method) && is_method)
         return attribute(object, "__func__");
@@ -158,8 +159,8 @@ bool is_original_function(PyObject* function, PyObject* owner, const Attribute& 
     const Ref qualified_name =
         checked(PyUnicode_FromFormat("%s.%s", reinterpret_cast<PyTypeObject*>(owner)->tp_name, attribute.name));
     const bool is_abstract = is_text(module, "collections.abc");  // defined in another module
-    const char* module_name = is_abstract ? "_collections_abc" : PyUnicode_AsUTF8(module);
-    const char* name = PyUnicode_AsUTF8(qualified_name);
+    const char* module_name = is_abstract ? "_collections_abc" : PyUnicode_AsUTF8AndSize(module, nullptr);
+    const char* name = PyUnicode_AsUTF8AndSize(qualified_name, nullptr);
     if (module_name == nullptr || name == nullptr) throw PythonError{};
     return is_function_of(function, module_name, name) && has_defaults(function, attribute.defaults);
 }
@@ -264,7 +265,7 @@ bool Originals::find_name(const Name& name) {
     const Ref module = imported_module(name.module);
     if (module.get() == nullptr) return false;
     PyObject* dict = PyModule_GetDict(module);
-    Ref key = checked(PyUnicode_InternFromString(name.name));
+    Ref key = interned(name.name);
     Ref value = item_if_any(dict, key);
     if (value.get() == nullptr || !is_original(value, name)) return false;
     if (name.kind == Kind::function) add_function(value);
@@ -278,7 +279,7 @@ bool Originals::find_no_hidden_builtins(const char* module_name) {
     if (module.get() == nullptr) return false;
     PyObject* dict = PyModule_GetDict(module);
     for (const Name& builtin : builtins_) {
-        Ref key = checked(PyUnicode_InternFromString(builtin.name));
+        Ref key = interned(builtin.name);
         if (item_if_any(dict, key).get() != nullptr) return false;
         entries_.push_back({Ref::borrow(dict), std::move(key), Ref()});
     }
@@ -292,7 +293,7 @@ bool Originals::find_class(const Class& definition) {
     if (type.get() == nullptr || !PyType_Check(type.get())) return false;
     Attributes attributes(type);
     for (const Attribute& attribute : definition.attributes) {
-        Ref name = checked(PyUnicode_InternFromString(attribute.name));
+        Ref name = interned(attribute.name);
         Found found = find_in_bases(type, name);
         if (!is_original(found, attribute)) return false;
         if (found.value.get() != nullptr) {
@@ -318,7 +319,7 @@ Ref Originals::original_class(std::string_view module, std::string_view name) co
 }
 
 void Originals::add(PyObject* dict, const char* key) {
-    Ref name = checked(PyUnicode_InternFromString(key));
+    Ref name = interned(key);
     Ref value = item_if_any(dict, name);
     if (value.get() != nullptr && PyFunction_Check(value.get())) add_function(value);
     watcher_.watch(dict);

@@ -13,7 +13,7 @@ bool StandardLibrary::paths_hold() {
 // `os.environ` stores the encoded variables in a dictionary attribute, next to its encode and decode functions.
 void StandardLibrary::find_environment() {
     const Ref environ = files_.original("os", "environ");
-    const Ref attributes = checked(PyObject_GenericGetDict(environ, nullptr));
+    const Ref attributes = attribute(environ, "__dict__");
     Ref variables = item_if_any(attributes, "_data");
     if (variables.get() == nullptr || !PyDict_CheckExact(variables.get())) return;
     for (const char* name : {"_data", "decodevalue", "encodekey"}) files_.add(attributes, name);
@@ -40,9 +40,9 @@ bool StandardLibrary::codec_holds() {
 
 void StandardLibrary::find_codec() {
     look_up_codec_ = files_.original("codecs", "lookup");
-    codec_name_ = checked(PyUnicode_InternFromString("utf-8"));
+    codec_name_ = interned("utf-8");
     Ref codec = call(look_up_codec_, {codec_name_});
-    const Ref attributes = checked(PyObject_GenericGetDict(codec, nullptr));
+    const Ref attributes = attribute(codec, "__dict__");
     const Ref decoder = item_if_any(attributes, "incrementaldecoder");
     const Ref encoder = item_if_any(attributes, "incrementalencoder");
     if (decoder.get() != files_.original_class("encodings.utf_8", "IncrementalDecoder").get() ||

@@ -2,12 +2,14 @@
 
 #include <utility>
 
+#include "python/objects.hpp"
+
 namespace tarnel::python {
 
 void Strings::make() {
     std::vector<Ref> made;
     made.reserve(literals_.size());
-    for (const char* literal : literals_) made.push_back(checked(PyUnicode_InternFromString(literal)));
+    for (const char* literal : literals_) made.push_back(interned(literal));
     strings_ = std::move(made);
 }
 

@@ -69,7 +69,7 @@ Ref install_skill(const CallContext& context) {
     }
     const bool is_update = is_true(existing);
     // Python creates both texts before it tests `dry_run`. Skip the unused one only if that can't be observed.
-    const bool makes_both = !PyBool_Check(dry_run) || !are_plain_texts(context, existing);
+    const bool makes_both = (dry_run != Py_True && dry_run != Py_False) || !are_plain_texts(context, existing);
     const Ref action = makes_both || dry_run == Py_True ? action_on(context, existing, is_update) : Ref();
     const Ref success = makes_both || dry_run == Py_False ? success_of(context, is_update) : Ref();
     if (is_true(dry_run)) {
