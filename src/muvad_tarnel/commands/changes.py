@@ -109,7 +109,8 @@ def report_of(request: Request, outcomes: Sequence[Outcome], agents: Sequence[st
     # Don't suggest trying again right after a failure. In a dry run, hints wouldn't match the disk.
     given = [] if obstacles or dry_run else advised(request, advice(after, request.scopes, agents))
     finders = (*agents, *request.in_use) if agents and not (obstacles or given) else ()
-    doubles = doubled(after, request.scopes, finders, "After the install, " if dry_run else "")
+    is_ahead = dry_run and any(outcome.is_done for outcome in outcomes)
+    doubles = doubled(after, request.scopes, finders, "After the install, " if is_ahead else "")
     return Report(
         [
             *copy_tables(request, "Result", ((o.copy, result_cell(o, dry_run=dry_run)) for o in outcomes)),

@@ -1,5 +1,7 @@
 """`muvad-tarnel skill plan`."""
 
+from collections.abc import Iterable
+
 from muvad_tarnel.commands.changes import write_all
 from muvad_tarnel.commands.options import skill_command
 from muvad_tarnel.commands.request import Request
@@ -38,7 +40,7 @@ def plan(request: Request) -> Report:
         record["serves"] = [{"agent": agent, "why": reason.text} for agent, reason in reasons.items()]
         records.append(record)
     return Report(
-        [Table(request.title(scope), ("Directory", "Files", "Serves", "Why"), rows), *verdict(chosen)],
+        [Table(request.title(scope), ("Directory", "Files", "Serves", "Why"), rows), *verdict(chosen, request.in_use)],
         records,
         {"scope": scope, "root": str(request.roots[scope])},
         agents=agent_records(chosen.after, [scope], request.agents),
@@ -70,12 +72,13 @@ def why(chosen: Plan, directory: str, agent: str) -> Line:
     return Line(f"instead of its preferred one, {problem}")
 
 
-def verdict(chosen: Plan) -> list[Block]:
-    """The plan in a sentence or two."""
+def verdict(chosen: Plan, others: Iterable[str]) -> list[Block]:
+    """The plan in a sentence, followed by those on duplicates, also for other agents."""
     if chosen.obstacles:
         return [Line("The install would fail.", Tone.BAD)]
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
     who = who_find(chosen.agents, "would" if chosen.writes else "")
     text = f"{who} every skill {'once' if is_good else 'at least once'} at {chosen.scope} scope."
-    doubles = doubled(chosen.after, [chosen.scope], chosen.agents, "After the install, " if chosen.writes else "")
+    concerned = dict.fromkeys((*chosen.agents, *others))
+    doubles = doubled(chosen.after, [chosen.scope], list(concerned), "After the install, " if chosen.writes else "")
     return [Line(text, Tone.GOOD if is_good else Tone.WARNING), *map(Line, doubles)]

@@ -37,7 +37,7 @@ def status(request: Request, *, check: bool) -> Report:
 
     \b
     Examples:
-      muvad-tarnel skill status --check --scope project    for CI
+      muvad-tarnel skill status --check --scope project --agent claude    for CI
     """
     survey, scopes, named = request.survey, request.scopes, request.named
     finding = survey.finders(scopes)
