@@ -141,7 +141,7 @@ def read_copy(copy: Copy) -> Copy:
 
 
 def beginning_of(file: Path) -> bytes:
-    """The content, up to one byte beyond the limit. A link may lead to a file of the kernel that is endless or blocks."""
+    """At most one byte more than the limit. A link may lead to a file of the kernel that is endless or blocks."""
     with os.fdopen(os.open(file, os.O_RDONLY | os.O_NONBLOCK | os.O_CLOEXEC), "rb") as stream:
         return stream.read(_LARGEST + 1) or b""
 
