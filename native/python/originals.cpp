@@ -146,8 +146,8 @@ Ref function_inside(PyObject* object, Member kind) {
 bool has_defaults(PyObject* function, const char* expected) {
     PyObject* defaults = PyFunction_GET_DEFAULTS(function);
     PyObject* keyword_defaults = PyFunction_GET_KW_DEFAULTS(function);
-    const Ref both = tuple_of({defaults == nullptr ? Py_None : defaults,
-                               keyword_defaults == nullptr ? Py_None : keyword_defaults});
+    const Ref both =
+        tuple_of({defaults == nullptr ? Py_None : defaults, keyword_defaults == nullptr ? Py_None : keyword_defaults});
     const Ref text = checked(PyObject_Str(both));
     return is_text(text, expected);
 }

@@ -30,8 +30,8 @@ Ref recognized_version_pattern(PyObject* pattern) {
     const Ref flags = python::attribute(pattern, "flags");
     // re.MULTILINE, and re.UNICODE, which str patterns always have
     constexpr Py_ssize_t multiline_and_unicode = 8 + 32;
-    const bool is_same = python::utf8_of(text) == std::string_view(version_pattern) &&
-                         PyLong_AsSsize_t(flags) == multiline_and_unicode;
+    const bool is_same =
+        python::utf8_of(text) == std::string_view(version_pattern) && PyLong_AsSsize_t(flags) == multiline_and_unicode;
     return is_same ? Ref::borrow(pattern) : none();
 }
 
