@@ -18,12 +18,7 @@ class Obstacle(NamedTuple):
 
 
 class Failure(Exception):  # noqa: N818 (a problem for the user to solve, not a bug)
-    """An obstacle that ends a command."""
-
-    def __init__(self, problem: str, remedy: str, path: str | Path = "") -> None:
-        """Create the obstacle. Problem and remedy are short phrases."""
-        super().__init__(problem)
-        self.obstacle = Obstacle(str(path), problem, remedy)
+    """An obstacle that ends a command: its only argument."""
 
 
 _REMEDIES = {

@@ -159,9 +159,9 @@ def who_find(agents: Sequence[str], how: str = "") -> str:
     return " ".join(filter(None, (names_of(agents), how, verb)))
 
 
-def skills_of(names: Collection[str]) -> str:
-    """The names of the skills, or "every skill" for all of them."""
-    return "every skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
+def skills_of(names: Collection[str], every: str = "every skill") -> str:
+    """The names of the skills, or `every` for all of them."""
+    return every if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
 
 
 def count(number: int) -> str:

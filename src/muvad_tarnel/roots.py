@@ -4,7 +4,7 @@ import os
 from contextlib import suppress
 from pathlib import Path
 
-from muvad_tarnel.failure import Failure
+from muvad_tarnel.failure import Failure, Obstacle, obstacle_of
 from muvad_tarnel.setup.config import AGENT_CONFIG, Scope
 
 type Roots = dict[Scope, Path]
@@ -18,12 +18,12 @@ def home_directory() -> Path:
     text = os.environ.get("HOME", os.path.expanduser("~"))  # noqa: PTH111 (never raises)
     home = Path(text)
     if not home.is_absolute():
-        raise Failure(f"HOME is not an absolute path ({text!r})", remedy)
+        raise Failure(Obstacle("", f"HOME is not an absolute path ({text!r})", remedy))
     try:
         with suppress(FileNotFoundError):  # an install creates it
             os.stat(f"{home}/.")  # noqa: PTH116 (the dot checks the search permission)
     except OSError as error:
-        raise Failure(error.strerror or str(error), remedy, home) from error
+        raise Failure(obstacle_of(error, home)._replace(remedy=remedy)) from error
     return home
 
 
@@ -32,7 +32,7 @@ def find_project_root() -> Path:
     try:
         return repository_around(Path.cwd())
     except OSError as error:
-        raise Failure(f"no current directory ({error.strerror})", "name the project with -C DIR") from error
+        raise Failure(Obstacle("", f"no current directory ({error.strerror})", "name one with -C DIR")) from error
 
 
 def repository_around(start: Path) -> Path:

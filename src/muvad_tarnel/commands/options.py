@@ -64,7 +64,7 @@ def skill_command(scoping: Scoping, *, agents: str = "") -> Callable[[Callable[.
                 request = Request(console, scoping, **{key: options.pop(key) for key in about if key in options})
                 report = function(request, **options)
             except (Failure, OSError) as error:
-                met = error.obstacle if isinstance(error, Failure) else obstacle_of(error, error.filename or command)
+                met = error.args[0] if isinstance(error, Failure) else obstacle_of(error, error.filename or command)
                 report = Report([], [], errors=[met], exit_code=1)
             console.show(report._replace(errors=list(dict.fromkeys(report.errors))))
             click.get_current_context().exit(report.exit_code)

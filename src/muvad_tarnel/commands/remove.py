@@ -12,7 +12,7 @@ from muvad_tarnel.commands.options import dry_run_option, skill_command
 from muvad_tarnel.commands.request import Request
 from muvad_tarnel.commands.spelling import Choice, did_you_mean
 from muvad_tarnel.commands.wording import advised
-from muvad_tarnel.hints import Hint, agent_words, joined, who_find
+from muvad_tarnel.hints import Hint, agent_words, joined, skills_of, who_find
 from muvad_tarnel.installed import writing
 from muvad_tarnel.installed.copies import Copy
 from muvad_tarnel.installed.survey import directories_read, grouped, readers_of
@@ -115,7 +115,6 @@ def lost(request: Request, copies: Sequence[Copy]) -> Iterator[Hint]:
                 told.update(readers[:1])
         for names, agents in grouped((tuple(names), agent) for agent, names in losses.items()).items():
             if named := [agent for agent in agents if agent in told]:
-                which = "any skill" if len(names) == len(skill.SKILL_TEMPLATES) else joined(names)
                 words = ("install", "--scope", scope, *agent_words(named))
                 who = who_find(named if len(named) <= 3 else agents, how)  # a number is that of all
-                yield Hint(f"{who} {which} at {scope} scope", scope, words)
+                yield Hint(f"{who} {skills_of(names, 'any skill')} at {scope} scope", scope, words)

@@ -7,7 +7,7 @@ from typing import Literal
 
 import click
 
-from muvad_tarnel.failure import Failure
+from muvad_tarnel.failure import Failure, Obstacle
 from muvad_tarnel.installed.survey import Survey
 from muvad_tarnel.output.console import Console
 from muvad_tarnel.roots import SCOPES, Roots, agents_in_use, find_project_root, home_directory, repository_around
@@ -52,7 +52,8 @@ class Request:
         self.named = tuple(self.in_use if detect else AGENT_CONFIG if all_agents else dict.fromkeys(agent_keys))
         if detect:
             if not self.in_use:
-                raise Failure("no agent was detected", "use --agent or --all-agents", self.roots.get("user", ""))
+                home = str(self.roots.get("user", ""))
+                raise Failure(Obstacle(home, "no agent was detected", "use --agent or --all-agents"))
             console.note(f"detected: {', '.join(AGENT_CONFIG[agent].name for agent in self.in_use)}")
 
     @cached_property

@@ -5,15 +5,8 @@ from collections.abc import Collection
 import click
 
 # Other tools' names for these commands and agents.
-_SYNONYMS = {
-    "delete": "remove",
-    "github-copilot": "copilot",
-    "list": "status",
-    "rm": "remove",
-    "uninstall": "remove",
-    "upgrade": "update",
-    "vscode": "copilot",
-}
+_SYNONYMS = {"delete": "remove", "list": "status", "rm": "remove", "uninstall": "remove", "upgrade": "update"}
+_SYNONYMS |= {"github-copilot": "copilot", "vscode": "copilot"}
 
 
 def did_you_mean(word: str, known: Collection[str], prefix: str = "") -> str:
