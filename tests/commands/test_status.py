@@ -33,6 +33,14 @@ def test_check_and_hint(home: Path, project: Path, *, there: str, asked: str, co
     assert all(f"    to fix:  muvad-tarnel skill {hint}\n" in shown for hint in hints)
 
 
+def test_home_as_the_project_is_shown_once_if_that_shows_all(home: Path, monkeypatch: pytest.MonkeyPatch) -> None:
+    monkeypatch.chdir(home)
+    put(home, ".agents/skills")
+    assert list(answer("status")["roots"]) == ["user"]
+    put(home, ".windsurf/skills")  # only read in projects
+    assert "remove .windsurf/skills --scope project\n" in run("status").stdout
+
+
 def test_finds_are_listed_by_agent(home: Path) -> None:
     for directory in (".claude/skills", ".gemini/skills", ".agents/skills"):
         put(home, directory)

@@ -47,8 +47,9 @@ class Request:
         self.roots = self._roots()
         if "project" in self.scopes and self.roots["project"].resolve() == self.roots.get("user", Path()).resolve():
             console.note("the project is the home directory")
-            if scoping == "both" and not scope:
-                self.scopes = ("user",)
+            users = {copy.file for copy in self.survey.copies if copy.scope == "user"}
+            if scoping == "both" and not scope and all(c.file in users for c in self.survey.copies if c.exists):
+                self.scopes = ("user",)  # the project's report would be the same
         self.named = tuple(self.in_use if detect else AGENT_CONFIG if all_agents else dict.fromkeys(agent_keys))
         if detect:
             if not self.in_use:
