@@ -50,8 +50,9 @@ def remove(request: Request, *, directories: tuple[str, ...], names: tuple[str, 
     obstacle_to, change = partial(writing.obstacle_to_removing, force=force), partial(writing.remove, force=force)
     outcomes = list(change_each(request, (same[0] for same in there.values()), obstacle_to, change, "remove"))
     done = [outcome.copy for outcome in outcomes if outcome.is_done]
-    if backups := sorted(str(path) for copy in wanted for path in copy.path.parent.glob("SKILL.md.bak*")):
-        request.console.note(f"backups left: {joined(backups)}", is_important=True)
+    backups = (path for copy in wanted for path in copy.path.parent.glob("SKILL.md.bak*"))
+    if left := {parent_resolved(path): str(path) for path in backups}:  # links may lead to one several times
+        request.console.note(f"backups left: {joined(sorted(left.values()))}", is_important=True)
     losses = list(lost(request, done))
     remarks = [Line(f"{loss.reason}.", Tone.WARNING) for loss in losses if request.dry_run]
     if not outcomes:
