@@ -79,6 +79,6 @@ def verdict(chosen: Plan, others: Iterable[str]) -> list[Block]:
     is_good = not any(is_twice(chosen, agent) for agent in chosen.agents)
     who = who_find(chosen.agents, "would" if chosen.writes else "")
     text = f"{who} every skill {'once' if is_good else 'at least once'} at {chosen.scope} scope."
-    concerned = dict.fromkeys((*chosen.agents, *others))
-    doubles = doubled(chosen.after, [chosen.scope], list(concerned), "After the install, " if chosen.writes else "")
+    when = "After the install, " if chosen.writes else ""
+    doubles = doubled(chosen.after, [chosen.scope], (*chosen.agents, *others), when)
     return [Line(text, Tone.GOOD if is_good else Tone.WARNING), *map(Line, doubles)]

@@ -121,7 +121,7 @@ class Survey:
         """The skills that agents would no longer find at any of the scopes without the copies, by agent."""
         after = self.changed(State.MISSING, copies)
         lacking = ((agent, name) for agent in AGENT_CONFIG for name in after.lacking(agent, scopes))
-        return grouped((agent, name) for agent, name in lacking if name not in self.lacking(agent, scopes))
+        return grouped((agent, name) for agent, name in lacking if any(self.finds(agent, s, name) for s in scopes))
 
     def changed(self, state: State, copies: Iterable[Copy]) -> "Survey":
         """The survey after the files of some copies have been written or removed."""
