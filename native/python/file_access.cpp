@@ -156,13 +156,10 @@ Ref decoded(std::string_view content) {
     const Ref io = Ref::borrow(PyImport_AddModule("_io"));  // always imported: the interpreter can't start without it
     if (io.get() == nullptr) throw PythonError{};
     const Ref bytes = checked(PyBytes_FromStringAndSize(content.data(), static_cast<Py_ssize_t>(content.size())));
-    const Ref binary_type = attribute(io, "BytesIO");
-    const Ref binary = call(binary_type, {bytes});
-    const Ref file_type = attribute(io, "TextIOWrapper");
+    const Ref binary = call_method(io, "BytesIO", {bytes});
     const Ref encoding = text_of("utf-8");
-    const Ref file = call(file_type, {binary, encoding});
-    const Ref read = attribute(file, "read");
-    return call(read, {});
+    const Ref file = call_method(io, "TextIOWrapper", {binary, encoding});
+    return call_method(file, "read", {});
 }
 
 void make_directories(const SystemPath& path) {

@@ -1,7 +1,5 @@
 #include "python/imports.hpp"
 
-#include <array>
-
 #include "python/objects.hpp"
 
 namespace tarnel::python {
@@ -16,8 +14,7 @@ Ref imported(Namespace& module, const char* name, PyObject* names) {
         throw PythonError{};
     }
     const Ref absolute = integer(0);  // the level of an absolute import
-    const std::array<PyObject*, 5> arguments = {module.literal(name), module.dict(), module.dict(), names, absolute};
-    return checked(PyObject_Vectorcall(import, arguments.data(), arguments.size(), nullptr));
+    return call(import, {module.literal(name), module.dict(), module.dict(), names, absolute});
 }
 
 // Compiles and runs the statement. This is slower, but handles a missing attribute as the interpreter does: it falls

@@ -62,6 +62,13 @@ inline bool compare(PyObject* left, PyObject* right, int operation) {
     return checked(PyObject_Vectorcall(callable, arguments.begin(), arguments.size(), nullptr));
 }
 
+// `object.name(*arguments)`
+[[nodiscard]] inline Ref call_method(PyObject* object, std::string_view name,
+                                     std::initializer_list<PyObject*> arguments) {
+    const Ref method = attribute(object, name);
+    return call(method, arguments);
+}
+
 // Whether the object is a plain str equal to `text`; and whether it is an empty plain str.
 [[nodiscard]] inline bool is_same_text(PyObject* object, PyObject* text) {
     if (object == text) return true;

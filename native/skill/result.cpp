@@ -52,7 +52,7 @@ Ref names_of(Namespace& module, std::initializer_list<const char*> literals) {
 
 void define_skill_result(Namespace& module) {
     const Ref names = class_namespace(module);
-    const Ref no_bases = python::tuple_of({});
+    const Ref no_bases = checked(PyTuple_New(0));
     const Ref undecorated =
         python::call(reinterpret_cast<PyObject*>(&PyType_Type), {module.literal("SkillResult"), no_bases, names});
     const Ref dataclass = module["dataclass"];
